@@ -1,0 +1,2 @@
+include(GNUInstallDirs)
+install(TARGETS qsvmon RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})

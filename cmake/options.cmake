@@ -1,0 +1,20 @@
+# Compiler options that every target shares.
+add_library(qsvmon_options INTERFACE)
+target_compile_options(qsvmon_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+  $<$<BOOL:${QSVMON_WERROR}>:-Werror>)
+# The program neither throws nor unwinds; sections let the linker drop what it does not use.
+target_compile_options(qsvmon_options INTERFACE -ffunction-sections -fdata-sections)
+if(QSVMON_SANITIZE)
+  target_compile_options(qsvmon_options INTERFACE
+    -fsanitize=${QSVMON_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  target_link_options(qsvmon_options INTERFACE -fsanitize=${QSVMON_SANITIZE})
+endif()
+
+# Links the C++ runtime into `name`: a one-shot command must not pay for loading it.
+function(qsvmon_static_runtime name)
+  target_link_options(${name} PRIVATE -Wl,--gc-sections)
+  if(NOT QSVMON_SANITIZE AND NOT CMAKE_CXX_FLAGS MATCHES "stdlib=libc\\+\\+")
+    target_link_options(${name} PRIVATE -static-libstdc++ -static-libgcc)
+  endif()
+endfunction()

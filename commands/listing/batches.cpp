@@ -1,0 +1,28 @@
+#include "commands/listing/batches.h"
+
+#include "rpc/session.h"
+
+namespace qsvmon {
+
+Status BatchLoop::fetch() {
+  const std::optional<std::uint32_t> length = write_words(words_, rpc_area(), plan_.style);
+  if (!length) return argument_too_long();
+  if (first_) {
+    request_.syncdesc = plan_.want_dict ? 1 : 0;
+  } else if (plan_.clear_syncdesc_later) {
+    request_.syncdesc = 0;
+  }
+  first_ = false;
+  request_.msgcode = plan_.msgcode;
+  request_.data = rpc_shmbuf();
+  request_.datalen = plan_.style == WordStyle::kBlankAfter ? *length + 1 : *length;
+  if (plan_.clear_result) request_.result = 0;
+  set_errtext(request_, plan_.module);
+  bytes_ = {};
+  if (rpc_call(plan_.socket_path, request_) != 0) return Status::error(request_errtext(request_));
+  bytes_ = rpc_reply_bytes(request_);
+  done_ = request_.islast != 0;
+  return Status::good();
+}
+
+}  // namespace qsvmon
