@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace qsvmon {
+
+/// Bob Jenkins' lookup2 hash of 1996 over `length` bytes, with `initial` as its third start value.
+/// Which names share a bucket shows in listings, so the value is part of the outside behaviour.
+std::uint32_t lookup2(const void* bytes, std::size_t length, std::uint32_t initial);
+
+constexpr std::size_t kNameHashBytes = 16;
+
+/// `lookup2` over at most the first 16 bytes, as every table of names hashes its keys.
+inline std::uint32_t lookup2_name(const void* bytes, std::size_t length, std::uint32_t initial) {
+  return lookup2(bytes, length < kNameHashBytes ? length : kNameHashBytes, initial);
+}
+
+}  // namespace qsvmon
