@@ -1,0 +1,81 @@
+#include "format/number.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+
+namespace qsvmon {
+namespace {
+
+constexpr std::uint64_t kKibi = 1024;
+constexpr std::uint64_t kMebi = 1024 * kKibi;
+constexpr std::uint64_t kGibi = 1024 * kMebi;
+
+/// How far the suffix letter shifts a size.
+int suffix_shift(char letter) {
+  switch (letter) {
+    case 'K':
+    case 'k':
+      return 10;
+    case 'M':
+    case 'm':
+      return 20;
+    case 'G':
+    case 'g':
+      return 30;
+    default:
+      return 0;
+  }
+}
+
+double in_units(std::uint64_t value, std::uint64_t unit) {
+  return static_cast<double>(value) / static_cast<double>(unit);
+}
+
+}  // namespace
+
+int parse_atoi(const char* text) {
+  return text == nullptr ? 0 : static_cast<int>(std::strtol(text, nullptr, 10));
+}
+
+std::uint64_t parse_size(const char* text) {
+  if (text == nullptr) return 0;
+  while (*text == ' ') ++text;
+  if (*text == '-') return 0;
+  char* end = nullptr;
+  errno = 0;
+  const std::uint64_t value = std::strtoull(text, &end, 0);
+  if (errno != 0) return 0;
+  if (*end == ' ') ++end;
+  return value << suffix_shift(*end);
+}
+
+int is_digits(const char* text) {
+  if (text == nullptr || *text == '\0') return 0;
+  for (; *text != '\0'; ++text) {
+    if (*text < '0' || *text > '9') return 0;
+  }
+  return 1;
+}
+
+int parse_int_in(const char* text, int min, int max, int* out) {
+  if (is_digits(text) == 0) return 0;
+  const int value = parse_atoi(text);
+  if (out != nullptr) *out = value;
+  return min <= value && value <= max ? 1 : 0;
+}
+
+int format_bytes(std::uint64_t value, char* dst, std::size_t size) {
+  if (value >= kGibi) return std::snprintf(dst, size, "%.2fG ", in_units(value, kGibi));
+  if (value >= kMebi) return std::snprintf(dst, size, "%.2fM ", in_units(value, kMebi));
+  if (value >= kKibi) return std::snprintf(dst, size, "%.2fK ", in_units(value, kKibi));
+  return std::snprintf(dst, size, "%lu ", static_cast<unsigned long>(value));
+}
+
+int format_count(std::uint64_t value, char* dst, std::size_t size) {
+  if (value >= 1000000) return std::snprintf(dst, size, "%.2fM ", in_units(value, 1000000));
+  if (value >= 1000) return std::snprintf(dst, size, "%.2fK ", in_units(value, 1000));
+  return std::snprintf(dst, size, "%lu ", static_cast<unsigned long>(value));
+}
+
+}  // namespace qsvmon
