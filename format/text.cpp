@@ -1,0 +1,95 @@
+#include "format/text.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace qsvmon {
+namespace {
+
+/// What stands for a character after a "%", or NUL.
+char escape_letter(char c) {
+  switch (c) {
+    case '\t':
+      return 'T';
+    case '\n':
+      return 'N';
+    case '\f':
+      return 'C';
+    case '\r':
+      return 'R';
+    case 24:
+      return '8';
+    case ' ':
+      return 'S';
+    default:
+      return '\0';
+  }
+}
+
+/// Removes the double quote in front and then, if there is one, the one at the end.
+char* unquoted(char* value) {
+  if (*value != '"') return value;
+  ++value;
+  const std::size_t length = std::strlen(value);
+  if (length > 0 && value[length - 1] == '"') value[length - 1] = '\0';
+  return value;
+}
+
+}  // namespace
+
+char* trim(char* text) {
+  if (text == nullptr) return nullptr;
+  while (*text == ' ') ++text;
+  char* end = text;
+  for (; *end != '\0' && *end != '\r' && *end != '\n'; ++end) {
+    if (*end == '\t') *end = ' ';
+  }
+  while (end > text && end[-1] == ' ') --end;
+  *end = '\0';
+  return text;
+}
+
+char* next_keyvalue(char* text, char** value, char** save) {
+  *value = nullptr;
+  *save = text;
+  if (text == nullptr) return nullptr;
+  char* word = text + std::strspn(text, " ");
+  char* end = word + std::strcspn(word, " ");
+  *save = end;
+  if (*end != '\0') {
+    *end = '\0';
+    *save = end + 1;
+  }
+  char* equals = std::strchr(word, '=');
+  if (equals == nullptr) return nullptr;
+  *equals = '\0';
+  *value = unquoted(equals + 1);
+  return word;
+}
+
+char* escape_ctl(const char* src, char* dst) {
+  char* out = dst;
+  for (; src != nullptr && *src != '\0'; ++src) {
+    if (const char letter = escape_letter(*src); letter != '\0') {
+      *out++ = '%';
+      *out++ = letter;
+    } else if (*src == '(' || *src == ')') {
+      *out++ = *src == '(' ? '[' : ']';
+    } else {
+      *out++ = *src;
+    }
+  }
+  *out = '\0';
+  return dst;
+}
+
+int copy_len_in(const char* text, int min, int max, char* dst) {
+  if (text == nullptr) return 0;
+  const auto length = static_cast<std::int64_t>(std::strlen(text));
+  if (length < min || length > max) return 0;
+  if (dst != nullptr) std::memcpy(dst, text, static_cast<std::size_t>(length) + 1);
+  return 1;
+}
+
+}  // namespace qsvmon

@@ -1,0 +1,29 @@
+#pragma once
+
+namespace qsvmon {
+
+/// Trims one line in place: skips leading blanks, turns each tab of the rest into a blank, ends the
+/// text at the first CR or LF and removes trailing blanks. Returns the first character kept, within
+/// `text` (null for null).
+/// KEEP: only blanks are skipped in front, and before tabs are turned; a line that begins with a
+/// tab begins with a blank afterwards.
+char* trim(char* text);
+
+/// Takes the next blank-separated word of `text` and cuts it at its first "=". Returns the key and
+/// stores the value; a value that begins with a double quote loses it, and then one at its end.
+/// Null with `*value` null when `text` is null, holds no word, or its next word has no "=".
+/// `*save` is set to the rest of the text (null when `text` is), to be passed as the next `text`.
+/// All pointers are into `text`, which is cut in place.
+/// KEEP: a word without "=" ends the caller's scan; a quoted value cannot hold a blank.
+char* next_keyvalue(char* text, char** value, char** save);
+
+/// Copies `src` to `dst` with tab, LF, form feed, CR, byte 24 and blank written "%T", "%N", "%C",
+/// "%R", "%8" and "%S", and round brackets made square; a NUL follows. `dst` needs twice the length
+/// of `src` plus 1. Returns `dst`. A null `src` counts as empty.
+char* escape_ctl(const char* src, char* dst);
+
+/// 1 when min <= length of `text` <= max, and then copies it with its NUL to `dst` unless that is
+/// null; else 0. A null text gives 0.
+int copy_len_in(const char* text, int min, int max, char* dst);
+
+}  // namespace qsvmon
