@@ -1,0 +1,215 @@
+#include "format/address.h"
+
+#include <arpa/inet.h>
+#include <sys/socket.h>
+
+#include <cstdio>
+#include <cstring>
+
+#include "format/number.h"
+#include "format/printer.h"
+
+namespace qsvmon {
+namespace {
+
+constexpr std::uint32_t kAllOnes = 0xffffffff;
+
+/// One decimal part of an address.
+struct Part {
+  std::uint32_t value = 0;  ///< modulo 2^32
+  bool wrapped = false;     ///< the number did not fit 32 bits
+
+  void add_digit(unsigned digit) {
+    const std::uint64_t next = std::uint64_t{value} * 10 + digit;
+    value = static_cast<std::uint32_t>(next);
+    wrapped = wrapped || next > kAllOnes;
+  }
+  bool is_at_most(std::uint32_t limit) const { return !wrapped && value <= limit; }
+};
+
+/// Value of a hexadecimal digit, or -1.
+int hex_digit(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  const char lower = static_cast<char>(c | 0x20);
+  return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+}
+
+/// Reads six plain fields (one to eight digits, nothing else) and takes what sscanf would; anything
+/// that sscanf may read differently is refused.
+bool parse_plain_mac(const char* text, char separator, unsigned (&fields)[6]) {
+  for (int i = 0; i < 6; ++i) {
+    unsigned value = 0;
+    int digits = 0;
+    for (int digit; digits < 9 && (digit = hex_digit(*text)) >= 0; ++digits, ++text) {
+      value = value << 4 | static_cast<unsigned>(digit);
+    }
+    if (digits == 0 || digits > 8) return false;
+    if (i == 5) {
+      fields[i] = value;
+      return *text != 'x' && *text != 'X';
+    }
+    if (*text++ != separator) return false;
+    fields[i] = value;
+  }
+  return false;
+}
+
+bool scan_mac(const char* text, char separator, unsigned (&f)[6]) {
+  const char* format = separator == ':'   ? "%x:%x:%x:%x:%x:%x"
+                       : separator == '-' ? "%x-%x-%x-%x-%x-%x"
+                                          : "%x.%x.%x.%x.%x.%x";
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+  return std::sscanf(text, format, &f[0], &f[1], &f[2], &f[3], &f[4], &f[5]) == 6;
+#pragma GCC diagnostic pop
+}
+
+/// The separator that the second or third character gives, or NUL.
+char mac_separator(const char* text) {
+  if (text[0] == '\0' || text[1] == '\0') return '\0';
+  for (const char separator : {':', '-', '.'}) {
+    if (text[1] == separator || text[2] == separator) return separator;
+  }
+  return '\0';
+}
+
+/// "0." to "255.", and the number of digits.
+struct OctetTexts {
+  char text[256][4];
+  std::uint8_t digits[256];
+};
+
+constexpr OctetTexts make_octet_texts() {
+  OctetTexts t{};
+  for (unsigned i = 0; i < 256; ++i) {
+    std::uint8_t n = 0;
+    if (i >= 100) t.text[i][n++] = static_cast<char>('0' + i / 100);
+    if (i >= 10) t.text[i][n++] = static_cast<char>('0' + i / 10 % 10);
+    t.text[i][n++] = static_cast<char>('0' + i % 10);
+    t.digits[i] = n;
+    t.text[i][n] = '.';
+  }
+  return t;
+}
+
+constexpr OctetTexts kOctets = make_octet_texts();
+
+}  // namespace
+
+int parse_ipv4(const char* text, std::uint32_t* addr) {
+  if (text == nullptr) return -1;
+  std::uint32_t high = 0;
+  int parts = 0;  // finished before the current one
+  Part part;
+  for (;; ++text) {
+    const unsigned digit = static_cast<unsigned char>(*text) - unsigned{'0'};
+    if (digit <= 9) {
+      part.add_digit(digit);
+    } else if (*text == '.') {
+      if (!part.is_at_most(255) || parts == 3) return -1;
+      high |= part.value << (24 - 8 * parts++);
+      part = Part();
+    } else {
+      break;
+    }
+  }
+  if (*text != '\0') return -1;
+  if (parts > 0 && !part.is_at_most(kAllOnes >> (8 * parts))) return -1;
+  *addr = high | part.value;
+  return 0;
+}
+
+int parse_ipv4_range(char* text, std::uint32_t* low, std::uint32_t* high) {
+  if (text == nullptr) return -1;
+  if (std::strcmp(text, "any") == 0) {  // KEEP: set, and then refused below like any other word
+    *low = 0;
+    *high = kAllOnes;
+  }
+  std::uint32_t first = 0;
+  std::uint32_t last = 0;
+  if (char* dash = std::strchr(text, '-'); dash != nullptr) {
+    *dash = '\0';
+    if (parse_ipv4(text, &first) != 0 || parse_ipv4(dash + 1, &last) != 0) return -1;
+  } else if (char* slash = std::strchr(text, '/'); slash != nullptr) {
+    *slash = '\0';
+    const int length = parse_atoi(slash + 1);
+    if (parse_ipv4(text, &first) != 0 || length < 1 || length > 32) return -1;
+    const std::uint32_t host_bits = length == 32 ? 0 : kAllOnes >> length;
+    first &= ~host_bits;
+    last = first | host_bits;
+  } else {
+    if (parse_ipv4(text, &first) != 0) return -1;
+    last = first;
+  }
+  *low = first;
+  *high = last;
+  return 0;
+}
+
+int parse_ip_any(char* text, IpAddrSpec* spec) {
+  if (text == nullptr) return -1;
+  if (std::memchr(text, '.', ::strnlen(text, 5)) != nullptr) {
+    spec->family = 0;
+    return parse_ipv4_range(text, &spec->v4.low, &spec->v4.high);
+  }
+  int length = 128;
+  if (char* slash = std::strchr(text, '/'); slash != nullptr) {
+    *slash = '\0';
+    length = parse_atoi(slash + 1);
+    if (length < 1 || length > 128) return -1;
+  }
+  std::uint8_t address[16];
+  if (::inet_pton(AF_INET6, text, address) != 1) return -1;
+  spec->family = 1;
+  std::memcpy(spec->v6, address, sizeof address);
+  spec->prefixlen = static_cast<std::uint32_t>(length);
+  return 0;
+}
+
+int ip_family(const char* text, void* out16) {
+  if (text == nullptr) return -1;
+  const bool v6 = std::strchr(text, ':') != nullptr;
+  if (::inet_pton(v6 ? AF_INET6 : AF_INET, text, out16) != 1) return -1;
+  return v6 ? kFamilyIpv6 : kFamilyIpv4;
+}
+
+int parse_mac(const char* text, std::uint8_t* out6) {
+  if (text == nullptr) return -1;
+  const char separator = mac_separator(text);
+  if (separator == '\0') return -1;
+  unsigned fields[6];
+  if (!parse_plain_mac(text, separator, fields) && !scan_mac(text, separator, fields)) return -1;
+  for (int i = 0; i < 6; ++i) out6[i] = static_cast<std::uint8_t>(fields[i]);
+  return 0;
+}
+
+char* format_ipv4(char* dst, std::uint32_t host) {
+  for (int shift = 24; shift > 0; shift -= 8) {
+    const unsigned octet = host >> shift & 0xff;
+    std::memcpy(dst, kOctets.text[octet], 4);
+    dst += kOctets.digits[octet] + 1;
+  }
+  const unsigned octet = host & 0xff;
+  for (unsigned i = 0; i < kOctets.digits[octet]; ++i) *dst++ = kOctets.text[octet][i];
+  return dst;
+}
+
+char* format_mac(char* dst, const std::uint8_t* mac6) {
+  constexpr char kDigits[] = "0123456789abcdef";
+  for (int i = 0; i < 6; ++i) {
+    if (i > 0) *dst++ = '-';
+    *dst++ = kDigits[mac6[i] >> 4];
+    *dst++ = kDigits[mac6[i] & 15];
+  }
+  return dst;
+}
+
+void put_value(Printer& out, Ipv4Text address) {
+  out.advance(format_ipv4(out.room(kIpv4TextBytes), address.host));
+}
+
+void put_value(Printer& out, MacText mac) {
+  out.advance(format_mac(out.room(kMacTextBytes), mac.bytes));
+}
+
+}  // namespace qsvmon
