@@ -1,0 +1,153 @@
+#include "format/time.h"
+
+#include <ctime>
+
+#include "format/printer.h"
+
+namespace qsvmon {
+namespace {
+
+constexpr std::uint32_t kBlockSeconds = 900;
+constexpr std::uint32_t kSlots = 4096;  // 42 days of blocks
+constexpr std::int64_t kDaySeconds = 86400;
+/// No local time is that far from UTC.
+constexpr std::int32_t kVaries = 0x7fffffff;
+
+/// The distance of local time from UTC during one block of 900 seconds.
+struct BlockOffset {
+  std::uint32_t key;  ///< number of the block plus 1; 0 = empty
+  std::int32_t offset_secs;
+};
+
+BlockOffset offsets[kSlots];
+bool zone_read = false;
+
+/// Days from 1970-01-01 to a date of the proleptic Gregorian calendar.
+constexpr std::int64_t days_from_date(int year, int month, int day) {
+  // Years that begin in March put the leap day at their end.
+  const int y = month > 2 ? year : year - 1;
+  const int month_from_march = month > 2 ? month - 3 : month + 9;
+  const int day_of_year = (153 * month_from_march + 2) / 5 + day - 1;
+  const int leap_days = y / 4 - y / 100 + y / 400;
+  return std::int64_t{365} * y + leap_days + day_of_year - 719468;
+}
+static_assert(days_from_date(1970, 1, 1) == 0);
+static_assert(days_from_date(2000, 3, 1) == 11017);
+
+/// Fills the date fields from days since 1970-01-01; the inverse of days_from_date.
+constexpr void date_from_days(std::int64_t days, LocalTime& t) {
+  const auto z = static_cast<std::uint32_t>(days + 719468);  // days since 0000-03-01
+  const std::uint32_t era = z / 146097;
+  const std::uint32_t day_of_era = z % 146097;
+  const std::uint32_t year_of_era =
+      (day_of_era - day_of_era / 1460 + day_of_era / 36524 - day_of_era / 146096) / 365;
+  const std::uint32_t day_of_year =
+      day_of_era - (365 * year_of_era + year_of_era / 4 - year_of_era / 100);
+  const std::uint32_t month_from_march = (5 * day_of_year + 2) / 153;
+  t.day = static_cast<int>(day_of_year - (153 * month_from_march + 2) / 5 + 1);
+  t.month = static_cast<int>(month_from_march < 10 ? month_from_march + 3 : month_from_march - 9);
+  t.year = static_cast<int>(year_of_era + era * 400 + (t.month <= 2 ? 1 : 0));
+}
+
+/// The C library's answer. It reads the zone once, at the first call, not at every one as
+/// localtime does.
+LocalTime convert(std::uint32_t seconds) {
+  const auto when = static_cast<std::time_t>(seconds);
+  std::tm tm{};
+  if (::localtime_r(&when, &tm) == nullptr) return LocalTime{1970, 1, 1, 0, 0, 0};
+  return LocalTime{tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec};
+}
+
+std::int64_t offset_of(const LocalTime& t, std::uint32_t seconds) {
+  return days_from_date(t.year, t.month, t.day) * kDaySeconds + t.hour * 3600 + t.minute * 60 +
+         t.second - std::int64_t{seconds};
+}
+
+/// The offset of a whole block: taken at both ends, since a zone changes at most once in 15
+/// minutes. A block in which it changes, or a leap second shows, is converted second by second.
+std::int32_t block_offset(std::uint32_t block) {
+  const std::uint32_t first = block * kBlockSeconds;
+  const std::uint32_t room = 0xffffffff - first;
+  const std::uint32_t last = first + (room < kBlockSeconds - 1 ? room : kBlockSeconds - 1);
+  const LocalTime from = convert(first);
+  const LocalTime to = convert(last);
+  const std::int64_t offset = offset_of(from, first);
+  if (offset != offset_of(to, last) || from.second > 59 || to.second > 59) return kVaries;
+  return static_cast<std::int32_t>(offset);
+}
+
+std::int32_t cached_offset(std::uint32_t seconds) {
+  const std::uint32_t block = seconds / kBlockSeconds;
+  BlockOffset& slot = offsets[block % kSlots];
+  if (slot.key != block + 1) {
+    if (!zone_read) {
+      ::tzset();
+      zone_read = true;
+    }
+    slot = {block + 1, block_offset(block)};
+  }
+  return slot.offset_secs;
+}
+
+char* put_two(char* dst, int value) {
+  dst[0] = static_cast<char>('0' + value / 10 % 10);
+  dst[1] = static_cast<char>('0' + value % 10);
+  return dst + 2;
+}
+
+char* put_date(char* dst, const LocalTime& t) {
+  dst = put_two(dst, t.year / 100);
+  dst = put_two(dst, t.year % 100);
+  *dst++ = '-';
+  dst = put_two(dst, t.month);
+  *dst++ = '-';
+  return put_two(dst, t.day);
+}
+
+}  // namespace
+
+LocalTime local_time(std::uint32_t seconds) {
+  const std::int32_t offset = cached_offset(seconds);
+  if (offset == kVaries) return convert(seconds);
+  const std::int64_t local = std::int64_t{seconds} + offset;
+  // Shifted by whole days so that the division never sees a time before 1970.
+  const auto shifted = static_cast<std::uint64_t>(local + 366 * kDaySeconds);
+  LocalTime t{};
+  date_from_days(static_cast<std::int64_t>(shifted / kDaySeconds) - 366, t);
+  const auto of_day = static_cast<int>(shifted % kDaySeconds);
+  t.hour = of_day / 3600;
+  t.minute = of_day / 60 % 60;
+  t.second = of_day % 60;
+  return t;
+}
+
+char* format_local_date(char* dst, std::uint32_t seconds) {
+  return put_date(dst, local_time(seconds));
+}
+
+char* format_local_time(char* dst, std::uint32_t seconds) {
+  const LocalTime t = local_time(seconds);
+  dst = put_date(dst, t);
+  *dst++ = '/';
+  dst = put_two(dst, t.hour);
+  *dst++ = ':';
+  dst = put_two(dst, t.minute);
+  *dst++ = ':';
+  return put_two(dst, t.second);
+}
+
+void format_time(char* dst, std::uint32_t seconds) {
+  *format_local_time(dst, seconds) = '\0';
+}
+
+void put_value(Printer& out, LocalTimeText time) {
+  out.advance(format_local_time(out.room(kTimeTextBytes), time.seconds));
+}
+
+void reset_local_time() {
+  for (BlockOffset& slot : offsets) slot = {};
+  ::tzset();
+  zone_read = true;
+}
+
+}  // namespace qsvmon
