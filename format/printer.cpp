@@ -6,20 +6,18 @@
 
 namespace qsvmon {
 
-void Printer::own_buffer() {
-  buffer_.reset(new char[kBufferBytes]);
-  next_ = buffer_.get();
+void Printer::make_buffer() {
+  own_buffer_.reset(new char[kBufferBytes]);
+  buffer_ = next_ = own_buffer_.get();
   limit_ = next_ + kBufferBytes;
 }
 
 void Printer::flush() {
-  if (buffer_ == nullptr) {  // made at the first use: a silent command needs none
-    own_buffer();
-    return;
-  }
-  if (next_ != buffer_.get()) {
-    drain({buffer_.get(), static_cast<std::size_t>(next_ - buffer_.get())});
-    next_ = buffer_.get();
+  if (buffer_ == nullptr) {
+    make_buffer();
+  } else if (next_ != buffer_) {
+    drain({buffer_, static_cast<std::size_t>(next_ - buffer_)});
+    next_ = buffer_;
   }
 }
 
@@ -45,9 +43,23 @@ void FilePrinter::drain(std::string_view bytes) {
   }
 }
 
+namespace {
+
+// Made at compile time and never destroyed: a command pays nothing for it, and it can be used from
+// the first to the last instruction of the process.
+char out_buffer[Printer::kBufferBytes];
+union OutHolder {
+  constexpr OutHolder()
+      : printer(STDOUT_FILENO, std::span<char, Printer::kBufferBytes>(out_buffer)) {}
+  ~OutHolder() {}
+  FilePrinter printer;
+};
+constinit OutHolder out_holder;
+
+}  // namespace
+
 Printer& standard_out() {
-  static FilePrinter out(STDOUT_FILENO);
-  return out;
+  return out_holder.printer;
 }
 
 }  // namespace qsvmon

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -54,13 +55,17 @@ class Printer {
   void flush();
 
  protected:
-  Printer() : buffer_(nullptr), next_(nullptr), limit_(nullptr) {}
+  /// Prints through a buffer of its own, made at the first use.
+  constexpr Printer() = default;
+  /// Prints through `buffer` (kBufferBytes), which outlives the printer.
+  constexpr explicit Printer(std::span<char, kBufferBytes> buffer)
+      : buffer_(buffer.data()), next_(buffer.data()), limit_(buffer.data() + buffer.size()) {}
   /// Writes the bytes to the destination; what cannot be written is lost.
   virtual void drain(std::string_view bytes) = 0;
 
  private:
   void text_slowly(std::string_view bytes);
-  void own_buffer();
+  void make_buffer();
 
   template <class Part>
   void put_one(const Part& part) {
@@ -82,15 +87,17 @@ class Printer {
     }
   }
 
-  std::unique_ptr<char[]> buffer_;
-  char* next_;
-  char* limit_;
+  std::unique_ptr<char[]> own_buffer_;
+  char* buffer_ = nullptr;
+  char* next_ = nullptr;
+  char* limit_ = nullptr;
 };
 
 /// Prints to a file descriptor, which it does not own. A partial or interrupted write is continued.
 class FilePrinter : public Printer {
  public:
   explicit FilePrinter(int fd) : fd_(fd) {}
+  constexpr FilePrinter(int fd, std::span<char, kBufferBytes> buffer) : Printer(buffer), fd_(fd) {}
   ~FilePrinter() override { flush(); }
 
  protected:

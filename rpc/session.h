@@ -28,7 +28,8 @@ int rpc_init(const char* path, std::size_t bytes);
 /// status 5 with "can't connect <path>", "s_<error>_<number>" or "r_<error>_<number>".
 /// Returns -1 with "shminit fail\n" printed when there is no area, -1 with
 /// "argument text too long\n" printed when `datalen` exceeds the area, and -1 with status 12 when
-/// the dictionary cannot be loaded. The connection is closed in every case.
+/// the dictionary cannot be loaded (the connection then stays open for the next call or the close);
+/// in every other case the connection is closed.
 int rpc_call(const char* path, RpcRequest& request);
 
 /// `rpc_call` with the path of the last successful `rpc_init`.

@@ -1,0 +1,118 @@
+#include "cli/command_table.h"
+
+#include "platform/appliance_paths.h"
+#include "rpc/request.h"
+
+namespace qsvmon {
+namespace {
+
+constexpr std::uint32_t kCodeTableLoadFile = 249;
+constexpr std::uint32_t kCodeModuleList = 387;
+constexpr std::uint32_t kCodeModuleStat = 388;
+
+constexpr Action forward(std::uint32_t code) {
+  return {Action::Kind::kForward, code, nullptr};
+}
+constexpr Action forward_module(Verb verb) {
+  return {Action::Kind::kForwardModule, verb, nullptr};
+}
+
+// Group A: the log daemon.
+constexpr SubcommandEntry kModule[] = {
+    {"list", forward(kCodeModuleList), 8},
+    {"stat", forward(kCodeModuleStat), 32},
+};
+constexpr SubcommandEntry kAssetsGroup2[] = {
+    {"add", forward_module(kVerbAdd), 8},         {"list", forward_module(kVerbList), 2048},
+    {"set", forward_module(kVerbSet), 8},         {"stat", forward_module(kVerbStat), 8},
+    {"remove", forward_module(kVerbRemove), 256},
+};
+constexpr SubcommandEntry kAssetsObj2[] = {
+    {"add", forward_module(kVerbAdd), 8},
+    {"set", forward_module(kVerbSet), 8},
+    {"stat", forward_module(kVerbStat), 8},
+    {"remove", forward_module(kVerbRemove), 256},
+};
+constexpr SubcommandEntry kTable[] = {
+    {"loadfile", forward(kCodeTableLoadFile), 4},
+};
+constexpr ModuleEntry kLogModules[] = {
+    {"module", kModule},
+    {"assetsgroup2", kAssetsGroup2},
+    {"assetsobj2", kAssetsObj2},
+    {"table", kTable},
+};
+
+// Group B: the management daemon.
+constexpr SubcommandEntry kQsvIpTable[] = {
+    {"loadfile", forward_module(kVerbLoad), 4},
+};
+constexpr SubcommandEntry kQsvTable[] = {
+    {"add", forward_module(kVerbAdd), 8},         {"list", forward_module(kVerbList), 2048},
+    {"set", forward_module(kVerbSet), 8},         {"stat", forward_module(kVerbStat), 8},
+    {"remove", forward_module(kVerbRemove), 256}, {"get", forward_module(kVerbGet), 2048},
+};
+constexpr SubcommandEntry kQsvDnsGroup[] = {
+    {"add", forward_module(kVerbAdd), 8},          {"list", forward_module(kVerbList), 2048},
+    {"set", forward_module(kVerbSet), 8},          {"stat", forward_module(kVerbStat), 8},
+    {"remove", forward_module(kVerbRemove), 256},  {"get", forward_module(kVerbGet), 2048},
+    {"loadfile", forward_module(kVerbLoad), 2048},
+};
+constexpr ModuleEntry kMgmtModules[] = {
+    {"qsviptable", kQsvIpTable},
+    {"qsvtable", kQsvTable},
+    {"qsvdnsgrp", kQsvDnsGroup},
+};
+
+constexpr CommandGroup kGroups[] = {
+    {&kLogSocketPath, kLogModules},
+    {&kMgmtSocketPath, kMgmtModules},
+};
+
+constexpr SubcommandEntry kFallbackVerbs[] = {
+    {"stat", forward_module(kVerbStat), 16},     {"config", forward_module(kVerbConfig), 16},
+    {"list", forward_module(kVerbList), 2048},   {"get", forward_module(kVerbGet), 64},
+    {"add", forward_module(kVerbAdd), 16},       {"set", forward_module(kVerbSet), 16},
+    {"remove", forward_module(kVerbRemove), 16}, {"load", forward_module(kVerbLoad), 16},
+    {"debug", forward_module(kVerbDebug), 128},
+};
+
+const SubcommandEntry* find_subcommand(std::span<const SubcommandEntry> rows,
+                                       std::string_view name) {
+  for (const SubcommandEntry& row : rows) {
+    if (name == row.name) return &row;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+std::span<const CommandGroup> command_table() {
+  return kGroups;
+}
+
+const CommandGroup& log_group() {
+  return kGroups[0];
+}
+
+std::span<const SubcommandEntry> fallback_verbs() {
+  return kFallbackVerbs;
+}
+
+CommandMatch find_command(std::string_view module, std::string_view subcommand) {
+  for (const CommandGroup& group : kGroups) {
+    for (const ModuleEntry& entry : group.modules) {
+      if (module != entry.name) continue;
+      if (const SubcommandEntry* row = find_subcommand(entry.subcommands, subcommand)) {
+        return {&group, &entry, row};
+      }
+    }
+  }
+  return {nullptr, nullptr, nullptr};
+}
+
+const SubcommandEntry* find_fallback_verb(std::string_view verb) {
+  return find_subcommand(kFallbackVerbs, verb);
+}
+
+}  // namespace qsvmon

@@ -1,0 +1,126 @@
+#include "cli/dispatch.h"
+
+#include <string_view>
+
+#include "cli/command_table.h"
+#include "cli/forward.h"
+#include "cli/signals.h"
+#include "commands/listing/words.h"
+#include "format/printer.h"
+#include "platform/appliance_paths.h"
+#include "platform/boot_time.h"
+#include "rpc/dict.h"
+#include "rpc/session.h"
+
+namespace qsvmon {
+namespace {
+
+constexpr std::uint32_t kCodeKeyTableList = 282;
+constexpr std::size_t kKeyTableAreaBytes = 4096;
+constexpr std::uint32_t kMinRowAreaKib = 64;
+constexpr int kFailed = -1;
+constexpr int kInvalidCommand = 1;
+
+// The words after module and sub-command.
+Words words_after(int argc, char** argv) {
+  return words_of(argc - 3, argv + 3);
+}
+
+int list_modules() {
+  for (const ModuleEntry& module : log_group().modules) standard_out().put(module.name, '\n');
+  return kFailed;
+}
+
+// The modules whose name contains the text, with their sub-commands.
+void list_matching_modules(std::string_view text) {
+  for (const ModuleEntry& module : log_group().modules) {
+    if (std::string_view(module.name).find(text) == std::string_view::npos) continue;
+    for (const SubcommandEntry& row : module.subcommands) {
+      standard_out().put(module.name, ' ', row.name, '\n');
+    }
+  }
+}
+
+int print_boot_time() {
+  BootTime boot{};
+  if (read_boot_time(boot)) {
+    standard_out().put(boot.seconds, '_', boot.microseconds, '\n');
+  } else {
+    standard_out().put("fail to get bootup time\n");
+  }
+  return 0;
+}
+
+int invalid_command(const char* module, const char* subcommand) {
+  standard_out().put("invalid commands: ", module, ' ', subcommand, '\n');
+  return kInvalidCommand;
+}
+
+int run_action(const CommandMatch& match, int argc, char** argv) {
+  const char* socket_path = *match.group->socket_path;
+  const Action& action = match.row->action;
+  switch (action.kind) {
+    case Action::Kind::kForward:
+      return rpc_forward(socket_path, words_after(argc, argv), action.code);
+    case Action::Kind::kForwardModule:
+      return rpc_forward_module(socket_path, match.module->name, words_after(argc, argv),
+                                action.code);
+    case Action::Kind::kHandler:
+      return action.handler(argc - 3, argv + 3);
+  }
+  return kFailed;
+}
+
+int run_row(const CommandMatch& match, int argc, char** argv) {
+  const std::uint32_t kib =
+      match.row->area_kib < kMinRowAreaKib ? kMinRowAreaKib : match.row->area_kib;
+  if (rpc_init(*match.group->socket_path, std::size_t{kib} << 10) != 0) return kFailed;
+  const int result = run_action(match, argc, argv);
+  rpc_close(true);
+  return result;
+}
+
+// KEEP: the words come from the front of the vector, the program's name first, and the daemon's
+// answer does not show in the exit status; callers count on both.
+int list_key_table(int argc, char** argv) {
+  if (rpc_init(kLogSocketPath, kKeyTableAreaBytes) != 0) return kFailed;
+  (void)rpc_forward(kLogSocketPath, words_of(argc - 3, argv), kCodeKeyTableList);
+  rpc_close(true);
+  return 0;
+}
+
+// A verb for a module that has no row. KEEP: always the log daemon's, also for modules of the
+// other.
+int run_fallback_verb(int argc, char** argv) {
+  const SubcommandEntry* verb = find_fallback_verb(argv[2]);
+  if (verb == nullptr) return invalid_command(argv[1], argv[2]);
+  if (rpc_init(kLogSocketPath, std::size_t{verb->area_kib} << 10) != 0) return kFailed;
+  const int result =
+      rpc_forward_module(kLogSocketPath, argv[1], words_after(argc, argv), verb->action.code);
+  rpc_close(true);
+  return result;
+}
+
+int run_command(int argc, char** argv) {
+  install_signal_handlers();
+  (void)dict_startup();
+  if (const CommandMatch match = find_command(argv[1], argv[2]); match.row != nullptr) {
+    return run_row(match, argc, argv);
+  }
+  if (std::string_view(argv[1]) == "keytbl") {
+    if (std::string_view(argv[2]) != "list") return invalid_command(argv[1], argv[2]);
+    return list_key_table(argc, argv);
+  }
+  return run_fallback_verb(argc, argv);
+}
+
+}  // namespace
+
+int dispatch(int argc, char** argv) {
+  if (argc <= 1) return list_modules();
+  if (argc > 2) return run_command(argc, argv);
+  list_matching_modules(argv[1]);
+  return std::string_view(argv[1]) == "sysboot" ? print_boot_time() : kFailed;
+}
+
+}  // namespace qsvmon

@@ -1,0 +1,11 @@
+#pragma once
+
+namespace qsvmon {
+
+/// Runs the command that the process's words name: lists modules, answers "sysboot", or finds the
+/// row, opens a session with its daemon, runs its action on the words after the sub-command and
+/// closes the session. Returns the exit status as `main` does (-1: 255). Prints on
+/// `standard_out()`.
+int dispatch(int argc, char** argv);
+
+}  // namespace qsvmon

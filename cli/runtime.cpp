@@ -1,0 +1,66 @@
+// The program's own ends of the runtime. Nothing in it throws, so where the C++ library would throw
+// for lack of memory the process says so, removes its segment and ends; and a one-shot command does
+// not carry, and at every start initialise, the machinery of exceptions.
+#include <unistd.h>
+
+#include <cstdlib>
+#include <new>
+
+#include "rpc/session.h"
+
+namespace {
+
+[[noreturn]] void end_of_memory() {
+  constexpr char kText[] = "out of memory\n";
+  const ssize_t ignored = ::write(STDOUT_FILENO, kText, sizeof kText - 1);
+  (void)ignored;
+  qsvmon::rpc_close_from_signal();
+  ::_exit(255);
+}
+
+void* allocate(std::size_t bytes) {
+  if (void* memory = std::malloc(bytes != 0 ? bytes : 1)) return memory;
+  end_of_memory();
+}
+
+}  // namespace
+
+void* operator new(std::size_t bytes) {
+  return allocate(bytes);
+}
+void* operator new[](std::size_t bytes) {
+  return allocate(bytes);
+}
+void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
+  return std::malloc(bytes);
+}
+void* operator new[](std::size_t bytes, const std::nothrow_t&) noexcept {
+  return std::malloc(bytes);
+}
+void operator delete(void* memory) noexcept {
+  std::free(memory);
+}
+void operator delete[](void* memory) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+  std::free(memory);
+}
+void operator delete[](void* memory, std::size_t) noexcept {
+  std::free(memory);
+}
+
+#ifdef __GLIBCXX__
+namespace std {
+// What the containers call where they would throw.
+void __throw_length_error(const char*) {
+  end_of_memory();
+}
+void __throw_bad_alloc() {
+  end_of_memory();
+}
+void __throw_bad_array_new_length() {
+  end_of_memory();
+}
+}  // namespace std
+#endif

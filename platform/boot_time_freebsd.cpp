@@ -1,0 +1,19 @@
+#include <sys/types.h>
+
+#include <sys/sysctl.h>
+#include <sys/time.h>
+
+#include "platform/boot_time.h"
+
+namespace qsvmon {
+
+bool read_boot_time(BootTime& out) {
+  timeval boot{};
+  std::size_t size = sizeof boot;
+  if (::sysctlbyname("kern.boottime", &boot, &size, nullptr, 0) != 0) return false;
+  out.seconds = static_cast<std::uint64_t>(boot.tv_sec);
+  out.microseconds = static_cast<std::uint64_t>(boot.tv_usec);
+  return true;
+}
+
+}  // namespace qsvmon

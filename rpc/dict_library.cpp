@@ -1,0 +1,114 @@
+#include "rpc/dict_library.h"
+
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+namespace qsvmon {
+namespace {
+
+constexpr std::size_t kInUseAt = 4;     // non-zero: the entry is registered
+constexpr std::size_t kPointerAt = 48;  // the daemon's pointer, meaningless here
+constexpr std::size_t kPointerBytes = 8;
+
+void set_error(char* error, std::size_t capacity, std::string_view text) {
+  if (capacity == 0) return;
+  const std::size_t n = std::min(text.size(), capacity - 1);
+  std::memcpy(error, text.data(), n);
+  error[n] = '\0';
+}
+
+}  // namespace
+
+bool DictLibrary::load(const char* path, char* error, std::size_t capacity) {
+  if (loaded()) return true;
+  handle_ = ::dlopen(path, RTLD_NOW);
+  if (handle_ == nullptr) {
+    const char* why = ::dlerror();
+    set_error(error, capacity, why != nullptr ? why : "dlopen");
+    return false;
+  }
+  const auto* table = static_cast<void* const* const*>(::dlsym(handle_, "_axpdict"));
+  if (table != nullptr) functions_ = *table;
+  apps_ = static_cast<char*>(::dlsym(handle_, "_usraxps"));
+  groups_ = static_cast<char*>(::dlsym(handle_, "_usragps"));
+  const char* missing = functions_ == nullptr ? "AXPDICT_NOT_FOUND"
+                        : apps_ == nullptr    ? "USRAXPS_NOT_FOUND"
+                        : groups_ == nullptr  ? "USRAGPS_NOT_FOUND"
+                                              : nullptr;
+  if (missing != nullptr) {
+    set_error(error, capacity, missing);
+    unload();
+    return false;
+  }
+  initialise();
+  return true;
+}
+
+void DictLibrary::unload() {
+  void* handle = handle_;
+  handle_ = nullptr;
+  functions_ = nullptr;
+  apps_ = nullptr;
+  groups_ = nullptr;
+  if (handle != nullptr) ::dlclose(handle);
+}
+
+void DictLibrary::initialise() {
+  if (auto run = slot<void (*)()>(kInitialise)) run();
+}
+
+const char* DictLibrary::name(std::uint16_t id) const {
+  auto ask = slot<const char* (*)(int)>(kName);
+  return ask != nullptr ? ask(id) : nullptr;
+}
+
+const char* DictLibrary::display_name(std::uint16_t id) const {
+  auto ask = slot<const char* (*)(int)>(kDisplayName);
+  return ask != nullptr ? ask(id) : nullptr;
+}
+
+const std::uint16_t* DictLibrary::id_of(const char* name) const {
+  auto ask = slot<const std::uint16_t* (*)(const char*)>(kIdOf);
+  return ask != nullptr ? ask(name) : nullptr;
+}
+
+const char* DictLibrary::record(std::uint16_t id) const {
+  auto ask = slot<const char* (*)(int)>(kRecord);
+  return ask != nullptr ? ask(id) : nullptr;
+}
+
+std::size_t DictLibrary::count(Slot index) const {
+  auto ask = slot<int (*)()>(index);
+  const int n = ask != nullptr ? ask() : 0;
+  return n > 0 ? static_cast<std::size_t>(n) : 0;
+}
+
+std::size_t DictLibrary::copy_table(std::span<const char> from, char* to, Slot count_slot) const {
+  const std::size_t entries = std::min(count(count_slot), from.size() / kEntryBytes);
+  if (entries > 0) std::memcpy(to, from.data(), entries * kEntryBytes);
+  return entries;
+}
+
+void DictLibrary::register_if_used(char* entry) const {
+  // KEEP: the flag is signed and any value but 0 counts as in use.
+  if (entry[kInUseAt] == 0) return;
+  if (auto take = slot<void (*)(void*)>(kRegister)) take(entry);
+}
+
+std::size_t DictLibrary::take_tables(std::span<const char> reply) {
+  const std::size_t apps = copy_table(reply, apps_, kAppCount);
+  const std::size_t group_at = apps * kEntryBytes;
+  const std::size_t groups = copy_table(reply.subspan(group_at), groups_, kGroupCount);
+  for (std::size_t i = 0; i < apps; ++i) register_if_used(apps_ + i * kEntryBytes);
+  for (std::size_t i = 0; i < groups; ++i) {
+    char* entry = groups_ + i * kEntryBytes;
+    register_if_used(entry);
+    std::memset(entry + kPointerAt, 0, kPointerBytes);
+  }
+  return group_at + groups * kEntryBytes;
+}
+
+}  // namespace qsvmon

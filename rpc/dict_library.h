@@ -1,0 +1,69 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace qsvmon {
+
+/// The appliance's application dictionary: a shared library with a function table ("_axpdict") and
+/// two arrays of 56-byte entries ("_usraxps", "_usragps") that replies fill. Knows nothing of
+/// requests or sessions. Not thread-safe.
+class DictLibrary {
+ public:
+  static constexpr std::size_t kEntryBytes = 56;
+
+  /// Loads the library at `path` and runs its initialiser; nothing when one is loaded already.
+  /// Returns false with why in `error` (NUL-terminated, cut to `capacity`): the loader's text,
+  /// "AXPDICT_NOT_FOUND", "USRAXPS_NOT_FOUND" or "USRAGPS_NOT_FOUND". Nothing stays loaded then.
+  bool load(const char* path, char* error, std::size_t capacity);
+
+  /// Closes the library and forgets everything from it. Safe in any state.
+  void unload();
+
+  /// True while a function table is held.
+  bool loaded() const { return functions_ != nullptr; }
+
+  /// Copies the tables at the start of `reply` into the library's arrays, registers the entries in
+  /// use and clears the pointer-sized word of the group entries. How many entries there are is the
+  /// library's word; whole entries beyond the end of `reply` are not taken.
+  /// Returns the bytes of `reply` that the tables occupy, at most its size.
+  /// REQUIRES: loaded().
+  std::size_t take_tables(std::span<const char> reply);
+
+  /// Runs the initialiser (slot 0). REQUIRES: loaded().
+  void initialise();
+
+  /// The library's answers about an application; null when it has none. REQUIRES: loaded().
+  const char* name(std::uint16_t id) const;
+  const char* display_name(std::uint16_t id) const;
+  const std::uint16_t* id_of(const char* name) const;
+  const char* record(std::uint16_t id) const;
+
+ private:
+  enum Slot : std::size_t {
+    kInitialise = 0,
+    kName = 5,
+    kDisplayName = 6,
+    kIdOf = 8,
+    kRecord = 10,
+    kAppCount = 40,
+    kGroupCount = 41,
+    kRegister = 42,
+  };
+
+  template <class Function>
+  Function slot(Slot index) const {
+    return reinterpret_cast<Function>(functions_[index]);
+  }
+  std::size_t count(Slot index) const;
+  std::size_t copy_table(std::span<const char> from, char* to, Slot count_slot) const;
+  void register_if_used(char* entry) const;
+
+  void* handle_ = nullptr;
+  void* const* functions_ = nullptr;
+  char* apps_ = nullptr;
+  char* groups_ = nullptr;
+};
+
+}  // namespace qsvmon

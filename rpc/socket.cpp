@@ -1,0 +1,190 @@
+#include "rpc/socket.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <string_view>
+
+#include "format/address.h"
+#include "format/number.h"
+#include "format/printer.h"
+#include "platform/socket_address.h"
+
+namespace qsvmon {
+namespace {
+
+constexpr std::size_t kPieceBytes = 1400;
+constexpr int kWaitMs = 1000;
+constexpr int kBacklog = 1024;
+constexpr std::string_view kUdpPrefix = "udp:";
+
+struct ParsedAddress {
+  int family;
+  SocketAddress record;
+};
+
+// The "host:port" form. The host was checked in the dotted syntax; the address itself is the C
+// library's reading of it, which takes a leading zero for octal.
+bool parse_host_port(char* text, char* colon, ParsedAddress& out) {
+  *colon = '\0';
+  const int port = parse_atoi(colon + 1);
+  if (port < 1 || port > 65535) return false;
+  std::uint32_t checked = 0;
+  if (std::strcmp(text, "0.0.0.0") != 0 && (parse_ipv4(text, &checked) != 0 || checked == 0)) {
+    return false;
+  }
+  in_addr addr{};
+  if (::inet_aton(text, &addr) == 0) addr.s_addr = 0;
+  out.family = AF_INET;
+  make_ipv4_address(addr.s_addr, static_cast<std::uint16_t>(port), out.record);
+  return true;
+}
+
+bool parse_address(char* text, ParsedAddress& out) {
+  if (char* colon = std::strchr(text, ':'); colon != nullptr) {
+    return parse_host_port(text, colon, out);
+  }
+  out.family = AF_UNIX;
+  return make_unix_address(text, out.record);
+}
+
+bool skip_udp(char*& text) {
+  if (std::strncmp(text, kUdpPrefix.data(), kUdpPrefix.size()) != 0) return false;
+  text += kUdpPrefix.size();
+  return true;
+}
+
+const char* error_text() {
+  return std::strerror(errno);
+}
+
+// Closes `fd` without disturbing the errno of the call that failed; returns -1.
+int close_failed(int fd) {
+  const int saved = errno;
+  ::close(fd);
+  errno = saved;
+  return -1;
+}
+
+int bind_failed(int fd, std::string_view what) {
+  const int saved = errno;
+  standard_out().put(what, error_text(), '\n');
+  errno = saved;
+  return close_failed(fd);
+}
+
+int set_nonblocking(int fd) {
+  int on = 1;
+  ::ioctl(fd, FIONBIO, &on);
+  return fd;
+}
+
+bool bind_ipv4(int fd, const SocketAddress& address) {
+  const int on = 1;
+  ::setsockopt(fd, SOL_SOCKET, SO_REUSEPORT, &on, sizeof on);
+  return ::bind(fd, address.get(), address.length) == 0;
+}
+
+}  // namespace
+
+int socket_connect(char* text) {
+  skip_udp(text);
+  ParsedAddress address;
+  if (!parse_address(text, address)) {
+    standard_out().put("socket_connect: invalid path\n");
+    return -1;
+  }
+  const int fd = ::socket(address.family, SOCK_STREAM, 0);
+  if (fd < 0) {
+    standard_out().put("socket_connect: socket fail with ", error_text(), '\n');
+    return -1;
+  }
+  if (::connect(fd, address.record.get(), address.record.length) != 0) return close_failed(fd);
+  return fd;
+}
+
+int socket_listen(char* text) {
+  const char* whole = text;
+  const int type = skip_udp(text) ? SOCK_DGRAM : SOCK_STREAM;
+  ParsedAddress address;
+  if (!parse_address(text, address)) {
+    standard_out().put("socket_listen: invalid path\n");
+    return -1;
+  }
+  const int fd = ::socket(address.family, type, 0);
+  if (fd < 0) {
+    standard_out().put("socket_listen: socket fail with ", error_text(), ", path=", whole, '\n');
+    return -1;
+  }
+  if (address.family == AF_UNIX) {
+    ::unlink(text);
+    if (::bind(fd, address.record.get(), address.record.length) != 0) {
+      return bind_failed(fd, "bind unix fail ");
+    }
+  } else if (!bind_ipv4(fd, address.record)) {
+    return bind_failed(fd, "bind tcp fail ");
+  }
+  if (type == SOCK_STREAM && ::listen(fd, kBacklog) != 0) return bind_failed(fd, "listen fail ");
+  return set_nonblocking(fd);
+}
+
+int udp_listen(std::uint16_t port) {
+  const int fd = ::socket(AF_INET, SOCK_DGRAM, 0);
+  if (fd < 0) {
+    standard_out().put("udp_listen: socket fail with ", error_text(), '\n');
+    return -1;
+  }
+  SocketAddress address;
+  make_ipv4_address(INADDR_ANY, port, address);
+  // KEEP: the same text as for TCP; log readers look for it.
+  if (!bind_ipv4(fd, address)) return bind_failed(fd, "bind tcp fail ");
+  return set_nonblocking(fd);
+}
+
+int socket_accept(int fd, int timeout_ms) {
+  if (timeout_ms > 0 && !wait_readable(fd, timeout_ms)) return -1;
+  const int accepted = ::accept(fd, nullptr, nullptr);
+  if (accepted < 0 && errno != EDEADLK) {
+    const int saved = errno;
+    standard_out().put("socket_accept: ", error_text(), '(', saved, ")\n");
+    errno = saved;
+  }
+  return accepted;
+}
+
+bool wait_readable(int fd, int timeout_ms) {
+  pollfd wanted{fd, POLLIN, 0};
+  return ::poll(&wanted, 1, timeout_ms) > 0;
+}
+
+int send_all(int fd, const void* bytes, std::size_t length) {
+  const char* at = static_cast<const char*>(bytes);
+  while (length > 0) {
+    const ssize_t n = ::send(fd, at, length < kPieceBytes ? length : kPieceBytes, 0);
+    if (n < 1) return -1;
+    at += n;
+    length -= static_cast<std::size_t>(n);
+  }
+  return 0;
+}
+
+int receive_all(int fd, void* bytes, std::size_t length) {
+  char* at = static_cast<char*>(bytes);
+  std::size_t timeouts = length / 8192 + 2;
+  while (length > 0) {
+    if (!wait_readable(fd, kWaitMs) && --timeouts == 0) return -1;
+    const ssize_t n = ::recv(fd, at, length < kPieceBytes ? length : kPieceBytes, 0);
+    if (n < 1) return -1;
+    at += n;
+    length -= static_cast<std::size_t>(n);
+  }
+  return 0;
+}
+
+}  // namespace qsvmon
