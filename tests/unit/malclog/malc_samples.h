@@ -1,0 +1,97 @@
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "commands/malclog/malc_record.h"
+#include "commands/malclog/tidpool.h"
+
+/// Signatures, events and chunks for the malicious-event tests.
+namespace qsvmon::malc_samples {
+
+/// An address in network order from its four octets, as the bytes lie in a record.
+inline std::uint32_t net(std::uint8_t a, std::uint8_t b, std::uint8_t c, std::uint8_t d) {
+  const std::uint8_t bytes[4] = {a, b, c, d};
+  std::uint32_t value = 0;
+  std::memcpy(&value, bytes, sizeof value);
+  return value;
+}
+
+/// A port in network order.
+inline std::uint16_t net_port(unsigned port) {
+  return static_cast<std::uint16_t>(((port & 0xff) << 8) | ((port >> 8) & 0xff));
+}
+
+struct Sig {
+  std::uint16_t tid = 0;
+  std::uint8_t type = 0;
+  std::uint8_t mkmode = kModeOwnName;
+  std::uint8_t itlgc = 0;
+  std::string_view name = "";
+  std::uint16_t vid = 0;
+  std::uint8_t disabled = 0;
+};
+
+inline MalcTid signature(const Sig& sig) {
+  MalcTid tid{};
+  tid.tid = sig.tid;
+  tid.vid = sig.vid;
+  tid.type = sig.type;
+  tid.disabled = sig.disabled;
+  tid.itlgc = sig.itlgc;
+  tid.mkmode = sig.mkmode;
+  std::memcpy(tid.name, sig.name.data(), std::min(sig.name.size(), sizeof tid.name));
+  return tid;
+}
+
+/// A table with `slots` filled and the other slots zero.
+inline SignatureTable table(std::initializer_list<std::pair<int, Sig>> slots) {
+  SignatureTable result{};
+  for (const auto& [slot, sig] : slots) result[static_cast<std::size_t>(slot)] = signature(sig);
+  return result;
+}
+
+inline std::string bytes_of(const SignatureTable& table) {
+  return {reinterpret_cast<const char*>(table.data()), sizeof(SignatureTable)};
+}
+
+/// The pool of a query after a first chunk that brought `table` and some records.
+inline TidPool pool(const MalcQuery& query, const SignatureTable& table) {
+  TidPool result(query);
+  const std::string bytes = bytes_of(table);
+  result.take(bytes, true);
+  return result;
+}
+
+constexpr std::uint64_t bit(int slot) {
+  return std::uint64_t{1} << slot;
+}
+
+/// An event that counts (its time is 1) with `bitmap`; the rest is zero.
+inline MalcEvent event(std::uint64_t bitmap) {
+  MalcEvent e{};
+  e.time_secs = 1;
+  e.bitmap = bitmap;
+  return e;
+}
+
+inline MalcEvent to(std::uint32_t dst_net, std::uint64_t bitmap) {
+  MalcEvent e = event(bitmap);
+  e.dst_net = dst_net;
+  return e;
+}
+
+/// An event of `host`; its length is the text's, its field what of it fits.
+inline MalcEvent of_host(std::string_view host, std::uint64_t bitmap) {
+  MalcEvent e = event(bitmap);
+  e.host_len = static_cast<std::uint8_t>(host.size());
+  std::memcpy(e.host, host.data(), std::min(host.size(), sizeof e.host));
+  return e;
+}
+
+}  // namespace qsvmon::malc_samples
