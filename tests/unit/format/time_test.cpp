@@ -1,0 +1,131 @@
+#include "format/time.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "format/printer.h"
+
+namespace qsvmon {
+namespace {
+
+/// Sets the process's time zone for one test.
+class Zone {
+ public:
+  explicit Zone(const char* name) {
+    ::setenv("TZ", name, 1);
+    reset_local_time();
+  }
+  ~Zone() {
+    ::unsetenv("TZ");
+    reset_local_time();
+  }
+  Zone(const Zone&) = delete;
+  Zone& operator=(const Zone&) = delete;
+};
+
+std::string time_text(std::uint32_t seconds) {
+  char dst[21];
+  std::memset(dst, '#', sizeof dst);
+  format_time(dst, seconds);
+  EXPECT_EQ(dst[19], '\0');
+  EXPECT_EQ(dst[20], '#');
+  return dst;
+}
+
+struct ZoneCase {
+  const char* zone;
+  std::uint32_t seconds;
+  const char* text;
+};
+
+constexpr ZoneCase kCases[] = {
+    {"UTC", 0u, "1970-01-01/00:00:00"},
+    {"UTC", 1u, "1970-01-01/00:00:01"},
+    {"UTC", 951782399u, "2000-02-28/23:59:59"},
+    {"UTC", 951782400u, "2000-02-29/00:00:00"},
+    {"UTC", 951868799u, "2000-02-29/23:59:59"},
+    {"UTC", 951868800u, "2000-03-01/00:00:00"},
+    {"UTC", 2147483648u, "2038-01-19/03:14:08"},  // times are unsigned
+    {"UTC", 4107542399u, "2100-02-28/23:59:59"},  // no leap year
+    {"UTC", 4107542400u, "2100-03-01/00:00:00"},
+    {"UTC", 4294967295u, "2106-02-07/06:28:15"},
+    {"Europe/Berlin", 0u, "1970-01-01/01:00:00"},
+    {"Europe/Berlin", 1711846799u, "2024-03-31/01:59:59"},  // an hour is skipped
+    {"Europe/Berlin", 1711846800u, "2024-03-31/03:00:00"},
+    {"Europe/Berlin", 1729990799u, "2024-10-27/02:59:59"},  // an hour comes twice
+    {"Europe/Berlin", 1729990800u, "2024-10-27/02:00:00"},
+    {"Europe/Berlin", 4294967295u, "2106-02-07/07:28:15"},
+    {"Australia/Lord_Howe", 1712415599u, "2024-04-07/01:59:59"},  // half an hour comes twice
+    {"Australia/Lord_Howe", 1712415600u, "2024-04-07/01:30:00"},
+    {"Australia/Lord_Howe", 1728142199u, "2024-10-06/01:59:59"},  // half an hour is skipped
+    {"Australia/Lord_Howe", 1728142200u, "2024-10-06/02:30:00"},
+    {"America/New_York", 0u, "1969-12-31/19:00:00"},  // before the epoch's day
+    {"America/New_York", 1710053999u, "2024-03-10/01:59:59"},
+    {"America/New_York", 1710054000u, "2024-03-10/03:00:00"},
+    {"America/New_York", 1730613599u, "2024-11-03/01:59:59"},
+    {"America/New_York", 1730613600u, "2024-11-03/01:00:00"},
+    {"Asia/Kathmandu", 504901799u, "1985-12-31/23:59:59"},  // from +5:30 to +5:45
+    {"Asia/Kathmandu", 504901800u, "1986-01-01/00:15:00"},
+    {"Asia/Kathmandu", 1700000000u, "2023-11-15/03:58:20"},
+    {"Pacific/Apia", 1325239199u, "2011-12-29/23:59:59"},  // a whole day is skipped
+    {"Pacific/Apia", 1325239200u, "2011-12-31/00:00:00"},
+    {"Africa/Monrovia", 0u, "1969-12-31/23:15:30"},         // 44 minutes 30 seconds off UTC
+    {"Africa/Monrovia", 63593069u, "1972-01-06/23:59:59"},  // changes within a quarter of an hour
+    {"Africa/Monrovia", 63593070u, "1972-01-07/00:44:30"},
+    {"Africa/Monrovia", 63593100u, "1972-01-07/00:45:00"},
+    // Rules given by hand: the clock goes forward at 02:07:11 local time of 31 March 2024.
+    {"AAA-1BBB,M3.5.0/2:07:11,M10.5.0/3", 1711847230u, "2024-03-31/02:07:10"},
+    {"AAA-1BBB,M3.5.0/2:07:11,M10.5.0/3", 1711847231u, "2024-03-31/03:07:11"},
+};
+
+TEST(Time, LocalTimeAcrossEveryKindOfChange) {
+  for (const ZoneCase& c : kCases) {
+    const Zone zone(c.zone);
+    EXPECT_EQ(time_text(c.seconds), c.text) << c.zone << " " << c.seconds;
+    EXPECT_EQ(time_text(c.seconds), c.text) << c.zone << " again " << c.seconds;
+  }
+}
+
+TEST(Time, NeighboursShareNoWrongAnswer) {
+  const Zone zone("Europe/Berlin");
+  // One slot of the cache: the same block 4096 blocks of 900 seconds later.
+  EXPECT_EQ(time_text(1711846800), "2024-03-31/03:00:00");
+  EXPECT_EQ(time_text(1711846800 + 4096 * 900), "2024-05-12/19:00:00");
+  EXPECT_EQ(time_text(1711846800), "2024-03-31/03:00:00");
+  EXPECT_EQ(time_text(1711847699), "2024-03-31/03:14:59");  // last of the block
+  EXPECT_EQ(time_text(1711847700), "2024-03-31/03:15:00");
+}
+
+TEST(Time, FieldsAndDate) {
+  const Zone zone("Asia/Kathmandu");
+  const LocalTime t = local_time(1700000000);
+  EXPECT_EQ(t.year, 2023);
+  EXPECT_EQ(t.month, 11);
+  EXPECT_EQ(t.day, 15);
+  EXPECT_EQ(t.hour, 3);
+  EXPECT_EQ(t.minute, 58);
+  EXPECT_EQ(t.second, 20);
+  char date[kDateTextBytes];
+  EXPECT_EQ(format_local_date(date, 1700000000), date + 10);
+  EXPECT_EQ(std::string(date, 10), "2023-11-15");
+}
+
+TEST(Time, PrintsThroughThePrinter) {
+  const Zone zone("UTC");
+  MemoryPrinter out;
+  out.put('"', LocalTimeText{1709622489}, '"');
+  EXPECT_EQ(out.str(), "\"2024-03-05/07:08:09\"");
+}
+
+TEST(Time, ResetReadsTheZoneAnew) {
+  const Zone first("UTC");
+  EXPECT_EQ(time_text(1700000000), "2023-11-14/22:13:20");
+  const Zone second("Asia/Kathmandu");
+  EXPECT_EQ(time_text(1700000000), "2023-11-15/03:58:20");
+}
+
+}  // namespace
+}  // namespace qsvmon
