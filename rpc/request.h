@@ -85,7 +85,7 @@ inline std::string_view request_errtext(const RpcRequest& request) {
 inline void set_errtext(RpcRequest& request, std::string_view text) {
   const std::size_t n =
       text.size() < sizeof request.errtext ? text.size() : sizeof request.errtext - 1;
-  std::memcpy(request.errtext, text.data(), n);
+  if (n > 0) std::memcpy(request.errtext, text.data(), n);
   request.errtext[n] = '\0';
 }
 
