@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstddef>
+
+namespace qsvmon {
+
+/// The `family` of a MAC address; any other value means IPv4.
+constexpr int kDescFamilyMac = 6;
+
+/// Builds the four description pools and loads both configuration files (kMainConfigPath, then
+/// kAssetsConfigPath). Returns 0, or -1 when a pool could not be allocated or the main file could
+/// not be opened, which leaves the later pools as they were; callers go on either way, look-ups
+/// then find nothing. What went wrong is printed to standard output, a missing main file to
+/// standard error; a missing assets file is no fault.
+/// A second call makes fresh pools; what the earlier ones handed out stays valid.
+int desc_pools_init();
+
+/// Copies the label of an address to `dest`, cut to `size` - 1 characters and NUL-terminated.
+/// `addr` points at the 6 bytes of a MAC (`family` kDescFamilyMac) or the 4 bytes of an IPv4
+/// address in network order. The operator's description comes first, for IPv4 then the custom range
+/// that contains the address, then the asset object with the address. Returns `dest`, or null with
+/// `dest` untouched when there is no label.
+char* desc_lookup(const void* addr, int family, char* dest, std::size_t size);
+
+/// Frees all pools, those of earlier calls too; for tests and fuzzing, which build them many times.
+void desc_pools_release();
+
+}  // namespace qsvmon
