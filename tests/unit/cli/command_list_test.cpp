@@ -1,0 +1,61 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "cli/command_table.h"
+
+// completions/commands.txt is what completion, the manual page and docs/ are held against; here it
+// is held against the table that the program runs.
+namespace qsvmon {
+namespace {
+
+struct ListedCommand {
+  std::string daemon, module, subcommand;
+  bool operator==(const ListedCommand&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& out, const ListedCommand& c) {
+  return out << c.daemon << ' ' << c.module << ' ' << c.subcommand;
+}
+
+std::vector<ListedCommand> listed_commands(bool fallback) {
+  std::ifstream file(QSVMON_SOURCE_DIR "/completions/commands.txt");
+  std::vector<ListedCommand> commands;
+  for (std::string line; std::getline(file, line);) {
+    if (line.empty() || line[0] == '#') continue;
+    std::istringstream words(line);
+    ListedCommand c;
+    words >> c.daemon >> c.module >> c.subcommand;
+    if (c.daemon != "front" && (c.module == "*") == fallback) commands.push_back(c);
+  }
+  return commands;
+}
+
+TEST(CommandList, HasEveryRowOfTheTable) {
+  std::vector<ListedCommand> rows;
+  for (const CommandGroup& group : command_table()) {
+    const char* daemon = &group == &log_group() ? "log" : "mgmt";
+    for (const ModuleEntry& module : group.modules) {
+      for (const SubcommandEntry& row : module.subcommands) {
+        rows.push_back({daemon, module.name, row.name});
+      }
+    }
+  }
+  const std::vector<ListedCommand> listed = listed_commands(false);
+  for (const ListedCommand& row : rows) {
+    EXPECT_NE(std::find(listed.begin(), listed.end(), row), listed.end()) << row;
+  }
+}
+
+TEST(CommandList, HasTheVerbsOfAnyModuleInTheirOrder) {
+  std::vector<ListedCommand> verbs;
+  for (const SubcommandEntry& row : fallback_verbs()) verbs.push_back({"log", "*", row.name});
+  EXPECT_EQ(listed_commands(true), verbs);
+}
+
+}  // namespace
+}  // namespace qsvmon
