@@ -1,0 +1,94 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <type_traits>
+
+#include "platform/large_memory.h"
+
+namespace qsvmon {
+
+/// Where a fold takes its memory; tests hand in one that runs out.
+struct FoldMemory {
+  void* (*take)(std::size_t bytes, Pages pages) = large_memory_take;  ///< zeroes, or null
+  void (*give)(void* piece, std::size_t bytes) = large_memory_give;
+};
+
+/// The entries of a fold, numbered from 0 in the order they were made and handed out zeroed. They
+/// become usable in blocks of 256; the blocks are cut from pieces of a few megabytes. An entry
+/// never moves: pointers to it are valid as long as the object.
+template <class Entry>
+class EntryBlocks {
+  static_assert(std::is_trivially_copyable_v<Entry> && std::is_trivially_destructible_v<Entry>);
+
+ public:
+  static constexpr std::uint32_t kBlockEntries = 256;
+
+  explicit EntryBlocks(FoldMemory memory) : memory_(memory) {}
+  EntryBlocks(const EntryBlocks&) = delete;
+  EntryBlocks& operator=(const EntryBlocks&) = delete;
+  ~EntryBlocks() {
+    for (std::uint32_t i = 0; i < pieces_used_; ++i) memory_.give(pieces_[i], kPieceBytes);
+    memory_.give(pieces_, pieces_room_ * sizeof(Entry*));
+  }
+
+  std::uint32_t size() const { return size_; }
+  Entry& operator[](std::uint32_t number) {
+    return pieces_[number / kPieceEntries][number % kPieceEntries];
+  }
+  const Entry& operator[](std::uint32_t number) const {
+    return pieces_[number / kPieceEntries][number % kPieceEntries];
+  }
+
+  /// The next zeroed entry, or null when there is no memory for it; `size` then stays.
+  Entry* add() {
+    if (size_ == capacity_ && !add_block()) return nullptr;
+    return &(*this)[size_++];
+  }
+
+ private:
+  static constexpr std::uint32_t entries_of(std::size_t bytes) {
+    std::uint32_t entries = kBlockEntries;
+    while (std::size_t{entries} * 2 * sizeof(Entry) <= bytes) entries *= 2;
+    return entries;
+  }
+  static constexpr std::uint32_t kPieceEntries = entries_of(std::size_t{4} << 20);
+  static constexpr std::size_t kPieceBytes = std::size_t{kPieceEntries} * sizeof(Entry);
+
+  bool add_block() {
+    if (capacity_ > std::numeric_limits<std::uint32_t>::max() - kBlockEntries) return false;
+    if (capacity_ % kPieceEntries == 0 && !add_piece()) return false;
+    capacity_ += kBlockEntries;
+    return true;
+  }
+
+  bool add_piece() {
+    if (pieces_used_ == pieces_room_ && !grow_pieces()) return false;
+    void* piece = memory_.take(kPieceBytes, pieces_used_ == 0 ? Pages::kSmall : Pages::kLarge);
+    if (piece == nullptr) return false;
+    pieces_[pieces_used_++] = static_cast<Entry*>(piece);
+    return true;
+  }
+
+  bool grow_pieces() {
+    const std::size_t room = pieces_room_ == 0 ? 512 : pieces_room_ * 2;
+    Entry** grown = static_cast<Entry**>(memory_.take(room * sizeof(Entry*), Pages::kSmall));
+    if (grown == nullptr) return false;
+    if (pieces_used_ != 0) std::memcpy(grown, pieces_, pieces_used_ * sizeof(Entry*));
+    memory_.give(pieces_, pieces_room_ * sizeof(Entry*));
+    pieces_ = grown;
+    pieces_room_ = room;
+    return true;
+  }
+
+  FoldMemory memory_;
+  Entry** pieces_ = nullptr;
+  std::size_t pieces_room_ = 0;
+  std::uint32_t pieces_used_ = 0;
+  std::uint32_t size_ = 0;
+  std::uint32_t capacity_ = 0;
+};
+
+}  // namespace qsvmon

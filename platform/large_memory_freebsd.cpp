@@ -1,0 +1,24 @@
+#include "platform/large_memory.h"
+
+#include <stdlib.h>
+#include <sys/mman.h>
+
+namespace qsvmon {
+
+// The kernel promotes filled runs of an aligned mapping to superpages by itself.
+void* large_memory_take(std::size_t bytes, Pages pages) {
+  const int aligned = pages == Pages::kSmall ? 0 : MAP_ALIGNED_SUPER;
+  void* at =
+      ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANON | aligned, -1, 0);
+  return at == MAP_FAILED ? nullptr : at;
+}
+
+void large_memory_give(void* piece, std::size_t bytes) {
+  if (piece != nullptr) ::munmap(piece, bytes);
+}
+
+void random_seed(void* seed, std::size_t bytes) {
+  ::arc4random_buf(seed, bytes);
+}
+
+}  // namespace qsvmon
