@@ -58,10 +58,7 @@ bool scan_mac(const char* text, char separator, unsigned (&f)[6]) {
   const char* format = separator == ':'   ? "%x:%x:%x:%x:%x:%x"
                        : separator == '-' ? "%x-%x-%x-%x-%x-%x"
                                           : "%x.%x.%x.%x.%x.%x";
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
   return std::sscanf(text, format, &f[0], &f[1], &f[2], &f[3], &f[4], &f[5]) == 6;
-#pragma GCC diagnostic pop
 }
 
 /// The separator that the second or third character gives, or NUL.
