@@ -1,0 +1,244 @@
+#include "commands/sessionlog/gb2312.h"
+
+#include <cstring>
+
+#include "commands/sessionlog/gb2312_tables.h"
+
+namespace qsvmon {
+namespace {
+
+/// The last code point that is a single byte on both sides. KEEP: 0x80 is one.
+constexpr std::uint32_t kLastSingle = 0x80;
+
+unsigned char byte_at(const char* p) {
+  return static_cast<unsigned char>(*p);
+}
+
+/// The number of set bits of a 16-bit mask; the target's baseline has no instruction for it.
+unsigned count_bits16(unsigned mask) {
+  mask -= (mask >> 1) & 0x5555;
+  mask = (mask & 0x3333) + ((mask >> 2) & 0x3333);
+  mask = (mask + (mask >> 4)) & 0x0f0f;
+  return (mask + (mask >> 8)) & 0x1f;
+}
+
+/// The block of `cp`, or null when no page covers it.
+const GbBlock* block_of(std::uint32_t cp) {
+  const std::uint32_t block = cp >> 4;
+  if (cp >= 0x4E00 && cp < 0x9CF0) return &kGbPage3[block - 0x4E0];
+  if (cp < 0x460) return &kGbPage0[block];
+  if (cp >= 0x2000 && cp < 0x2650) return &kGbPage1[block - 0x200];
+  if (cp >= 0x3000 && cp < 0x3230) return &kGbPage2[block - 0x300];
+  if (cp >= 0x9E00 && cp < 0x9FB0) return &kGbPage4[block - 0x9E0];
+  if (cp >= 0xFF00 && cp < 0xFFF0) return &kGbPage5[block - 0xFF0];
+  return nullptr;
+}
+
+/// The GB code of `cp`; 0 when GB2312 lacks it.
+unsigned gb_code(std::uint32_t cp) {
+  const GbBlock* block = block_of(cp);
+  if (block == nullptr) return 0;
+  const unsigned bit = 1U << (cp & 15);
+  if ((block->mask & bit) == 0) return 0;
+  return kGbCodes[block->first + count_bits16(block->mask & (bit - 1))];
+}
+
+/// The code point of a pair of bytes, high bits ignored; 0 when it is no character.
+std::uint32_t gb_pair(unsigned char first, unsigned char second) {
+  const unsigned row = (first & 0x7FU) - 0x21U;  // a byte below 0x21 wraps to a large number
+  const unsigned column = (second & 0x7FU) - 0x21U;
+  if (column >= kGbColumns) return 0;
+  const unsigned cell = row * kGbColumns + column;
+  std::uint16_t cp = kGbUnassigned;
+  if (row - 15 <= 0x77 - 0x30) {
+    cp = kGbRows30To77[cell - kGbHighFirstCell];
+  } else if (row <= 8 && cell < kGbLowCells) {
+    cp = kGbRows21To29[cell];
+  }
+  return cp == kGbUnassigned ? 0 : cp;
+}
+
+/// The bytes of a UTF-8 character as its lead byte says.
+int utf8_length(unsigned char lead) {
+  if (lead < 0xC0) return 1;
+  if (lead < 0xE0) return 2;
+  if (lead < 0xF0) return 3;
+  if (lead < 0xF8) return 4;
+  return lead < 0xFC ? 5 : 6;
+}
+
+/// Decodes the character at `p`, of which `left` (at least 1) bytes are there.
+int decode_bounded(const char* p, std::size_t left, std::uint32_t* cp) {
+  constexpr unsigned char kLeadBits[7] = {0, 0xFF, 0x1F, 0x0F, 0x07, 0x03, 0x01};
+  const int length = utf8_length(byte_at(p));
+  std::uint32_t value = byte_at(p) & kLeadBits[length];
+  int used = 1;
+  for (int i = 1; i < length; ++i) {
+    value <<= 6;
+    if (static_cast<std::size_t>(i) < left) value |= byte_at(p + used++) & 0x3FU;
+  }
+  *cp = value;
+  return used;
+}
+
+/// Writes `cp`, 1 to 3 bytes. REQUIRES: cp is below 0x10000 and there is room.
+int encode_short(char* out, std::uint32_t cp) {
+  if (cp >= 0x800) {
+    out[0] = static_cast<char>(0xE0U | cp >> 12);
+    out[1] = static_cast<char>(0x80U | (cp >> 6 & 0x3FU));
+    out[2] = static_cast<char>(0x80U | (cp & 0x3FU));
+    return 3;
+  }
+  if (cp >= 0x80) {
+    out[0] = static_cast<char>(0xC0U | cp >> 6);
+    out[1] = static_cast<char>(0x80U | (cp & 0x3FU));
+    return 2;
+  }
+  out[0] = static_cast<char>(cp);
+  return 1;
+}
+
+bool bad_arguments(const char* out, int outcap, const char* in, int inlen) {
+  return out == nullptr || in == nullptr || outcap < 1 || inlen < 1;
+}
+
+/// A conversion under way: the input that is left, the output so far and the characters that may
+/// still be taken.
+struct Conversion {
+  const char* p;
+  const char* end;
+  char* at;
+  char* limit;  ///< the NUL must lie below it
+  unsigned codes;
+
+  bool more() const { return p < end && codes > 0; }
+  /// True when `bytes` and the NUL fit.
+  bool fits(int bytes) const { return limit - at > bytes; }
+
+  /// Copies bytes 0x20 to 0x7F, eight at a time, as long as there are eight.
+  void copy_ascii() {
+    constexpr std::uint64_t kHighBits = 0x8080808080808080U;
+    constexpr std::uint64_t kBlanks = 0x2020202020202020U;
+    while (end - p >= 8 && fits(8) && codes >= 8) {
+      std::uint64_t word;
+      std::memcpy(&word, p, sizeof word);
+      // A byte below 0x20 borrows and sets a high bit; one above 0x7F has it set.
+      if ((((word - kBlanks) | word) & kHighBits) != 0) return;
+      std::memcpy(at, &word, sizeof word);
+      p += 8;
+      at += 8;
+      codes -= 8;
+    }
+  }
+};
+
+/// Takes one character of UTF-8 as 16 bits.
+std::uint32_t take_utf8(Conversion& c) {
+  std::uint32_t cp = byte_at(c.p);
+  if (cp < 0x80) {
+    ++c.p;
+  } else if ((cp & 0xF0) == 0xE0 && c.end - c.p >= 3) {  // nearly all that is not ASCII
+    cp =
+        (byte_at(c.p) & 0x0FU) << 12 | (byte_at(c.p + 1) & 0x3FU) << 6 | (byte_at(c.p + 2) & 0x3FU);
+    c.p += 3;
+  } else {
+    c.p += decode_bounded(c.p, static_cast<std::size_t>(c.end - c.p), &cp);
+  }
+  return cp & 0xFFFF;
+}
+
+/// Takes one character of GB2312; 0 ends the text.
+std::uint32_t take_gb(Conversion& c) {
+  const unsigned char first = byte_at(c.p);
+  if (first >= 0x20 && first <= kLastSingle) {
+    ++c.p;
+    return first;
+  }
+  if (c.end - c.p < 2) return 0;
+  const std::uint32_t cp = gb_pair(first, byte_at(c.p + 1));
+  c.p += 2;
+  return cp;
+}
+
+}  // namespace
+
+int utf8_decode_char(const char* p, std::uint32_t* cp) {
+  const std::size_t left = ::strnlen(p, 6);
+  return decode_bounded(p, left == 0 ? 1 : left, cp);
+}
+
+int utf8_encode_char(char* out, std::uint32_t cp, int room) {
+  if (cp >= 0x110000) return -1;
+  const int length = cp < 0x80 ? 1 : cp < 0x800 ? 2 : cp < 0x10000 ? 3 : 4;
+  if (length > room) return -2;
+  if (length < 4) return encode_short(out, cp);
+  out[0] = static_cast<char>(0xF0U | cp >> 18);
+  out[1] = static_cast<char>(0x80U | (cp >> 12 & 0x3FU));
+  out[2] = static_cast<char>(0x80U | (cp >> 6 & 0x3FU));
+  out[3] = static_cast<char>(0x80U | (cp & 0x3FU));
+  return 4;
+}
+
+int gb2312_char_to_uni(const char* bytes, int len, std::uint32_t* cp) {
+  if (len < 2) return 0;
+  const std::uint32_t found = gb_pair(byte_at(bytes), byte_at(bytes + 1));
+  if (found == 0) return 0;
+  *cp = found;
+  return 2;
+}
+
+int uni_to_gb2312_char(std::uint32_t cp, unsigned char* out2, int len) {
+  if (len < 2) return -2;
+  const unsigned code = gb_code(cp);
+  if (code == 0) return -1;
+  out2[0] = static_cast<unsigned char>(code >> 8);
+  out2[1] = static_cast<unsigned char>(code & 0xFF);
+  return 2;
+}
+
+int utf8_to_gb2312(char* out, int outcap, const char* in, int inlen) {
+  if (bad_arguments(out, outcap, in, inlen)) return -1;
+  const std::size_t length = ::strnlen(in, static_cast<std::size_t>(inlen));
+  Conversion c{in, in + length, out, out + outcap, kMaxUtf8Codes};
+  while (c.more()) {
+    if (byte_at(c.p) < 0x80) {
+      c.copy_ascii();
+      if (!c.more()) break;
+    }
+    const std::uint32_t cp = take_utf8(c);
+    --c.codes;
+    const unsigned code = cp <= kLastSingle ? 0 : gb_code(cp);
+    if (code == 0) {
+      if (!c.fits(1)) break;
+      if (cp <= kLastSingle) *c.at = static_cast<char>(cp);
+      ++c.at;  // an unmapped character leaves the caller's zero
+      continue;
+    }
+    if (!c.fits(2)) break;
+    c.at[0] = static_cast<char>(0x80U | code >> 8);
+    c.at[1] = static_cast<char>(0x80U | (code & 0xFFU));
+    c.at += 2;
+  }
+  *c.at = '\0';
+  return 0;
+}
+
+int gb2312_to_utf8(char* out, int outcap, const char* in, int inlen) {
+  if (bad_arguments(out, outcap, in, inlen)) return -1;
+  Conversion c{in, in + inlen, out, out + outcap, kMaxGbCodes};
+  while (c.more()) {
+    if (byte_at(c.p) < 0x80) {
+      c.copy_ascii();
+      if (!c.more()) break;
+    }
+    const std::uint32_t cp = take_gb(c);
+    --c.codes;
+    const int length = cp < 0x80 ? 1 : cp < 0x800 ? 2 : 3;
+    if (cp == 0 || !c.fits(length)) break;
+    c.at += encode_short(c.at, cp);
+  }
+  *c.at = '\0';
+  return 0;
+}
+
+}  // namespace qsvmon
