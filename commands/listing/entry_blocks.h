@@ -42,6 +42,14 @@ class EntryBlocks {
     return pieces_[number / kPieceEntries][number % kPieceEntries];
   }
 
+  /// Takes memory until at least `more` entries can be added without any. False without it.
+  bool reserve(std::uint32_t more) {
+    while (capacity_ - size_ < more) {
+      if (!add_block()) return false;
+    }
+    return true;
+  }
+
   /// The next zeroed entry, or null when there is no memory for it; `size` then stays.
   Entry* add() {
     if (size_ == capacity_ && !add_block()) return nullptr;

@@ -18,6 +18,9 @@ enum class Placement : std::uint8_t {
   kReplace,  ///< a new entry, which later records with this key find instead of any earlier one
 };
 
+/// Records that `FoldTable::fold` takes side by side.
+constexpr std::uint32_t kFoldGroup = 32;
+
 template <class Key>
 struct FoldStep {
   Placement placement = Placement::kSkip;
@@ -63,9 +66,9 @@ class FoldTable {
   /// group are fetched side by side: all of a group's steps are asked before its first update.
   template <class Record, class StepOf, class Update>
   void fold(std::span<const Record> records, StepOf&& step_of, Update&& update) {
-    for (std::size_t at = 0; at < records.size(); at += kGroup) {
+    for (std::size_t at = 0; at < records.size(); at += kFoldGroup) {
       const std::size_t left = records.size() - at;
-      fold_group(records.subspan(at, left < kGroup ? left : kGroup), step_of, update);
+      fold_group(records.subspan(at, left < kFoldGroup ? left : kFoldGroup), step_of, update);
     }
   }
 
@@ -73,7 +76,6 @@ class FoldTable {
   std::uint32_t bucket_count() const { return bucket_count_; }
 
  private:
-  static constexpr std::size_t kGroup = 32;
   static constexpr std::uint32_t kSlots = 8;
   static constexpr std::uint32_t kUsualSlots = 4;   ///< in use a bucket, on average, at most
   static constexpr std::uint32_t kCrowdedWalk = 4;  ///< full buckets passed in the first table
@@ -108,9 +110,9 @@ class FoldTable {
 
   template <class Record, class StepOf, class Update>
   void fold_group(std::span<const Record> group, StepOf& step_of, Update& update) {
-    std::array<FoldStep<Key>, kGroup> steps;
-    std::array<std::uint32_t, kGroup> tags;
-    std::array<Entry*, kGroup> found;
+    std::array<FoldStep<Key>, kFoldGroup> steps;
+    std::array<std::uint32_t, kFoldGroup> tags;
+    std::array<Entry*, kFoldGroup> found;
     if (buckets_ == nullptr && !first_buckets()) return;
     const bool spread = spread_;
     for (std::size_t i = 0; i < group.size(); ++i) {

@@ -1,0 +1,49 @@
+#include "commands/listing/entry_blocks.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+namespace qsvmon {
+namespace {
+
+int pieces_left = 0;
+
+void* take(std::size_t bytes, Pages) {
+  if (pieces_left == 0) return nullptr;
+  --pieces_left;
+  return std::calloc(1, bytes);
+}
+
+void give(void* piece, std::size_t) {
+  std::free(piece);
+}
+
+TEST(EntryBlocks, WhatWasReservedCanBeAddedWithoutMemory) {
+  pieces_left = 1000;
+  EntryBlocks<std::uint64_t> entries({take, give});
+  EXPECT_TRUE(entries.reserve(300));
+  pieces_left = 0;
+  EXPECT_TRUE(entries.reserve(512));  // two blocks of 256 were taken
+  for (std::uint64_t i = 0; i < 512; ++i) {
+    std::uint64_t* const entry = entries.add();
+    ASSERT_NE(entry, nullptr);
+    EXPECT_EQ(*entry, 0U);
+    *entry = i;
+  }
+  EXPECT_EQ(entries.size(), 512U);
+  EXPECT_EQ(entries[511], 511U);
+}
+
+TEST(EntryBlocks, ReservingWithoutMemoryFailsAndKeepsWhatThereIs) {
+  pieces_left = 0;
+  EntryBlocks<std::uint64_t> entries({take, give});
+  EXPECT_FALSE(entries.reserve(1));
+  EXPECT_EQ(entries.add(), nullptr);
+  pieces_left = 1000;
+  EXPECT_TRUE(entries.reserve(1));
+  EXPECT_NE(entries.add(), nullptr);
+}
+
+}  // namespace
+}  // namespace qsvmon
