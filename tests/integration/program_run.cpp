@@ -1,0 +1,162 @@
+#include "tests/integration/program_run.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/ipc.h>
+#include <sys/shm.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <limits>
+#include <sstream>
+
+namespace qsvmon::harness {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+struct Pipe {
+  int read_end = -1;
+  int write_end = -1;
+  Pipe() {
+    int ends[2];
+    if (::pipe2(ends, O_CLOEXEC) != 0) return;
+    read_end = ends[0];
+    write_end = ends[1];
+  }
+  ~Pipe() {
+    if (read_end >= 0) ::close(read_end);
+    close_write();
+  }
+  Pipe(const Pipe&) = delete;
+  Pipe& operator=(const Pipe&) = delete;
+  void close_write() {
+    if (write_end >= 0) ::close(write_end);
+    write_end = -1;
+  }
+};
+
+std::vector<std::string> environment_of(const RunOptions& options) {
+  std::vector<std::string> pairs = {"TZ=" + options.time_zone, "PATH=/usr/bin:/bin"};
+  for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"}) {
+    if (const char* value = std::getenv(name)) pairs.push_back(std::string(name) + "=" + value);
+  }
+  pairs.insert(pairs.end(), options.environment.begin(), options.environment.end());
+  return pairs;
+}
+
+std::vector<char*> pointers_to(std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  for (std::string& text : texts) pointers.push_back(text.data());
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+// Between fork and exec in a process with threads: system calls alone.
+[[noreturn]] void become_program(const char* folder, int out, int err, char* const* argv,
+                                 char* const* envp) {
+  const int null = ::open("/dev/null", O_RDONLY);
+  sigset_t none;
+  ::sigemptyset(&none);
+  ::sigprocmask(SIG_SETMASK, &none, nullptr);
+  if (::chdir(folder) == 0 && ::dup2(null, STDIN_FILENO) >= 0 && ::dup2(out, STDOUT_FILENO) >= 0 &&
+      ::dup2(err, STDERR_FILENO) >= 0) {
+    ::execve(QSVMON_PROGRAM, argv, envp);
+  }
+  ::_exit(127);
+}
+
+// Takes what is there; false at the end of the stream.
+bool take(int fd, std::string& into) {
+  char piece[65536];
+  const ssize_t n = ::read(fd, piece, sizeof piece);
+  if (n < 0) return errno == EINTR || errno == EAGAIN;
+  into.append(piece, static_cast<std::size_t>(n));
+  return n > 0;
+}
+
+// Reads both streams to their ends; kills the process when its time is over.
+void collect(pid_t pid, int out, int err, int limit_ms, Outcome& outcome) {
+  const Clock::time_point limit = Clock::now() + std::chrono::milliseconds(limit_ms);
+  pollfd streams[2] = {{out, POLLIN, 0}, {err, POLLIN, 0}};
+  while (streams[0].fd >= 0 || streams[1].fd >= 0) {
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(limit - Clock::now());
+    if (left.count() <= 0) {
+      ADD_FAILURE() << "the program did not end in time";
+      ::kill(pid, SIGKILL);
+      return;
+    }
+    if (::poll(streams, 2, static_cast<int>(left.count())) <= 0) continue;
+    if (streams[0].revents != 0 && !take(out, outcome.out)) streams[0].fd = -1;
+    if (streams[1].revents != 0 && !take(err, outcome.err)) streams[1].fd = -1;
+  }
+}
+
+void expect_no_segments(pid_t pid) {
+  for (const int id : segments_made_by(pid)) {
+    ADD_FAILURE() << "segment " << id << " was left behind";
+    ::shmctl(id, IPC_RMID, nullptr);
+  }
+}
+
+}  // namespace
+
+Outcome run_program(const std::string& folder, const std::vector<std::string>& words,
+                    const RunOptions& options) {
+  std::vector<std::string> arguments = {options.name};
+  arguments.insert(arguments.end(), words.begin(), words.end());
+  std::vector<std::string> environment = environment_of(options);
+  const std::vector<char*> argv = pointers_to(arguments);
+  const std::vector<char*> envp = pointers_to(environment);
+  Pipe out;
+  Pipe err;
+  Outcome outcome;
+  outcome.pid = ::fork();
+  if (outcome.pid == 0) {
+    become_program(folder.c_str(), out.write_end, err.write_end, argv.data(), envp.data());
+  }
+  if (outcome.pid < 0) {
+    ADD_FAILURE() << "fork failed";
+    return outcome;
+  }
+  out.close_write();
+  err.close_write();
+  collect(outcome.pid, out.read_end, err.read_end, options.limit_ms, outcome);
+  int status = 0;
+  while (::waitpid(outcome.pid, &status, 0) < 0 && errno == EINTR) {
+  }
+  if (WIFEXITED(status)) outcome.exit_status = WEXITSTATUS(status);
+  if (WIFSIGNALED(status)) outcome.signal = WTERMSIG(status);
+  expect_no_segments(outcome.pid);
+  return outcome;
+}
+
+std::vector<int> segments_made_by(pid_t pid) {
+  std::vector<int> ids;
+  std::ifstream list("/proc/sysvipc/shm");
+  list.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
+  for (std::string line; std::getline(list, line);) {
+    std::istringstream fields(line);
+    long key = 0;
+    int id = 0;
+    std::string permissions;
+    unsigned long size = 0;
+    pid_t creator = 0;
+    fields >> key >> id >> permissions >> size >> creator;
+    if (fields && creator == pid) ids.push_back(id);
+  }
+  return ids;
+}
+
+bool segment_exists(int id) {
+  shmid_ds about{};
+  return ::shmctl(id, IPC_STAT, &about) == 0;
+}
+
+}  // namespace qsvmon::harness
