@@ -1,5 +1,6 @@
 #include "format/time.h"
 
+#include <cstring>
 #include <ctime>
 
 #include "format/printer.h"
@@ -10,7 +11,9 @@ namespace {
 constexpr std::uint32_t kBlockSeconds = 900;
 constexpr std::uint32_t kSlots = 4096;  // 42 days of blocks
 constexpr std::int64_t kDaySeconds = 86400;
-/// No local time is that far from UTC.
+constexpr std::int64_t kShiftDays = 365;
+constexpr std::uint32_t kDateSlots = 64;
+/// Stands for a block without one offset; no local time is that far from UTC.
 constexpr std::int32_t kVaries = 0x7fffffff;
 
 /// The distance of local time from UTC during one block of 900 seconds.
@@ -89,9 +92,24 @@ std::int32_t cached_offset(std::uint32_t seconds) {
   return slot.offset_secs;
 }
 
+struct TwoDigits {
+  char text[100][2];
+};
+
+constexpr TwoDigits make_two_digits() {
+  TwoDigits t{};
+  for (int i = 0; i < 100; ++i) {
+    t.text[i][0] = static_cast<char>('0' + i / 10);
+    t.text[i][1] = static_cast<char>('0' + i % 10);
+  }
+  return t;
+}
+
+constexpr TwoDigits kTwoDigits = make_two_digits();
+
+/// Writes a value below 100.
 char* put_two(char* dst, int value) {
-  dst[0] = static_cast<char>('0' + value / 10 % 10);
-  dst[1] = static_cast<char>('0' + value % 10);
+  std::memcpy(dst, kTwoDigits.text[value], 2);
   return dst + 2;
 }
 
@@ -104,17 +122,48 @@ char* put_date(char* dst, const LocalTime& t) {
   return put_two(dst, t.day);
 }
 
+char* put_clock(char* dst, int hour, int minute, int second) {
+  dst = put_two(dst, hour);
+  *dst++ = ':';
+  dst = put_two(dst, minute);
+  *dst++ = ':';
+  return put_two(dst, second);
+}
+
+/// Seconds since the start of the year before 1970, so that no local time is negative.
+std::uint64_t shifted_local(std::uint32_t seconds, std::int32_t offset) {
+  return static_cast<std::uint64_t>(std::int64_t{seconds} + offset + kShiftDays * kDaySeconds);
+}
+
+/// A date as text, by its number of days since the start of the shifted count.
+struct DateText {
+  std::uint32_t day;
+  char text[kDateTextBytes + 1];  ///< with the "/" after it; empty at first
+};
+
+DateText dates[kDateSlots];
+
+/// The 11 bytes "2024-03-05/" of a shifted day. Times of the same month find them ready.
+const char* date_text(std::uint32_t day) {
+  DateText& slot = dates[day % kDateSlots];
+  if (slot.day != day || slot.text[0] == '\0') {
+    LocalTime t{};
+    date_from_days(std::int64_t{day} - kShiftDays, t);
+    slot.day = day;
+    *put_date(slot.text, t) = '/';
+  }
+  return slot.text;
+}
+
 }  // namespace
 
 LocalTime local_time(std::uint32_t seconds) {
   const std::int32_t offset = cached_offset(seconds);
   if (offset == kVaries) return convert(seconds);
-  const std::int64_t local = std::int64_t{seconds} + offset;
-  // Shifted by whole days so that the division never sees a time before 1970.
-  const auto shifted = static_cast<std::uint64_t>(local + 366 * kDaySeconds);
+  const std::uint64_t local = shifted_local(seconds, offset);
   LocalTime t{};
-  date_from_days(static_cast<std::int64_t>(shifted / kDaySeconds) - 366, t);
-  const auto of_day = static_cast<int>(shifted % kDaySeconds);
+  date_from_days(static_cast<std::int64_t>(local / kDaySeconds) - kShiftDays, t);
+  const auto of_day = static_cast<int>(local % kDaySeconds);
   t.hour = of_day / 3600;
   t.minute = of_day / 60 % 60;
   t.second = of_day % 60;
@@ -126,14 +175,17 @@ char* format_local_date(char* dst, std::uint32_t seconds) {
 }
 
 char* format_local_time(char* dst, std::uint32_t seconds) {
-  const LocalTime t = local_time(seconds);
-  dst = put_date(dst, t);
-  *dst++ = '/';
-  dst = put_two(dst, t.hour);
-  *dst++ = ':';
-  dst = put_two(dst, t.minute);
-  *dst++ = ':';
-  return put_two(dst, t.second);
+  const std::int32_t offset = cached_offset(seconds);
+  if (offset == kVaries) {
+    const LocalTime t = convert(seconds);
+    dst = put_date(dst, t);
+    *dst++ = '/';
+    return put_clock(dst, t.hour, t.minute, t.second);
+  }
+  const std::uint64_t local = shifted_local(seconds, offset);
+  std::memcpy(dst, date_text(static_cast<std::uint32_t>(local / kDaySeconds)), sizeof dates->text);
+  const auto of_day = static_cast<int>(local % kDaySeconds);
+  return put_clock(dst + sizeof dates->text, of_day / 3600, of_day / 60 % 60, of_day % 60);
 }
 
 void format_time(char* dst, std::uint32_t seconds) {
