@@ -27,11 +27,25 @@ struct Part {
   bool is_at_most(std::uint32_t limit) const { return !wrapped && value <= limit; }
 };
 
-/// Value of a hexadecimal digit, or -1.
+/// Values of the hexadecimal digits, -1 for every other byte.
+struct HexDigits {
+  std::int8_t value[256];
+};
+
+constexpr HexDigits make_hex_digits() {
+  HexDigits t{};
+  for (std::int8_t& value : t.value) value = -1;
+  for (int i = 0; i < 16; ++i) {
+    t.value[static_cast<unsigned char>("0123456789abcdef"[i])] = static_cast<std::int8_t>(i);
+    t.value[static_cast<unsigned char>("0123456789ABCDEF"[i])] = static_cast<std::int8_t>(i);
+  }
+  return t;
+}
+
+constexpr HexDigits kHexDigits = make_hex_digits();
+
 int hex_digit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  const char lower = static_cast<char>(c | 0x20);
-  return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+  return kHexDigits.value[static_cast<unsigned char>(c)];
 }
 
 /// Reads six plain fields (one to eight digits, nothing else) and takes what sscanf would; anything
