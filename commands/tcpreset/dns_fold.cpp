@@ -1,0 +1,32 @@
+#include "commands/tcpreset/dns_fold.h"
+
+namespace qsvmon {
+
+namespace {
+
+void count_status(DnsStat& stat, std::uint32_t status) {
+  stat.http50x += status >= 500;
+  stat.http40x += status >= 400 && status < 500;
+  stat.http30x += status >= 300 && status < 400;
+  stat.http20x += status >= 200 && status < 300;
+}
+
+void count_name(DnsStat& stat, const ResetRecord& record) {
+  count_flow(stat, record);
+  put_port(stat.slots, record);
+  count_status(stat, record.http_status());
+}
+
+}  // namespace
+
+void DnsFold::add(std::span<const ResetRecord> records) {
+  table_.fold(
+      records,
+      [](const ResetRecord& record) {
+        const std::string_view name = record.domain();
+        return FoldStep<std::string_view>{name.empty() ? Placement::kSkip : Placement::kFind, name};
+      },
+      [](DnsStat& stat, const ResetRecord& record) { count_name(stat, record); });
+}
+
+}  // namespace qsvmon

@@ -1,0 +1,32 @@
+#include "commands/tcpreset/dns_print.h"
+
+#include <string_view>
+
+#include "commands/tcpreset/flow_print.h"
+#include "commands/tcpreset/row_page.h"
+
+namespace qsvmon {
+
+void print_dns_row(Printer& out, const DnsStat& stat) {
+  out.put("{\"dns\":\"", stat.dns(), "\",");
+  print_counters(out, stat);
+  out.put(",\"http20x\":", stat.http20x, ",\"http30x\":", stat.http30x,
+          ",\"http40x\":", stat.http40x, ",\"http50x\":", stat.http50x);
+  print_ports(out, stat.slots);
+  out.put('}');
+}
+
+void print_dns_page(Printer& out, const DnsFold& fold, const DnsQuery& query) {
+  RowOrder order(fold.size());
+  order.sort([&](std::uint32_t number) { return fold[number].*query.counter; }, query.sorting());
+  const std::string_view filter = query.filter == nullptr ? "" : query.filter;
+  print_page(
+      out, order, query.rows, !filter.empty(),  // every text contains the empty one
+      [&](std::uint32_t number) { print_dns_row(out, fold[number]); },
+      [&](std::uint32_t number) {
+        return fold[number].dns().find(filter) != std::string_view::npos;
+      },
+      [&](std::uint32_t number) { __builtin_prefetch(&fold[number]); });
+}
+
+}  // namespace qsvmon

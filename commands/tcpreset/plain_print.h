@@ -1,0 +1,17 @@
+#pragma once
+
+#include "commands/tcpreset/reset_record.h"
+#include "format/printer.h"
+
+namespace qsvmon {
+
+/// A value in hundredths, printed with two decimals, or as "0" when it is 0.
+struct Hundredths {
+  std::uint32_t value;
+};
+void put_value(Printer& out, Hundredths metric);
+
+/// Prints one session as a line of text, its addresses as decimal numbers.
+void print_plain_line(Printer& out, const ResetRecord& record);
+
+}  // namespace qsvmon

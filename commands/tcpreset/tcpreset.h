@@ -1,0 +1,12 @@
+#pragma once
+
+/// The listings of TCP sessions that the appliance reset. Each handler takes the words after its
+/// sub-command, fetches the records from the management daemon and returns 0, or -1 after printing
+/// why it failed.
+namespace qsvmon {
+
+int tcpreset_listip(int argc, char** argv);   ///< one row per address, as JSON
+int tcpreset_listdns(int argc, char** argv);  ///< one row per domain name, as JSON
+int tcpreset_list(int argc, char** argv);     ///< one line per session
+
+}  // namespace qsvmon

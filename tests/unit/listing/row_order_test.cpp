@@ -1,0 +1,92 @@
+#include "commands/listing/row_order.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <vector>
+
+namespace qsvmon {
+namespace {
+
+using Numbers = std::vector<std::uint32_t>;
+
+Numbers order_of(const Numbers& counters, Direction direction, FoldMemory memory = {}) {
+  RowOrder order(static_cast<std::uint32_t>(counters.size()), memory);
+  order.sort([&](std::uint32_t number) { return counters[number]; }, direction);
+  Numbers numbers;
+  for (std::uint32_t i = 0; i < order.size(); ++i) numbers.push_back(order[i]);
+  return numbers;
+}
+
+TEST(RowOrder, OfFewRows) {
+  const Numbers counters = {5, 9, 5, 0, 4294967295u, 9};
+  EXPECT_EQ(order_of(counters, Direction::kFirstSeen), (Numbers{0, 1, 2, 3, 4, 5}));
+  EXPECT_EQ(order_of(counters, Direction::kSmallestFirst), (Numbers{3, 0, 2, 1, 5, 4}));
+  EXPECT_EQ(order_of(counters, Direction::kLargestFirst), (Numbers{4, 1, 5, 0, 2, 3}));
+}
+
+TEST(RowOrder, OfNoRowAndOfOne) {
+  EXPECT_EQ(order_of({}, Direction::kLargestFirst), Numbers{});
+  EXPECT_EQ(order_of({7}, Direction::kSmallestFirst), Numbers{0});
+}
+
+TEST(RowOrder, EqualRowsStayAsFirstSeen) {
+  for (std::uint32_t count : {2u, 100u, 512u, 513u, 5000u}) {
+    Numbers as_seen(count);
+    for (std::uint32_t i = 0; i < count; ++i) as_seen[i] = i;
+    EXPECT_EQ(order_of(Numbers(count, 77), Direction::kLargestFirst), as_seen);
+    EXPECT_EQ(order_of(Numbers(count, 77), Direction::kSmallestFirst), as_seen);
+  }
+}
+
+/// Sorted, every number once, equal counters by number.
+void expect_ordered(const Numbers& counters, const Numbers& order, bool largest_first) {
+  ASSERT_EQ(order.size(), counters.size());
+  for (std::size_t i = 1; i < order.size(); ++i) {
+    const std::uint32_t before = counters[order[i - 1]];
+    const std::uint32_t after = counters[order[i]];
+    if (before == after) {
+      ASSERT_LT(order[i - 1], order[i]);
+    } else {
+      ASSERT_EQ(before > after, largest_first) << i;
+    }
+  }
+  Numbers seen = order;
+  std::sort(seen.begin(), seen.end());
+  for (std::uint32_t i = 0; i < seen.size(); ++i) ASSERT_EQ(seen[i], i);
+}
+
+TEST(RowOrder, OfManyRowsInEveryDigit) {
+  for (std::uint32_t mask : {0xffu, 0xff00u, 0xff0000u, 0xff000000u, 0xffffffffu, 0x00f00f00u}) {
+    Numbers counters;
+    std::uint32_t state = 12345;
+    for (int i = 0; i < 20000; ++i) {
+      state = state * 1664525u + 1013904223u;
+      counters.push_back((state >> 16 | state << 16) & mask);
+    }
+    expect_ordered(counters, order_of(counters, Direction::kLargestFirst), true);
+    expect_ordered(counters, order_of(counters, Direction::kSmallestFirst), false);
+  }
+}
+
+int allowed_takes = 0;
+void* scarce_take(std::size_t bytes, Pages pages) {
+  return allowed_takes-- > 0 ? large_memory_take(bytes, pages) : nullptr;
+}
+
+TEST(RowOrder, SortsInPlaceWhenASecondCopyDoesNotFit) {
+  Numbers counters;
+  for (std::uint32_t i = 0; i < 3000; ++i) counters.push_back(i * 7919 % 101);
+  allowed_takes = 1;
+  expect_ordered(counters, order_of(counters, Direction::kLargestFirst, {.take = scarce_take}),
+                 true);
+}
+
+TEST(RowOrder, StaysAsFirstSeenWithoutMemory) {
+  allowed_takes = 0;
+  EXPECT_EQ(order_of({1, 2, 3}, Direction::kLargestFirst, {.take = scarce_take}),
+            (Numbers{0, 1, 2}));
+}
+
+}  // namespace
+}  // namespace qsvmon

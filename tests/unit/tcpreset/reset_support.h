@@ -1,0 +1,79 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <span>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "commands/tcpreset/reset_record.h"
+#include "format/status.h"
+
+namespace qsvmon {
+
+/// A record in readable terms: host order, the metrics one by one.
+struct Session {
+  std::uint32_t time = 0;
+  std::uint32_t src = 0;
+  std::uint32_t dst = 0;
+  std::uint16_t sport = 0;
+  std::uint16_t dport = 0;
+  std::uint32_t app = 0;
+  std::uint32_t status = 0;
+  std::uint32_t traffic = 0;
+  std::string_view name = {};
+};
+
+inline ResetRecord record_of(const Session& session) {
+  ResetRecord record{};
+  record.time_secs = session.time;
+  record.src_net = from_net32(session.src);
+  record.dst_net = from_net32(session.dst);
+  record.sport_net = from_net16(session.sport);
+  record.dport_net = from_net16(session.dport);
+  record.appword = session.traffic << 26 | session.status << 14 | session.app;
+  std::memcpy(record.name, session.name.data(),
+              session.name.size() < sizeof record.name ? session.name.size() : sizeof record.name);
+  return record;
+}
+
+inline std::vector<ResetRecord> records_of(const std::vector<Session>& sessions) {
+  std::vector<ResetRecord> records;
+  for (const Session& session : sessions) records.push_back(record_of(session));
+  return records;
+}
+
+/// Batches from vectors, in the shape of RpcBatches; the fetch numbered `fail_at` fails.
+class FakeBatches {
+ public:
+  explicit FakeBatches(std::vector<std::vector<ResetRecord>> batches, std::size_t fail_at = 999)
+      : batches_(std::move(batches)), fail_at_(fail_at) {}
+  bool done() const { return next_ == batches_.size(); }
+  Status fetch() {
+    if (next_ == fail_at_) return Status::error("tcpreset");
+    ++next_;
+    return Status::good();
+  }
+  std::span<const ResetRecord> records() const { return batches_[next_ - 1]; }
+
+ private:
+  std::vector<std::vector<ResetRecord>> batches_;
+  std::size_t fail_at_;
+  std::size_t next_ = 0;
+};
+
+/// Argument words from literals.
+class WordList {
+ public:
+  explicit WordList(std::vector<const char*> words) {
+    for (const char* word : words) words_.push_back(const_cast<char*>(word));
+  }
+  std::span<char* const> get() const { return words_; }
+
+ private:
+  std::vector<char*> words_;
+};
+
+}  // namespace qsvmon
