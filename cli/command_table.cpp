@@ -1,5 +1,6 @@
 #include "cli/command_table.h"
 
+#include "commands/tcpreset/tcpreset.h"
 #include "platform/appliance_paths.h"
 #include "rpc/request.h"
 
@@ -15,6 +16,10 @@ constexpr Action forward(std::uint32_t code) {
 }
 constexpr Action forward_module(Verb verb) {
   return {Action::Kind::kForwardModule, verb, nullptr};
+}
+
+constexpr Action handler(Handler function) {
+  return {Action::Kind::kHandler, 0, function};
 }
 
 // Group A: the log daemon.
@@ -44,6 +49,11 @@ constexpr ModuleEntry kLogModules[] = {
 };
 
 // Group B: the management daemon.
+constexpr SubcommandEntry kTcpReset[] = {
+    {"listip", handler(tcpreset_listip), 2048},
+    {"listdns", handler(tcpreset_listdns), 2048},
+    {"list", handler(tcpreset_list), 2048},
+};
 constexpr SubcommandEntry kQsvIpTable[] = {
     {"loadfile", forward_module(kVerbLoad), 4},
 };
@@ -59,6 +69,7 @@ constexpr SubcommandEntry kQsvDnsGroup[] = {
     {"loadfile", forward_module(kVerbLoad), 2048},
 };
 constexpr ModuleEntry kMgmtModules[] = {
+    {"tcpreset", kTcpReset},
     {"qsviptable", kQsvIpTable},
     {"qsvtable", kQsvTable},
     {"qsvdnsgrp", kQsvDnsGroup},
