@@ -1,0 +1,310 @@
+#include "sim/appliance.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <ctime>
+#include <fstream>
+#include <stdexcept>
+
+#include "cli/command_table.h"
+#include "format/address.h"
+#include "format/json_writer.h"
+#include "format/number.h"
+#include "format/output_sink.h"
+#include "sim/csv.h"
+
+namespace qsvmon::sim {
+namespace {
+
+/// Codes beside the generic verbs.
+enum Code : std::uint32_t {
+  kTableAddIp = 121,
+  kTableRemoveIp = 122,
+  kTableClear = 125,
+  kTableCompare = 126,
+  kTableLoadFile = 249,
+  kKeyTableList = 282,
+  kTableMatch = 348,
+  kModuleList = 387,
+  kModuleStat = 388,
+  kSyncDictionary = 511,
+};
+
+/// One asset object, as the list of them carries it. Little-endian.
+struct [[gnu::packed]] AssetRecord {
+  std::uint8_t reserved1[10];
+  std::uint16_t group;
+  std::uint32_t id;
+  std::uint32_t logic_id;
+  std::uint8_t reserved2[28];
+  char name[96];  ///< NUL-terminated
+};
+static_assert(sizeof(AssetRecord) == 144);
+static_assert(offsetof(AssetRecord, group) == 10);
+static_assert(offsetof(AssetRecord, id) == 12);
+static_assert(offsetof(AssetRecord, logic_id) == 16);
+static_assert(offsetof(AssetRecord, name) == 48);
+
+AssetRecord asset_record(const Item& item) {
+  AssetRecord record{};
+  record.group = static_cast<std::uint16_t>(word_number(item.words, "pid", 0));
+  record.id = static_cast<std::uint32_t>(item.id);
+  record.logic_id = static_cast<std::uint32_t>(word_number(item.words, "logicid", item.id));
+  const std::string name = word_value(item.words, "name");
+  std::memcpy(record.name, name.data(), std::min(name.size(), sizeof record.name - 1));
+  return record;
+}
+
+// A listing's text in batches: bytes instead of records.
+RecordSource text_source(std::string text) {
+  return stored_records(std::vector<char>(text.begin(), text.end()));
+}
+
+std::string entry_lines(const IpTable& table) {
+  std::string text;
+  char address[kIpv4TextBytes];
+  for (const IpEntry& entry : table.entries) {
+    text.append(address, format_ipv4(address, entry.low));
+    if (entry.high != entry.low) text.append("-").append(address, format_ipv4(address, entry.high));
+    if (!entry.info.empty()) text += " " + entry.info;
+    text += "\n";
+  }
+  return text;
+}
+
+}  // namespace
+
+Appliance::Appliance(const DataOptions& options, const std::string& conf_folder, std::size_t batch)
+    : dictionary_(read_dictionary(options.folder)),
+      listings_(read_listings(options, dictionary_)),
+      batches_(batch),
+      data_folder_(options.folder),
+      started_at_(static_cast<std::uint32_t>(std::time(nullptr))) {
+  seed_tables(options.folder);
+  seed_assets(conf_folder);
+}
+
+void Appliance::seed_tables(const std::string& folder) {
+  const CsvTable csv = CsvTable::read(folder + "/ip_tables.csv");
+  for (const CsvTable::Row& row : csv.rows()) {
+    const Daemon daemon = row.text("daemon") == "log" ? Daemon::kLog : Daemon::kMgmt;
+    const std::string& id = row.text("tid");
+    tables(daemon).create(row.number("tid", 0xffffffff), row.text("name"));
+    if (!tables(daemon).seed(id, row.text("ip"), row.text("info"))) row.fail("not an address");
+    if (daemon == Daemon::kMgmt) {
+      modules_.state(daemon, "qsvtable").add({"id=" + id, "name=" + row.text("name")});
+    }
+  }
+}
+
+void Appliance::seed_assets(const std::string& conf_folder) {
+  std::ifstream in(conf_folder + "/qsv_assets.conf");
+  for (std::string line; std::getline(in, line);) {
+    Words words = split_words(line);
+    if (words.size() < 2) continue;
+    const std::string section = words.front();
+    words.erase(words.begin());
+    if (section == "group") modules_.state(Daemon::kLog, "assetsgroup2").add(words);
+    if (section == "assets") modules_.state(Daemon::kLog, "assetsobj2").add(words);
+  }
+}
+
+void Appliance::answer(Daemon daemon, RpcRequest& request) {
+  const ClientArea area(request.shmid);
+  Call call{daemon, request, std::string(request_errtext(request)), {}, {}, {}, area.client()};
+  const std::uint32_t shmsize = request.shmsize;
+  request.status = kRpcOk;
+  request.result = 0;
+  request.replylen = 0;
+  request.islast = 1;
+  request.reply = nullptr;
+  if (!area.attached()) return call.fail("NO_AREA");
+
+  const std::span<char> bytes = area.bytes();
+  const std::size_t length = std::min<std::size_t>(request.datalen, bytes.size());
+  call.text.assign(bytes.data(), ::strnlen(bytes.data(), length));
+  call.words = split_words(call.text);
+  call.body = bytes;
+  if (request.syncdesc != 0) {
+    if (bytes.size() < kDictTableBytes) return call.fail("AREA_TOO_SMALL");
+    std::copy(dictionary_.tables.begin(), dictionary_.tables.end(), bytes.begin());
+    call.body = bytes.subspan(kDictTableBytes);
+  }
+  ++requests_[call.target];
+  route(call);
+  request.shmsize = shmsize;
+  request.reply = nullptr;
+}
+
+void Appliance::route(Call& call) {
+  const bool is_verb = call.request.msgcode >= kVerbStat && call.request.msgcode <= kVerbDebug;
+  if (!is_verb) return route_coded(call);
+  if (call.target.empty()) return call.fail("NO_MODULE");
+  const bool done = call.daemon == Daemon::kLog ? route_log_module(call) : route_mgmt_module(call);
+  if (!done) modules_.answer(call);
+}
+
+void Appliance::route_coded(Call& call) {
+  IpTables& ips = tables(call.daemon);
+  switch (call.request.msgcode) {
+    case kTableAddIp:
+      return ips.add(call);
+    case kTableRemoveIp:
+      return ips.remove(call);
+    case kTableClear:
+      return ips.clear(call, call.target);
+    case kTableCompare:
+      return ips.compiled(call, call.target);
+    case kTableLoadFile:
+      return ips.load(call);
+    case kTableMatch:
+      return ips.match(call, std::to_string(call.request.argval), call.target);
+    case kModuleList:
+    case kModuleStat:
+      return show_modules(call);
+    case kKeyTableList:
+      begin_text(call);
+      for (const auto& [name, id] : dictionary_.id_by_name) {
+        out_printf(call.request, "%d %s\n", id, name.c_str());
+      }
+      return end_text(call);
+    case kSyncDictionary:
+      begin_text(call);
+      return end_text(call);
+    default:
+      return call.fail("UNKNOWN_CODE");
+  }
+}
+
+bool Appliance::route_log_module(Call& call) {
+  const std::uint32_t verb = call.request.msgcode;
+  if (call.target == "worker" && verb == kVerbAdd) return workers_.add(call), true;
+  if (call.target == "worker" && verb == kVerbList) return workers_.list(call), true;
+  if (call.target == "worker" && verb == kVerbStat) return workers_.stat(call), true;
+  if (call.target == "disk" && verb == kVerbStat) return show_disk(call), true;
+  if (call.target == "assetsobj" && verb == kVerbList) return list_assets(call), true;
+  if (call.target == "table" && verb == kVerbGet) return get_table(call), true;
+  if ((call.target == "qsvlog" || call.target == "qsvquery") && verb == kVerbStat) {
+    return show_stat(call), true;
+  }
+  return false;
+}
+
+bool Appliance::route_mgmt_module(Call& call) {
+  const auto listing = listings_.find(call.target);
+  if (listing != listings_.end() && call.request.msgcode == kVerbList) {
+    batches_.answer(call, listing->first, listing->second);
+    return true;
+  }
+  if (call.target == "qsviptable") return route_ip_table(call), true;
+  if (call.target != "qsvtable") return false;
+  // The tables themselves: what is added is a table, and its addresses go when it is removed.
+  if (call.request.msgcode == kVerbGet) return get_table(call), true;
+  modules_.answer(call);
+  mgmt_tables_.keep_only(modules_.state(Daemon::kMgmt, "qsvtable").items());
+  return true;
+}
+
+void Appliance::route_ip_table(Call& call) {
+  switch (call.request.msgcode) {
+    case kVerbAdd:
+      mgmt_tables_.add(call);
+      break;
+    case kVerbRemove:
+      return mgmt_tables_.remove(call);
+    case kVerbGet:
+      return mgmt_tables_.compiled(call, table_of(call.words));
+    case kVerbLoad:
+      mgmt_tables_.load(call);
+      break;
+    default:
+      return modules_.answer(call);
+  }
+  if (const IpTable* table = mgmt_tables_.find(table_of(call.words)); table != nullptr) {
+    modules_.state(Daemon::kMgmt, "qsvtable")
+        .add({"id=" + std::to_string(table->id), "name=" + table->name});
+  }
+}
+
+// The addresses of a table: binary, or as text lines with their labels when "info=1" is given.
+void Appliance::get_table(Call& call) {
+  const IpTable* table = tables(call.daemon).find(table_of(call.words));
+  if (table == nullptr) return call.fail("NO_TABLE");
+  if (word_number(call.words, "info", 0) == 0) {
+    batches_.answer_snapshot(call, call.target, [&] { return stored_records(table->addresses()); });
+    call.request.replylen = 0;  // KEEP: the client tells the binary form by this
+    return;
+  }
+  const std::span<char> whole = call.body;
+  call.body = whole.first(whole.size() - 1);
+  batches_.answer_snapshot(call, call.target, [&] { return text_source(entry_lines(*table)); });
+  if (!call.failed()) whole[call.request.replylen] = '\0';
+}
+
+void Appliance::list_assets(Call& call) {
+  batches_.answer_snapshot(call, call.target, [&] {
+    const std::vector<Item>& items = modules_.state(Daemon::kLog, "assetsobj2").items();
+    const std::size_t limit = word_number(call.words, "limit", items.size());
+    const std::size_t page = std::max<std::size_t>(word_number(call.words, "page", 1), 1);
+    std::vector<AssetRecord> records;
+    for (std::size_t i = 0; i < items.size(); ++i) {
+      if (limit != 0 && i / limit == page - 1) records.push_back(asset_record(items[i]));
+    }
+    return stored_records(std::move(records));
+  });
+}
+
+// "module list": the modules that have commands; "module stat": with how often each was asked.
+void Appliance::show_modules(Call& call) {
+  begin_text(call);
+  for (const CommandGroup& group : command_table()) {
+    for (const ModuleEntry& module : group.modules) {
+      if (call.request.msgcode == kModuleList) {
+        out_printf(call.request, "%s\n", module.name);
+      } else {
+        out_printf(call.request, "module=%s ", module.name);
+        out_count(call.request, "requests", requests_[module.name]);
+      }
+    }
+  }
+  end_text(call);
+}
+
+void Appliance::show_stat(Call& call) {
+  unsigned long requests = 0;
+  for (const auto& [name, count] : requests_) requests += count;
+  begin_text(call);
+  OutputSink& out = call.request;
+  if (call.target == "qsvquery") {
+    out_printf(out, "{");
+    json_str(out, "module", "qsvquery");
+    json_ulong(out, ",requests", requests);
+    json_time(out, ",started", started_at_);
+    out_printf(out, "}\n");
+  } else {
+    out_printf(out, "module=qsvlog\n");
+    if (const std::string tag = word_value(call.words, "tag"); !tag.empty()) {
+      out_printf(out, "tag=%s\n", tag.c_str());
+    }
+    out_count(out, "requests", requests);
+    out_time(out, "started", started_at_);
+  }
+  end_text(call);
+}
+
+void Appliance::show_disk(Call& call) {
+  const CsvTable csv = CsvTable::read(data_folder_ + "/disks.csv");
+  begin_text(call);
+  for (const CsvTable::Row& row : csv.rows()) {
+    char size[32];
+    char used[32];
+    format_bytes(row.number("size", ~0UL), size, sizeof size);
+    format_bytes(row.number("used", ~0UL), used, sizeof used);
+    out_printf(call.request, "mount=%s device=%s size=%sused=%s\n", row.text("mount").c_str(),
+               row.text("device").c_str(), size, used);
+  }
+  end_text(call);
+}
+
+}  // namespace qsvmon::sim

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "rpc/request.h"
+#include "sim/area.h"
+
+namespace qsvmon::sim {
+
+/// Which of the two daemons is asked.
+enum class Daemon { kLog, kMgmt };
+
+/// The blank-separated words of an argument text.
+using Words = std::vector<std::string>;
+Words split_words(std::string_view text);
+
+/// The value of the last "key=value" word, or "" when there is none.
+std::string word_value(const Words& words, std::string_view key);
+
+/// The value of an unsigned number word, or `absent`.
+unsigned long word_number(const Words& words, std::string_view key, unsigned long absent);
+
+/// One request on its way through the appliance. What is asked is copied out of the area first,
+/// since the answer is written over it.
+struct Call {
+  Daemon daemon;
+  RpcRequest& request;   ///< the record that goes back; it is the sink of text replies
+  std::string target;    ///< the module or argument in `errtext`
+  std::string text;      ///< the argument text
+  Words words;           ///< its words
+  std::span<char> body;  ///< where the reply goes: the area behind dictionary tables
+  ClientKey client;
+
+  /// Makes the record refuse with `status` 22 and `why`.
+  void fail(const char* why);
+  bool failed() const { return request.status != 0; }
+};
+
+}  // namespace qsvmon::sim

@@ -1,0 +1,99 @@
+#include "sim/made_records.h"
+
+#include <cstdio>
+
+#include "commands/malclog/malc_record.h"
+#include "commands/tcpreset/reset_record.h"
+#include "format/byte_order.h"
+#include "sim/dict_entry.h"
+
+namespace qsvmon::sim {
+namespace {
+
+constexpr std::uint32_t kFirstTime = 1700000000;
+
+// The numbers of one record: its place, its key's number and as many random bits as are asked for.
+class Draw {
+ public:
+  Draw(std::uint64_t seed, std::size_t distinct, std::size_t place)
+      : state_(seed * 0x9e3779b97f4a7c15U + place), place_(place) {
+    key_ = static_cast<std::uint32_t>(distinct == 0 ? place : bits() % distinct);
+  }
+  // One step of the splitmix64 generator.
+  std::uint64_t bits() {
+    std::uint64_t z = state_ += 0x9e3779b97f4a7c15U;
+    z = (z ^ z >> 30) * 0xbf58476d1ce4e5b9U;
+    z = (z ^ z >> 27) * 0x94d049bb133111ebU;
+    return z ^ z >> 31;
+  }
+  std::uint32_t below(std::uint32_t limit) { return static_cast<std::uint32_t>(bits() % limit); }
+  std::uint32_t time() const { return kFirstTime + static_cast<std::uint32_t>(place_); }
+  std::uint32_t key() const { return key_; }
+  // An address that belongs to the key; odd multipliers keep different keys apart.
+  std::uint32_t address_net(std::uint32_t multiplier) const {
+    return from_net32(key_ * multiplier + 0x0a000001U);
+  }
+  std::uint16_t port_net() { return static_cast<std::uint16_t>(below(65535) + 1); }
+
+ private:
+  std::uint64_t state_;
+  std::size_t place_;
+  std::uint32_t key_;
+};
+
+std::uint16_t some_app(Draw& draw) {
+  return kBuiltinApps[draw.below(std::size(kBuiltinApps))].id;
+}
+
+ResetRecord reset_record(Draw draw) {
+  static constexpr std::uint32_t kStatuses[] = {0, 200, 302, 404, 503};
+  ResetRecord record{};
+  record.time_secs = draw.time();
+  record.src_net = draw.address_net(2654435761U);
+  record.dst_net = draw.address_net(2246822519U);
+  record.sport_net = draw.port_net();
+  record.dport_net = draw.port_net();
+  record.metrics = draw.bits() >> 4;
+  record.val1 = static_cast<std::uint16_t>(draw.below(1000));
+  record.val2 = static_cast<std::uint16_t>(draw.below(1000));
+  record.appword = some_app(draw) | kStatuses[draw.below(std::size(kStatuses))] << 14 |
+                   (kClassHttp + draw.below(3)) << 26;
+  record.val3 = static_cast<std::uint8_t>(draw.below(8));
+  char name[31];
+  std::snprintf(name, sizeof name, "host-%u.example.net", draw.key());
+  std::memcpy(record.name, name, sizeof name);
+  return record;
+}
+
+MalcEvent malc_event(Draw draw) {
+  MalcEvent event{};
+  event.time_secs = draw.time();
+  event.src_net = draw.address_net(2654435761U);
+  event.dst_net = draw.address_net(2246822519U);
+  event.sport_net = draw.port_net();
+  event.dport_net = draw.port_net();
+  event.bitmap = std::uint64_t{1} << draw.below(46) | std::uint64_t{1} << draw.below(46);
+  event.apid = some_app(draw);
+  for (std::uint8_t& byte : event.mac) byte = static_cast<std::uint8_t>(draw.below(256));
+  event.proto = 6;
+  event.sign = static_cast<std::uint8_t>(draw.below(16));
+  char host[45];
+  std::snprintf(host, sizeof host, "host-%u.example.net", draw.key());
+  std::memcpy(event.host, host, sizeof host);
+  event.host_len = static_cast<std::uint8_t>(std::strlen(host));
+  return event;
+}
+
+}  // namespace
+
+RecordSource MadeRecords::reset_sessions() const {
+  return made_records<ResetRecord>(
+      count_, [d = distinct_, s = seed_](std::size_t n) { return reset_record(Draw(s, d, n)); });
+}
+
+RecordSource MadeRecords::malicious_events() const {
+  return made_records<MalcEvent>(
+      count_, [d = distinct_, s = seed_](std::size_t n) { return malc_event(Draw(s, d, n)); });
+}
+
+}  // namespace qsvmon::sim

@@ -1,0 +1,147 @@
+#include "sim/stored_records.h"
+
+#include <cstring>
+
+#include "commands/malclog/malc_record.h"
+#include "commands/tcpreset/reset_record.h"
+#include "format/address.h"
+#include "format/byte_order.h"
+#include "sim/csv.h"
+
+namespace qsvmon::sim {
+namespace {
+
+using Row = CsvTable::Row;
+
+// Copies `text` into a zeroed field with room for a NUL behind it; what does not fit is an error.
+template <std::size_t Width>
+void copy_field(const Row& row, const std::string& text, char (&to)[Width]) {
+  if (text.size() >= Width) row.fail("longer than " + std::to_string(Width - 1) + ": " + text);
+  std::memcpy(to, text.data(), text.size());
+}
+
+std::uint32_t ip_net(const Row& row, const char* column) {
+  std::uint32_t host = 0;
+  if (parse_ipv4(row.text(column).c_str(), &host) != 0) row.fail("not an address");
+  return from_net32(host);
+}
+
+std::uint16_t port_net(const Row& row, const char* column) {
+  return from_net16(static_cast<std::uint16_t>(row.number(column, 65535)));
+}
+
+void copy_mac(const Row& row, std::uint8_t (&mac)[6]) {
+  if (parse_mac(row.text("mac").c_str(), mac) != 0) row.fail("not a MAC address");
+}
+
+std::uint32_t time_of(const Row& row, const char* column) {
+  return static_cast<std::uint32_t>(row.number(column, 0xffffffff));
+}
+
+// "12.80" as 1280; at most 20 bits.
+std::uint64_t hundredths(const Row& row, const char* column) {
+  const std::string& text = row.text(column);
+  if (text.empty()) return 0;
+  const double value = std::stod(text) * 100 + 0.5;
+  if (value < 0 || value >= 0x100000) row.fail("not within 0 and 10485.75: " + text);
+  return static_cast<std::uint64_t>(value);
+}
+
+std::uint32_t class_of(const Row& row) {
+  const std::string& name = row.text("class");
+  if (name == "http") return kClassHttp;
+  if (name == "https") return kClassHttps;
+  if (name != "other") row.fail("class is not http, https or other");
+  return 1;
+}
+
+ResetRecord reset_record(const Row& row, const Dictionary& dictionary) {
+  ResetRecord record{};
+  record.time_secs = time_of(row, "time");
+  record.src_net = ip_net(row, "src");
+  record.dst_net = ip_net(row, "dst");
+  record.sport_net = port_net(row, "sport");
+  record.dport_net = port_net(row, "dport");
+  record.metrics =
+      hundredths(row, "m1") << 20 | hundredths(row, "m2") << 40 | hundredths(row, "m3");
+  record.val1 = static_cast<std::uint16_t>(row.number("val1", 65535));
+  record.val2 = static_cast<std::uint16_t>(row.number("val2", 65535));
+  record.val3 = static_cast<std::uint8_t>(row.number("val3", 255));
+  record.appword = dictionary.id(row.text("app")) |
+                   static_cast<std::uint32_t>(row.number("status", 1023)) << 14 |
+                   class_of(row) << 26;
+  copy_field(row, row.text("name"), record.name);
+  return record;
+}
+
+std::uint8_t protocol(const Row& row) {
+  const std::string& name = row.text("proto");
+  if (name == "tcp") return 6;
+  if (name == "udp") return 17;
+  return static_cast<std::uint8_t>(row.number("proto", 255));
+}
+
+MalcEvent malc_event(const Row& row, const Dictionary& dictionary) {
+  MalcEvent event{};
+  event.time_secs = time_of(row, "time");
+  event.src_net = ip_net(row, "src");
+  event.dst_net = ip_net(row, "dst");
+  event.sport_net = port_net(row, "sport");
+  event.dport_net = port_net(row, "dport");
+  std::uint64_t bitmap = 0;
+  for (const std::string& slot : split_words(row.text("slots"))) {
+    const unsigned long n = std::stoul(slot);
+    if (n >= 64) row.fail("no slot " + slot);
+    bitmap |= std::uint64_t{1} << n;
+  }
+  event.bitmap = bitmap;
+  event.apid = dictionary.id(row.text("app"));
+  copy_mac(row, event.mac);
+  event.proto = protocol(row);
+  event.sign = static_cast<std::uint8_t>(row.number("sign", 15));
+  copy_field(row, row.text("host"), event.host);
+  event.host_len = static_cast<std::uint8_t>(row.text("host").size());
+  return event;
+}
+
+MalcTid signature(const Row& row) {
+  MalcTid entry{};
+  entry.tid = static_cast<std::uint16_t>(row.number("tid", 65535));
+  entry.vid = static_cast<std::uint16_t>(row.number("vid", 65535));
+  entry.type = row.text("type") == "dns" ? 1 : 0;
+  entry.disabled = static_cast<std::uint8_t>(row.number("disabled", 1));
+  entry.itlgc = static_cast<std::uint8_t>(row.number("category", 31));
+  entry.mkmode = static_cast<std::uint8_t>(row.number("mkmode", 255));
+  copy_field(row, row.text("name"), entry.name);
+  return entry;
+}
+
+template <class Make>
+auto read_records(const std::string& path, Make make) {
+  const CsvTable csv = CsvTable::read(path);
+  std::vector<decltype(make(csv.rows().front()))> records;
+  for (const Row& row : csv.rows()) records.push_back(make(row));
+  return stored_records(std::move(records));
+}
+
+}  // namespace
+
+RecordSource StoredRecords::reset_sessions() const {
+  return read_records(folder_ + "/reset_sessions.csv",
+                      [this](const Row& row) { return reset_record(row, dictionary_); });
+}
+
+RecordSource StoredRecords::malicious_events() const {
+  return read_records(folder_ + "/malicious_events.csv",
+                      [this](const Row& row) { return malc_event(row, dictionary_); });
+}
+
+std::vector<char> read_signature_table(const std::string& folder) {
+  const CsvTable csv = CsvTable::read(folder + "/signatures.csv");
+  SignatureTable table{};
+  for (const Row& row : csv.rows()) table[row.number("slot", kSlots - 1)] = signature(row);
+  const char* from = reinterpret_cast<const char*>(table.data());
+  return {from, from + sizeof table};
+}
+
+}  // namespace qsvmon::sim

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+
+namespace qsvmon::sim {
+
+/// Lays the appliance's tree out in the working directory: the folders of the sockets, of the
+/// dictionary library, of the configuration files and of downloads. Copies the library, and the
+/// configuration files that are not there yet from `data_folder`/conf, so that edited ones stay.
+/// Throws std::runtime_error (std::filesystem::filesystem_error) when it cannot.
+void lay_out_tree(const std::string& data_folder, const std::string& dict_library);
+
+/// The process that serves a tree holds its "qsvsim.pid" locked as long as it lives.
+class PidFile {
+ public:
+  /// Locks the file in the working directory. False when another process holds it.
+  bool lock();
+  /// Writes the process's number. Call after the last fork.
+  void write_pid() const;
+  /// Removes the file; at the end of the process that serves.
+  void remove() const;
+
+  /// Asks the process that holds the file to end and waits for it, at most ten seconds. False when
+  /// there is none or it does not end.
+  static bool stop_holder();
+
+ private:
+  int fd_ = -1;
+};
+
+}  // namespace qsvmon::sim
