@@ -57,5 +57,37 @@ TEST(CommandList, HasTheVerbsOfAnyModuleInTheirOrder) {
   EXPECT_EQ(listed_commands(true), verbs);
 }
 
+// "code | area" of the command's row in docs/commands.md; empty when it has none.
+std::string documented(const std::string& command) {
+  std::ifstream file(QSVMON_SOURCE_DIR "/docs/commands.md");
+  const std::string start = "| `" + command + "` | ";
+  for (std::string line; std::getline(file, line);) {
+    if (line.compare(0, start.size(), start) != 0) continue;
+    const std::size_t area = line.find(" | ", start.size());
+    return line.substr(start.size(), line.find(" |", area + 3) - start.size());
+  }
+  return "";
+}
+
+void expect_documented(const std::string& module, const SubcommandEntry& row) {
+  const std::string command = module + " " + row.name;
+  const std::string text = documented(command);
+  const std::string area = " | " + std::to_string(row.area_kib);
+  ASSERT_GE(text.size(), area.size()) << command;
+  EXPECT_EQ(text.substr(text.size() - area.size()), area) << command;
+  if (row.action.kind != Action::Kind::kHandler) {
+    EXPECT_EQ(text, std::to_string(row.action.code) + area) << command;
+  }
+}
+
+TEST(CommandList, DocumentsCodeAndAreaOfEveryRow) {
+  for (const CommandGroup& group : command_table()) {
+    for (const ModuleEntry& module : group.modules) {
+      for (const SubcommandEntry& row : module.subcommands) expect_documented(module.name, row);
+    }
+  }
+  for (const SubcommandEntry& row : fallback_verbs()) expect_documented("*", row);
+}
+
 }  // namespace
 }  // namespace qsvmon
