@@ -1,0 +1,194 @@
+#!/usr/bin/env python3
+"""Makes every system call of every family of commands fail once.
+
+usage: run_faults.py PROGRAM FAIL_NTH_LIBRARY DICT_LIBRARY
+
+For each command and each function the n-th call fails, for n counting up until the command makes
+fewer calls than n. After each run: the process ended by itself with 0 or 255, standard output is one
+of the texts that such a failure gives, and no segment and no file is left.
+"""
+import os
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+import daemon  # noqa: E402
+
+CONFIG = ("mac m=10.0.0.1 d=office\n"
+          "mac m=00:11:22:33:44:55 d=laptop\n"
+          "malcitlgc id=3 name=bot cname=botnet\n"
+          "cusiprng iprng=203.0.113.0/24 info=outside\n")
+ASSETS = ("group id=1 name=servers\n"
+          "assets id=1 pid=1 name=printer value=10.0.0.2\n")
+
+COMMANDS = [
+    ["module", "stat", "a"],
+    ["worker", "list", "type=x"],
+    ["tcpreset", "listip", "type=src"],
+    ["tcpreset", "listdns", "sort=flowcnt", "order=desc"],
+    ["tcpreset", "list"],
+    ["malclog", "list", "listtype=detail"],
+    ["malclog", "list", "listtype=dst"],
+    ["malclog", "list", "listtype=host"],
+    ["emaillog", "list"],
+    ["emaillog", "list", "download=1"],
+    ["ftplog", "list"],
+    ["ftplog", "list", "download=1"],
+    ["telnetlog", "list"],
+    ["qsviptable", "get", "5"],
+    ["table", "get", "5"],
+    ["assetsobj2", "list"],
+    ["table", "addip", "5", "10.1.1.1"],
+]
+
+# function -> the modes in which its calls fail
+CALLS = {
+    "socket": ["error"], "connect": ["error", "eintr"], "shmget": ["error"], "shmat": ["error"],
+    "send": ["error", "short", "eintr"], "recv": ["error", "short", "eintr"],
+    "poll": ["error", "short", "eintr"], "write": ["error", "short", "eintr"],
+    "read": ["error", "short", "eintr"], "open": ["error"], "fopen": ["error"], "fgets": ["error"],
+    "fread": ["error"], "fwrite": ["error"], "dlopen": ["error"], "dlsym": ["error"],
+    "malloc": ["error"], "calloc": ["error"], "realloc": ["error"], "mmap": ["error"],
+}
+
+# What standard output may end with when the call failed and the command could not go on.
+ENDINGS = {
+    "socket": [r"socket_connect: socket fail with Too many open files\ncan't connect to \./[a-z./]+",
+               r"socket_connect: socket fail with Too many open files\ncan't connect \./[a-z./]+\n"],
+    "connect": [r"can't connect to \./[a-z./]+", r"can't connect \./[a-z./]+\n"],
+    "shmget": [r"rpc_init: shmget fail\(No space left on device\)\n"],
+    "shmat": [r"rpc_init: shmat fail\(Cannot allocate memory\)\n"],
+    "send": [r"s_Broken pipe_32\n", r"s_Interrupted system call_4\n"],
+    "recv": [r"r_Connection reset by peer_104\n", r"r_Interrupted system call_4\n"],
+    "poll": [],
+    "dlopen": [r"dlopen\n"],
+    "dlsym": [r"AXPDICT_NOT_FOUND\n", r"USRAXPS_NOT_FOUND\n", r"USRAGPS_NOT_FOUND\n"],
+    "fopen": [r"xlsxwriter init failed\.\n"],
+    "open": [r"xlsxwriter init failed\.\n"],
+    "malloc": [r"out of memory\n"],
+}
+# Functions whose failure may only change what is known about an address, or drop a record.
+DEGRADING = {"fopen", "open", "fgets", "fread", "read", "malloc", "calloc", "realloc", "mmap"}
+
+
+class Appliance:
+    def __init__(self, dictionary):
+        self.root = tempfile.mkdtemp(prefix="qsvmon_faults_")
+        for folder in ("var/tmp", "usr/ramdisk/var", "usr/ramdisk/bin", "usr/qsvlog", "conf"):
+            os.makedirs(os.path.join(self.root, folder))
+        self.write("conf/korvale.conf", CONFIG)
+        self.write("conf/qsv_assets.conf", ASSETS)
+        shutil.copy(dictionary, os.path.join(self.root, "usr/ramdisk/bin/dict.so"))
+        self.daemon = daemon.Daemon(self.root)
+
+    def write(self, name, text):
+        with open(os.path.join(self.root, name), "w", encoding="ascii") as file:
+            file.write(text)
+
+    def close(self):
+        self.daemon.close()
+        shutil.rmtree(self.root)
+
+    def downloads(self):
+        return os.listdir(os.path.join(self.root, "usr/qsvlog"))
+
+    def clear_downloads(self):
+        for name in self.downloads():
+            os.unlink(os.path.join(self.root, "usr/qsvlog", name))
+
+
+def segments_of(pid):
+    with open("/proc/sysvipc/shm", encoding="ascii") as table:
+        return [line for line in table.readlines()[1:] if line.split()[4] == str(pid)]
+
+
+class Runner:
+    def __init__(self, program, library, appliance):
+        self.program, self.library, self.appliance = program, library, appliance
+        self.count_file = os.path.join(appliance.root, "count")
+        self.failures = []
+        self.runs = 0
+
+    def run(self, words, call="", at=0, mode="error"):
+        environment = {"PATH": "/usr/bin:/bin", "TZ": "UTC", "LC_ALL": "C", "FAIL_CALL": call,
+                       "FAIL_AT": str(at), "FAIL_MODE": mode, "FAIL_COUNT": self.count_file,
+                       "LD_PRELOAD": self.library}
+        process = subprocess.Popen([self.program] + words, cwd=self.appliance.root,
+                                   env=environment, stdout=subprocess.PIPE,
+                                   stderr=subprocess.PIPE, stdin=subprocess.DEVNULL)
+        out, err = process.communicate(timeout=60)
+        self.runs += 1
+        left = segments_of(process.pid)
+        try:
+            with open(self.count_file, encoding="ascii") as file:
+                seen = int(file.read())
+            os.unlink(self.count_file)
+        except (OSError, ValueError):
+            seen = None  # ended by _exit: the command could not go on
+        return process.returncode, out.decode("latin-1"), err.decode("latin-1"), seen, left
+
+    def complain(self, what, words, call, at, mode, out):
+        self.failures.append(f"{' '.join(words)}: {call} #{at} ({mode}): {what}\n  {out!r}")
+
+    def check(self, words, call, at, mode, wanted, result):
+        status, out, err, _, left = result
+        if left:
+            self.complain("a segment is left", words, call, at, mode, out)
+        if status not in (0, 255):
+            self.complain(f"status {status}, {err!r}", words, call, at, mode, out)
+            return
+        out = re.sub(r"\d{14}\.csv", "NAME.csv", out)
+        if out == wanted and status == 0:
+            return
+        if any(re.search(ending + r"\Z", out) for ending in ENDINGS.get(call, [])):
+            if status != 255:
+                self.complain(f"status {status} after a failure", words, call, at, mode, out)
+            return
+        if call == "write" and wanted.startswith(out):
+            return  # what the destination does not take is lost
+        if call in DEGRADING and status == 0:
+            return
+        self.complain(f"status {status}, unexpected output", words, call, at, mode, out)
+
+    def run_family(self, words):
+        status, out, err, _, left = self.run(words)
+        wanted = re.sub(r"\d{14}\.csv", "NAME.csv", out)
+        if status != 0 or left or err:
+            self.complain(f"untouched: status {status} {err!r}", words, "-", 0, "-", out)
+            return 0
+        self.appliance.clear_downloads()
+        failed = 0
+        for call, modes in CALLS.items():
+            for mode in modes:
+                at = 1
+                while True:
+                    result = self.run(words, call, at, mode)
+                    if result[3] is not None and result[3] < at:
+                        break
+                    self.check(words, call, at, mode, wanted, result)
+                    failed += 1
+                    at += 1
+        self.appliance.clear_downloads()
+        return failed
+
+
+def main():
+    program, library, dictionary = (os.path.abspath(path) for path in sys.argv[1:4])
+    appliance = Appliance(dictionary)
+    runner = Runner(program, library, appliance)
+    try:
+        for words in COMMANDS:
+            print(f"{' '.join(words)}: {runner.run_family(words)} calls failed", flush=True)
+    finally:
+        appliance.close()
+    for failure in runner.failures:
+        print(failure)
+    print(f"{runner.runs} runs, {len(runner.failures)} wrong")
+    return 1 if runner.failures or runner.runs == 0 else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
