@@ -110,6 +110,13 @@ class Daemon:
                 except OSError:
                     pass
 
+    def batch(self, name, number):
+        """The bytes, record count, reply length and last flag of a command's next batch."""
+        if name not in BATCHES:
+            return TEXT + b"\0", 0, len(TEXT), True
+        data, count = BATCHES[name][min(number, 1)]
+        return data, count, 0, number >= 1
+
     def answer(self, connection):
         record = bytearray()
         while len(record) < 208:
@@ -121,19 +128,14 @@ class Daemon:
         area = LIBC.shmat(shmid, None, 0)
         if area in (None, ctypes.c_void_p(-1).value):
             return
-        batch = self.seen.get(shmid, 0)
+        number = self.seen.get(shmid, 0)
         name = bytes(record[ERRTEXT_AT:ERRTEXT_AT + 128]).split(b"\0")[0]
-        if name in BATCHES:
-            data, count = BATCHES[name][min(batch, 1)]
-            replylen = 0
-        else:
-            data, count, replylen = TEXT + b"\0", 0, len(TEXT)
+        data, count, replylen, last = self.batch(name, number)
         if record[SYNCDESC_AT]:
             data = bytes(56 * 2) + data  # one application entry and one group entry, not in use
         ctypes.memmove(area, data, len(data))
         LIBC.shmdt(area)
         struct.pack_into("<iI", record, RESULT_AT, count, replylen)
-        last = batch >= 1 or name not in BATCHES
         record[ISLAST_AT] = 1 if last else 0
-        self.seen[shmid] = batch + 1
+        self.seen[shmid] = number + 1
         connection.sendall(bytes(record))
