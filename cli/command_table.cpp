@@ -1,5 +1,7 @@
 #include "cli/command_table.h"
 
+#include "commands/iptable/iptable.h"
+#include "commands/mgmt/mgmt.h"
 #include "commands/tcpreset/tcpreset.h"
 #include "platform/appliance_paths.h"
 #include "rpc/request.h"
@@ -17,7 +19,6 @@ constexpr Action forward(std::uint32_t code) {
 constexpr Action forward_module(Verb verb) {
   return {Action::Kind::kForwardModule, verb, nullptr};
 }
-
 constexpr Action handler(Handler function) {
   return {Action::Kind::kHandler, 0, function};
 }
@@ -27,25 +28,33 @@ constexpr SubcommandEntry kModule[] = {
     {"list", forward(kCodeModuleList), 8},
     {"stat", forward(kCodeModuleStat), 32},
 };
+constexpr SubcommandEntry kQsvLog[] = {{"stat", handler(qsvlog_stat), 32}};
+constexpr SubcommandEntry kQsvQuery[] = {{"stat", handler(qsvquery_stat), 32}};
+constexpr SubcommandEntry kWorker[] = {
+    {"stat", handler(worker_stat), 2048},
+    {"list", handler(worker_list), 8192},
+    {"add", handler(worker_add), 4096},
+};
+constexpr SubcommandEntry kDisk[] = {{"stat", handler(disk_stat), 2048}};
 constexpr SubcommandEntry kAssetsGroup2[] = {
     {"add", forward_module(kVerbAdd), 8},         {"list", forward_module(kVerbList), 2048},
     {"set", forward_module(kVerbSet), 8},         {"stat", forward_module(kVerbStat), 8},
     {"remove", forward_module(kVerbRemove), 256},
 };
 constexpr SubcommandEntry kAssetsObj2[] = {
-    {"add", forward_module(kVerbAdd), 8},
-    {"set", forward_module(kVerbSet), 8},
-    {"stat", forward_module(kVerbStat), 8},
+    {"add", forward_module(kVerbAdd), 8},         {"list", handler(assetsobj2_list), 2048},
+    {"set", forward_module(kVerbSet), 8},         {"stat", forward_module(kVerbStat), 8},
     {"remove", forward_module(kVerbRemove), 256},
 };
 constexpr SubcommandEntry kTable[] = {
-    {"loadfile", forward(kCodeTableLoadFile), 4},
+    {"get", handler(table_get), 2048},       {"addip", handler(table_addip), 4},
+    {"rmvip", handler(table_rmvip), 4},      {"clear", handler(table_clear), 4},
+    {"getcmp", handler(table_getcmp), 2048}, {"loadfile", forward(kCodeTableLoadFile), 4},
 };
 constexpr ModuleEntry kLogModules[] = {
-    {"module", kModule},
-    {"assetsgroup2", kAssetsGroup2},
-    {"assetsobj2", kAssetsObj2},
-    {"table", kTable},
+    {"module", kModule},         {"qsvlog", kQsvLog}, {"qsvquery", kQsvQuery},
+    {"worker", kWorker},         {"disk", kDisk},     {"assetsgroup2", kAssetsGroup2},
+    {"assetsobj2", kAssetsObj2}, {"table", kTable},
 };
 
 // Group B: the management daemon.
@@ -55,7 +64,9 @@ constexpr SubcommandEntry kTcpReset[] = {
     {"list", handler(tcpreset_list), 2048},
 };
 constexpr SubcommandEntry kQsvIpTable[] = {
-    {"loadfile", forward_module(kVerbLoad), 4},
+    {"get", handler(qsviptable_get), 2048},       {"addip", handler(qsviptable_addip), 4},
+    {"remove", handler(qsviptable_remove), 4},    {"clear", handler(qsviptable_clear), 4},
+    {"getcmp", handler(qsviptable_getcmp), 2048}, {"loadfile", forward_module(kVerbLoad), 4},
 };
 constexpr SubcommandEntry kQsvTable[] = {
     {"add", forward_module(kVerbAdd), 8},         {"list", forward_module(kVerbList), 2048},

@@ -27,17 +27,6 @@ ASSETS = ("group id=1 name=servers\n"
 COMMANDS = [
     ["module", "stat", "a"],
     ["worker", "list", "type=x"],
-    ["tcpreset", "listip", "type=src"],
-    ["tcpreset", "listdns", "sort=flowcnt", "order=desc"],
-    ["tcpreset", "list"],
-    ["malclog", "list", "listtype=detail"],
-    ["malclog", "list", "listtype=dst"],
-    ["malclog", "list", "listtype=host"],
-    ["emaillog", "list"],
-    ["emaillog", "list", "download=1"],
-    ["ftplog", "list"],
-    ["ftplog", "list", "download=1"],
-    ["telnetlog", "list"],
     ["qsviptable", "get", "5"],
     ["table", "get", "5"],
     ["assetsobj2", "list"],
@@ -68,7 +57,7 @@ ENDINGS = {
     "dlsym": [r"AXPDICT_NOT_FOUND\n", r"USRAXPS_NOT_FOUND\n", r"USRAGPS_NOT_FOUND\n"],
     "fopen": [r"xlsxwriter init failed\.\n"],
     "open": [r"xlsxwriter init failed\.\n"],
-    "malloc": [r"out of memory\n"],
+    "malloc": [r"out of memory\n", r"CMPBASE_MALLOC_ERROR\n"],
 }
 # Functions whose failure may only change what is known about an address, or drop a record.
 DEGRADING = {"fopen", "open", "fgets", "fread", "read", "malloc", "calloc", "realloc", "mmap"}

@@ -1,0 +1,30 @@
+#include "commands/iptable/address_list.h"
+
+#include "commands/listing/batches.h"
+#include "format/address.h"
+#include "rpc/session.h"
+
+namespace qsvmon {
+
+void print_addresses(Printer& out, std::span<const TableAddress> addresses) {
+  for (const TableAddress& address : addresses) out.put(Ipv4Text{address.host}, '\n');
+}
+
+int list_addresses(const char* socket_path, std::string_view module, Words words) {
+  BatchLoop batches({.module = module,
+                     .socket_path = socket_path,
+                     .style = WordStyle::kBlankAfter,
+                     .msgcode = kVerbGet},
+                    words);
+  while (!batches.done()) {
+    if (Status s = batches.fetch(); !s.ok()) return fail(s);
+    if (batches.replylen() < 1) {
+      print_addresses(standard_out(), batches.records<TableAddress>());
+    } else {
+      standard_out().put(rpc_reply_text(batches.request()));
+    }
+  }
+  return 0;
+}
+
+}  // namespace qsvmon
