@@ -77,6 +77,8 @@ TEXT = b"said the daemon\n"
 
 
 class Daemon:
+    dictionary = True  # sends tables when asked for them
+
     def __init__(self, root):
         self.paths = [os.path.join(root, "var/tmp/qsvlog.d"),
                       os.path.join(root, "usr/ramdisk/var/mgmt.d")]
@@ -131,6 +133,8 @@ class Daemon:
         number = self.seen.get(shmid, 0)
         name = bytes(record[ERRTEXT_AT:ERRTEXT_AT + 128]).split(b"\0")[0]
         data, count, replylen, last = self.batch(name, number)
+        if not self.dictionary:
+            record[SYNCDESC_AT] = 0
         if record[SYNCDESC_AT]:
             data = bytes(56 * 2) + data  # one application entry and one group entry, not in use
         ctypes.memmove(area, data, len(data))

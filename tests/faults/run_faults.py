@@ -27,6 +27,9 @@ ASSETS = ("group id=1 name=servers\n"
 COMMANDS = [
     ["module", "stat", "a"],
     ["worker", "list", "type=x"],
+    ["tcpreset", "listip", "type=src"],
+    ["tcpreset", "listdns", "sort=flowcnt", "order=desc"],
+    ["tcpreset", "list"],
     ["qsviptable", "get", "5"],
     ["table", "get", "5"],
     ["assetsobj2", "list"],
@@ -43,6 +46,9 @@ CALLS = {
     "malloc": ["error"], "calloc": ["error"], "realloc": ["error"], "mmap": ["error"],
 }
 
+# The loader's own words, which the dictionary's failure carries.
+DICT_NOT_LOADED = r"\./usr/ramdisk/bin/dict\.so: cannot [A-Za-z: ]+\n"
+
 # What standard output may end with when the call failed and the command could not go on.
 ENDINGS = {
     "socket": [r"socket_connect: socket fail with Too many open files\ncan't connect to \./[a-z./]+",
@@ -57,7 +63,8 @@ ENDINGS = {
     "dlsym": [r"AXPDICT_NOT_FOUND\n", r"USRAXPS_NOT_FOUND\n", r"USRAGPS_NOT_FOUND\n"],
     "fopen": [r"xlsxwriter init failed\.\n"],
     "open": [r"xlsxwriter init failed\.\n"],
-    "malloc": [r"out of memory\n", r"CMPBASE_MALLOC_ERROR\n"],
+    "malloc": [r"out of memory\n", r"CMPBASE_MALLOC_ERROR\n", DICT_NOT_LOADED],
+    "calloc": [DICT_NOT_LOADED],
 }
 # Functions whose failure may only change what is known about an address, or drop a record.
 DEGRADING = {"fopen", "open", "fgets", "fread", "read", "malloc", "calloc", "realloc", "mmap"}

@@ -32,6 +32,8 @@ ENDS = {signal.SIGINT: {1, 0, -signal.SIGINT}, signal.SIGTERM: {1, 0, -signal.SI
 class LongListings(daemon.Daemon):
     """Answers with the same batch until enough were sent."""
 
+    dictionary = False
+
     def batch(self, name, number):
         return RECORDS, 400, 0, number + 1 >= BATCHES
 
