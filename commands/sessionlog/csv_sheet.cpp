@@ -1,0 +1,53 @@
+#include "commands/sessionlog/csv_sheet.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <new>
+#include <string>
+
+#include "format/time.h"
+#include "platform/appliance_paths.h"
+
+namespace qsvmon {
+
+CsvSheet::~CsvSheet() {
+  csv_close(*this);
+}
+
+void csv_file_name(std::time_t now, char* name, std::size_t namecap) {
+  if (namecap < 2) {
+    if (namecap == 1) name[0] = '\0';
+    return;
+  }
+  const LocalTime t = local_time(static_cast<std::uint32_t>(now));
+  std::snprintf(name, namecap - 1, "%04d%02d%02d%02d%02d%02d.csv", t.year, t.month, t.day, t.hour,
+                t.minute, t.second);
+}
+
+int csv_open(CsvSheet& sheet, char* name, std::size_t namecap) {
+  csv_close(sheet);
+  csv_file_name(std::time(nullptr), name, namecap);
+  const std::string path = std::string(kCsvFolder) + name;
+  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  if (fd < 0) return -1;
+  sheet.out.reset(new (std::nothrow) FilePrinter(fd));
+  if (sheet.out == nullptr) {
+    ::close(fd);
+    return -1;
+  }
+  sheet.fd = fd;
+  sheet.row = 0;
+  sheet.col = 0;
+  return 0;
+}
+
+void csv_close(CsvSheet& sheet) {
+  if (sheet.out == nullptr) return;
+  sheet.out.reset();  // flushes
+  ::close(sheet.fd);
+  sheet.fd = -1;
+}
+
+}  // namespace qsvmon
