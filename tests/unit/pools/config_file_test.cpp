@@ -1,0 +1,146 @@
+#include "pools/config_file.h"
+
+#include <cerrno>
+#include <string>
+#include <vector>
+
+#include "tests/unit/pools/pool_samples.h"
+
+namespace qsvmon {
+namespace {
+
+using namespace pool_samples;
+
+std::vector<std::string> taken;  // "word|rest" of each line that reached a handler
+
+void keep(RpcRequest& line) {
+  taken.push_back(std::string(line.errtext) + "|" + line.data);
+}
+
+constexpr ConfigSection kSections[] = {{"mac", keep}, {"group", keep}};
+
+class ConfigFile : public ConfigFolderTest {
+ protected:
+  ConfigFile() { taken.clear(); }
+  using Lines = std::vector<std::string>;
+
+  static Lines lines_of(const std::string& text) {
+    write_main(text);
+    taken.clear();
+    EXPECT_EQ(read_config_file("conf/korvale.conf", kSections), 0);
+    return taken;
+  }
+  static Lines pieces_of(const std::string& text) {
+    write_main(text);
+    const int fd = ::open("conf/korvale.conf", O_RDONLY);
+    Lines pieces;
+    PieceReader reader(fd);
+    while (char* piece = reader.next()) pieces.emplace_back(piece);
+    ::close(fd);
+    return pieces;
+  }
+};
+
+TEST_F(ConfigFile, PassesTheRestOfALineToItsSection) {
+  EXPECT_EQ(lines_of("mac m=1.2.3.4 d=x\ngroup id=1 name=n\n"),
+            (Lines{"mac|m=1.2.3.4 d=x", "group|id=1 name=n"}));
+}
+
+TEST_F(ConfigFile, TrimsAndSplitsAtTheFirstBlank) {
+  EXPECT_EQ(lines_of("   mac a  \n"), Lines{"mac|a"});
+  EXPECT_EQ(lines_of("mac    a b  c   \n"), Lines{"mac|a b  c"});
+  EXPECT_EQ(lines_of("mac\ta\tb\t\n"), Lines{"mac|a b"});
+  EXPECT_EQ(lines_of(" mac \t a\n"), Lines{"mac|a"});
+  EXPECT_EQ(lines_of("mac a\r\n"), Lines{"mac|a"});
+  EXPECT_EQ(lines_of("mac a \r b\n"), Lines{"mac|a"});
+  EXPECT_EQ(lines_of("mac a"), Lines{"mac|a"});  // no line end
+}
+
+TEST_F(ConfigFile, ATabInFrontBecomesABlankAndHidesTheSection) {
+  EXPECT_EQ(lines_of("\tmac a\n"), Lines{});
+  EXPECT_EQ(lines_of("  \tmac a\n"), Lines{});
+}
+
+TEST_F(ConfigFile, SkipsWhatIsNoLineOfItsSections) {
+  EXPECT_EQ(lines_of(""), Lines{});
+  EXPECT_EQ(lines_of("\n\r\n   \n\t\n"), Lines{});
+  EXPECT_EQ(lines_of("#mac a\n  # mac a\n"), Lines{});
+  EXPECT_EQ(lines_of("mac\nmac \nmac\t \r\nmac\r a\n"), Lines{});
+  EXPECT_EQ(lines_of("Mac a\nmacs a\nma a\nmac=a b\ncusiprng a\n"), Lines{});
+}
+
+TEST_F(ConfigFile, TheTextEndsAtANul) {
+  EXPECT_EQ(lines_of(std::string("mac a\0b\ngroup c\n", 16)), (Lines{"mac|a", "group|c"}));
+  EXPECT_EQ(lines_of(std::string("mac\0 b\ngroup c\n", 15)), Lines{"group|c"});
+}
+
+TEST_F(ConfigFile, ALongLineIsTakenInPieces) {
+  const std::string fill(1018, 'x');
+  EXPECT_EQ(lines_of("mac " + fill + "mac y\ngroup z\n"),
+            (Lines{"mac|" + fill, "mac|y", "group|z"}));
+}
+
+TEST_F(ConfigFile, CutsPiecesOf1022Characters) {
+  const std::string full(1022, 'a');
+  EXPECT_EQ(pieces_of(full.substr(1) + "\nb"), (Lines{full.substr(1), "b"}));
+  EXPECT_EQ(pieces_of(full + "\nb"), (Lines{full, "", "b"}));
+  EXPECT_EQ(pieces_of(full + "b\n"), (Lines{full, "b"}));
+  EXPECT_EQ(pieces_of(full), Lines{full});
+  EXPECT_EQ(pieces_of(full + full + "b"), (Lines{full, full, "b"}));
+  EXPECT_EQ(pieces_of("\n\n"), (Lines{"", ""}));
+}
+
+TEST_F(ConfigFile, PiecesAcrossTheBufferAreWhole) {
+  std::string text;
+  Lines wanted;
+  for (unsigned i = 0; i < 3000; ++i) {  // some 250 KB: several fills, line ends at every offset
+    wanted.push_back(std::string(i % 173, static_cast<char>('a' + i % 26)));
+    text += wanted.back() + "\n";
+  }
+  EXPECT_EQ(pieces_of(text), wanted);
+  const std::string full(1022, 'q');
+  std::string long_text;
+  Lines long_wanted;
+  for (int i = 0; i < 200; ++i) {
+    long_text += full;
+    long_wanted.push_back(full);
+  }
+  EXPECT_EQ(pieces_of(long_text), long_wanted);
+}
+
+TEST_F(ConfigFile, AMissingFileFailsWithItsErrno) {
+  errno = 0;
+  EXPECT_EQ(read_config_file("conf/absent", kSections), -1);
+  EXPECT_EQ(errno, ENOENT);
+}
+
+TEST_F(ConfigFile, AFolderHasNoLines) {
+  EXPECT_EQ(read_config_file("conf", kSections), 0);
+  EXPECT_EQ(taken, Lines{});
+}
+
+TEST_F(ConfigFile, TheRecordIsSharedByTheLines) {
+  static int rejected = 0;
+  static std::uint32_t status = 0;
+  constexpr ConfigSection kRejecting[] = {
+      {"mac", [](RpcRequest& line) { ++rejected, line.status = 22; }},
+      {"group", [](RpcRequest& line) { status = line.status; }}};
+  write_main("mac a\ngroup b\n");
+  EXPECT_EQ(read_config_file("conf/korvale.conf", kRejecting), 0);
+  EXPECT_EQ(rejected, 1);
+  EXPECT_EQ(status, 22U);  // cleared once a file, not once a line
+}
+
+TEST_F(ConfigFile, WordsEndAtOneWithoutAnEqualsSign) {
+  char text[] = "a=1  b=\"x y=2\" c stop d=4";
+  RpcRequest line{};
+  line.data = text;
+  std::vector<std::string> words;
+  for (LineWords scan(line); scan.next();) {
+    words.push_back(std::string(scan.is("a") ? "A" : "-") + scan.value());
+  }
+  EXPECT_EQ(words, (std::vector<std::string>{"A1", "-x", "-2\""}));
+}
+
+}  // namespace
+}  // namespace qsvmon
