@@ -28,4 +28,7 @@ int itlgc_pool_init();
 /// it over the entry it names. A line without an id of 0..31 or without both names is ignored.
 void itlgc_pool_line(RpcRequest& line);
 
+/// Frees the pools; for tests.
+void itlgc_pool_release();
+
 }  // namespace qsvmon
