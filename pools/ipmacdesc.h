@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "rpc/request.h"
+
+namespace qsvmon {
+
+/// The operator's description of one IPv4 address or MAC address.
+struct IpMacDesc {
+  IpMacDesc* next;        ///< in its chain
+  std::uint16_t key_len;  ///< 4 for an IPv4 address, 6 for a MAC address
+  std::uint16_t pid;      ///< group number from the file, only kept
+  std::uint8_t key[6];    ///< the address's bytes in network order
+  char desc[34];          ///< NUL-terminated
+};
+
+constexpr std::uint32_t kIpMacEntries = 4096;
+constexpr std::size_t kIpv4KeyLen = 4;
+constexpr std::size_t kMacKeyLen = 6;
+
+// Entries are never removed; pointers to them stay valid until the process ends. Without a pool,
+// searches find nothing and nothing can be set. Every operation holds the pool's lock.
+
+/// Makes a fresh, empty pool. Returns 0, or -1 without memory: there is then no pool.
+int ipmacdesc_init();
+/// Whether there is a pool.
+bool ipmacdesc_ready();
+/// The number of entries in use.
+std::uint32_t ipmacdesc_count();
+
+/// The entry with this key of `len` bytes, or null.
+IpMacDesc* ipmacdesc_find(const void* key, std::size_t len);
+/// Copies an entry's description (at most 34 bytes with its NUL) to `dest`. Returns 0, or -1 with
+/// `dest` untouched when there is no entry.
+int ipmacdesc_getdesc(const void* key, std::size_t len, char* dest);
+/// `ipmacdesc_getdesc` of the 6 bytes at `mac`.
+int ipmacdesc_getmacdesc(const void* mac, char* dest);
+/// The `pid` of the 6 bytes at `mac`, 0 without an entry.
+std::uint16_t ipmacdesc_getpid(const void* mac);
+/// Gives the 6 bytes at `mac` the description, cut to 33 characters, and `pid` 0. Returns 0, or -1
+/// when there is no room for one more entry.
+int ipmacdesc_setmacdesc(const void* mac, const char* desc);
+/// Makes or updates the entry with the key of `entry`: its description and `pid`. Returns it, or
+/// null when there is no room for one more entry or the key is no address.
+IpMacDesc* ipmacdesc_set(const IpMacDesc& entry, std::uint16_t pid);
+
+/// Takes a "mac" line: keys "m" or "ip" (the address), "d" (the description), "pid". Rejects with
+/// INV_IPMAC, NO_DESC or INV_LEN; a line that finds the pool full is dropped.
+/// KEEP: an address clears what the line gave before it, so "d" and "pid" must follow it.
+void ipmacdesc_line(RpcRequest& line);
+
+/// Frees the pools; for tests.
+void ipmacdesc_release();
+
+}  // namespace qsvmon
