@@ -1,0 +1,91 @@
+#include "pools/desc_pools.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+#include "format/byte_order.h"
+#include "format/printer.h"
+#include "platform/appliance_paths.h"
+#include "pools/assetsdesc.h"
+#include "pools/config_file.h"
+#include "pools/cusiprng.h"
+#include "pools/ipmacdesc.h"
+#include "pools/itlgc_pool.h"
+
+namespace qsvmon {
+namespace {
+
+int load_descriptions() {
+  static constexpr ConfigSection kSections[] = {{"mac", ipmacdesc_line},
+                                                {"malcitlgc", itlgc_pool_line}};
+  if (ipmacdesc_init() != 0) {
+    standard_out().text("fail to init ipmacdesc pool\n");
+    return -1;
+  }
+  if (read_config_file(kMainConfigPath, kSections) != 0) {
+    std::perror("fopen");
+    return -1;
+  }
+  return 0;
+}
+
+int load_ranges() {
+  static constexpr ConfigSection kSections[] = {{"cusiprng", cusiprng_line}};
+  if (cusiprng_init() != 0) {
+    standard_out().text("NO_MEM\n");
+    return -1;
+  }
+  if (read_config_file(kMainConfigPath, kSections) != 0) return -1;
+  cusiprng_sort();
+  return 0;
+}
+
+/// The label of an IPv4 address, or null.
+const char* ipv4_label(const void* addr) {
+  if (const IpMacDesc* entry = ipmacdesc_find(addr, kIpv4KeyLen)) return entry->desc;
+  std::uint32_t net = 0;
+  std::memcpy(&net, addr, sizeof net);
+  const std::uint32_t ip = from_net32(net);
+  if (const CusIpRange* range = cusiprng_find(ip)) {
+    const CusIpInfo* const info = cusiprng_info(*range);
+    return info == nullptr ? nullptr : info->info;  // a range without text hides the asset
+  }
+  const AssetsObject* const object = assetsobj_find_ip(ip);
+  return object == nullptr ? nullptr : object->name;
+}
+
+const char* mac_label(const void* mac) {
+  const IpMacDesc* const entry = ipmacdesc_find(mac, kMacKeyLen);
+  return entry == nullptr ? nullptr : entry->desc;
+}
+
+}  // namespace
+
+int desc_pools_init() {
+  if (itlgc_pool_init() != 0) standard_out().text("itlgc_pool alloc fail\n");
+  if (load_descriptions() != 0) return -1;
+  if (load_ranges() != 0) return -1;
+  return assetsdesc_init();
+}
+
+char* desc_lookup(const void* addr, int family, char* dest, std::size_t size) {
+  if (!ipmacdesc_ready()) return nullptr;
+  const char* const label = family == kDescFamilyMac ? mac_label(addr) : ipv4_label(addr);
+  if (label == nullptr) return nullptr;
+  if (size > 0) {
+    const std::size_t length = ::strnlen(label, size - 1);
+    std::memcpy(dest, label, length);
+    dest[length] = '\0';
+  }
+  return dest;
+}
+
+void desc_pools_release() {
+  itlgc_pool_release();
+  ipmacdesc_release();
+  cusiprng_release();
+  assetsdesc_release();
+}
+
+}  // namespace qsvmon
