@@ -43,15 +43,6 @@ class GenericVerbs(harness.SimulatedTest):
         self.expect("picky list page=2 limit=2", "id=3 a=2 b=2\n")
         self.expect("qsvdnsgrp get", "")
 
-    def test_load_adds_every_line_of_a_file(self):
-        with open(os.path.join(self.appliance.root, "names.txt"), "w") as file:
-            file.write("# comment\nname=one\n\nname=two info=second\n")
-        self.expect("qsvdnsgrp loadfile names.txt", "loaded=2\n")
-        self.expect("qsvdnsgrp list", "id=1 name=one\nid=2 name=two info=second\n")
-        self.expect("qsvdnsgrp remove id=1", "")
-        self.expect("qsvdnsgrp remove id=2", "")
-        self.expect("loads load file=names.txt", "loaded=2\n")
-
     def test_config_and_debug_are_kept(self):
         self.expect("kept config level=3", '{"module":"kept","items":0,"level":"3"}\n')
         self.expect("kept debug on", '{"module":"kept","items":0,"debug":"on","level":"3"}\n')
@@ -67,16 +58,12 @@ class GenericVerbs(harness.SimulatedTest):
             self.assertEqual(result.out[:len(first)], first)
             self.assertEqual(result.status, 0)
 
-    def test_modules(self):
-        result = self.appliance.run("module", "list")
-        self.assertEqual(
-            result.out.decode().split(),
-            "module qsvlog qsvquery worker disk assetsgroup2 assetsobj2 table "
-            "tcpreset emaillog ftplog telnetlog malclog qsviptable qsvtable qsvdnsgrp".split())
-        self.appliance.run("qsvdnsgrp", "stat")
-        counted = self.appliance.run("module", "stat").out.decode().splitlines()
-        self.assertEqual(len(counted), 16)
-        self.assertRegex(counted[15], r"^module=qsvdnsgrp requests=[1-9]")
+    def test_load_adds_every_line_of_a_file(self):
+        with open(os.path.join(self.appliance.root, "names.txt"), "w") as file:
+            file.write("# comment\nname=one\n\nname=two info=second\n")
+        self.expect("qsvdnsgrp loadfile names.txt", "loaded=2\n")
+        self.expect("qsvdnsgrp list", "id=1 name=one\nid=2 name=two info=second\n")
+        self.expect("loads load file=names.txt", "loaded=2\n")
 
 
 class Management(harness.SimulatedTest):

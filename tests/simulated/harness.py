@@ -64,18 +64,14 @@ class Appliance:
 
 
 class SimulatedTest(unittest.TestCase):
-    """One appliance for all tests of a class; OPTIONS go to qsvsim."""
+    """Each test has an appliance of its own; the class's OPTIONS go to qsvsim."""
 
     OPTIONS = ()
     maxDiff = None
 
-    @classmethod
-    def setUpClass(cls):
-        cls.appliance = Appliance(*cls.OPTIONS)
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.appliance.close()
+    def setUp(self):
+        self.appliance = Appliance(*self.OPTIONS)
+        self.addCleanup(self.appliance.close)
 
     def expect(self, words, out, status=0):
         """Runs the blank-separated `words` and compares output and exit status."""
@@ -108,11 +104,7 @@ class _TapResult(unittest.TestResult):
             self._trouble(subtest, err)
 
     def _trouble(self, test, err):
-        text = f"{test}\n{self._exc_info_to_string(err, test)}"
-        if hasattr(self, "trouble"):
-            self.trouble.append(text)
-        else:  # a class that could not be set up
-            print(f"not ok 0 {test}\n{text}")
+        self.trouble.append(f"{test}\n{self._exc_info_to_string(err, test)}")
 
     def stopTest(self, test):
         super().stopTest(test)
