@@ -1,0 +1,25 @@
+#include "commands/sessionlog/mail_query.h"
+
+#include "format/address.h"
+#include "format/byte_order.h"
+
+namespace qsvmon {
+
+Status parse_mail_query(Words words, MailQuery& query) {
+  for (const char* word : words) {
+    take_session_word(word, query.common);
+    if (const char* text = after_prefix(word, "mac=")) {
+      if (parse_mac(text, query.mac) != 0) return Status::error("INV_MAC");
+      query.has_mac = true;
+    } else if (const char* keyword = after_prefix(word, "keywd=")) {
+      query.keyword = keyword;
+    } else if (const char* address = after_prefix(word, "ip=")) {
+      std::uint32_t ip = 0;
+      if (parse_ipv4(address, &ip) != 0) return Status::error("INV_IP");
+      query.ip_net = from_net32(ip);
+    }
+  }
+  return Status::good();
+}
+
+}  // namespace qsvmon

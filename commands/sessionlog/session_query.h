@@ -1,0 +1,24 @@
+#pragma once
+
+#include "commands/listing/page.h"
+#include "commands/listing/words.h"
+
+namespace qsvmon {
+
+/// What the words that the session lists share ask for.
+struct SessionQuery {
+  int page = 1;
+  int limit = 100;
+  bool download = false;  ///< all records into a file instead of one page as JSON
+
+  PageRange range() const { return page_range(page, limit); }
+};
+
+/// Takes a word that begins with "page=", "limit=" or "download="; others are passed over ("json="
+/// is no longer used). Numbers are read as atoi reads them. A later word overrides an earlier one.
+void take_session_word(const char* word, SessionQuery& query);
+
+/// Reads the words of a list without filters.
+SessionQuery parse_session_query(Words words);
+
+}  // namespace qsvmon
