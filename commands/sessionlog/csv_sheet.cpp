@@ -5,7 +5,6 @@
 
 #include <cstdio>
 #include <new>
-#include <string>
 
 #include "format/time.h"
 #include "platform/appliance_paths.h"
@@ -29,8 +28,9 @@ void csv_file_name(std::time_t now, char* name, std::size_t namecap) {
 int csv_open(CsvSheet& sheet, char* name, std::size_t namecap) {
   csv_close(sheet);
   csv_file_name(std::time(nullptr), name, namecap);
-  const std::string path = std::string(kCsvFolder) + name;
-  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  char path[1024];  // the folder is a short constant
+  std::snprintf(path, sizeof path, "%s%s", kCsvFolder, name);
+  const int fd = ::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
   if (fd < 0) return -1;
   sheet.out.reset(new (std::nothrow) FilePrinter(fd));
   if (sheet.out == nullptr) {

@@ -1,0 +1,144 @@
+#include "commands/sessionlog/mail_filter.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+
+#include "tests/unit/sessionlog/mail_builder.h"
+
+using namespace std::literals;
+
+namespace qsvmon {
+namespace {
+
+bool passes(const MailRecord& record, const MailQuery& query) {
+  MailLogList list;
+  collect_mail(record, query, list);
+  return list.size() == 1;
+}
+
+bool passes_keyword(const MailRecord& record, std::string_view keyword) {
+  MailQuery query;
+  query.keyword = keyword;
+  return passes(record, query);
+}
+
+TEST(MailFilter, a_mail_needs_a_key_addresses_and_a_time) {
+  const MailQuery any;
+  EXPECT_TRUE(passes(whole_mail().record(), any));
+  EXPECT_FALSE(passes(whole_mail(0).record(), any));
+  EXPECT_FALSE(passes(MailBuilder(1).ends().from("a@x.com").record(), any));
+  EXPECT_FALSE(passes(MailBuilder(1).time().from("a@x.com").record(), any));
+  EXPECT_FALSE(passes(MailBuilder(1).time().element(kMailAddresses, "\1\2\3"sv).record(), any));
+}
+
+TEST(MailFilter, either_end_may_have_the_address) {
+  MailQuery query;
+  query.ip_net = 0x0100000A;
+  EXPECT_TRUE(passes(whole_mail().record(), query));
+  query.ip_net = 0x0201A8C0;
+  EXPECT_TRUE(passes(whole_mail().record(), query));
+  query.ip_net = 0x0A000001;
+  EXPECT_FALSE(passes(whole_mail().record(), query));
+}
+
+TEST(MailFilter, all_six_bytes_of_the_mac_count) {
+  MailQuery query;
+  query.has_mac = true;
+  EXPECT_FALSE(passes(whole_mail().record(), query));  // a mail without a MAC, even for zeros
+  EXPECT_FALSE(passes(whole_mail().mac().record(), query));
+  std::memcpy(query.mac, "\x00\x11\x22\x33\x44\x55", 6);
+  EXPECT_TRUE(passes(whole_mail().mac().record(), query));
+  query.mac[5] = 0x54;
+  EXPECT_FALSE(passes(whole_mail().mac().record(), query));
+}
+
+TEST(MailFilter, a_subject_that_cannot_be_decoded_hides_the_mail) {
+  const MailQuery any;
+  EXPECT_TRUE(passes(whole_mail().subject("plain").record(), any));
+  EXPECT_TRUE(passes(whole_mail().subject("").record(), any));  // no subject
+  EXPECT_FALSE(passes(whole_mail().subject(" ").record(), any));
+  EXPECT_FALSE(passes(whole_mail().subject("ok =?UTF-8?b?5L2g?=").record(), any));
+  EXPECT_FALSE(passes_keyword(whole_mail().from("a@x.com").subject("=bad").record(), "a@x.com"));
+  // The other headers are not looked at yet.
+  EXPECT_TRUE(passes(whole_mail().from("=bad").to("=bad").cc("=bad").record(), any));
+}
+
+TEST(MailFilter, the_keyword_is_looked_for_in_every_text) {
+  const MailRecord record = whole_mail()
+                                .from("Ann <ann@x.com>")
+                                .to("Bob <bob@y.com>")
+                                .cc("Cid <cid@z.com>")
+                                .subject("Quarterly report")
+                                .attachment("one.pdf")
+                                .attachment("two.pdf")
+                                .record();
+  for (std::string_view word :
+       {"Ann <"sv, "bob@y"sv, "cid@z.com>"sv, "ly rep"sv, "one.pdf"sv, "two"sv, ""sv}) {
+    EXPECT_TRUE(passes_keyword(record, word)) << word;
+  }
+  for (std::string_view word : {"ann <"sv, "nothing"sv, "pdftwo"sv, "comBob"sv, "pdf\1"sv}) {
+    EXPECT_FALSE(passes_keyword(record, word)) << word;
+  }
+  EXPECT_FALSE(passes_keyword(whole_mail().from("a@x.com").record(), "zzz"));
+}
+
+// KEEP: raw headers, decoded Subject.
+TEST(MailFilter, the_subject_alone_is_matched_decoded) {
+  const std::string_view encoded = "=?UTF-8?B?5L2g5aW9?=";
+  const MailRecord subject = whole_mail().subject("Re: =?UTF-8?B?5L2g5aW9?=").record();
+  EXPECT_TRUE(passes_keyword(subject, "Re: \xC4\xE3\xBA\xC3"));
+  EXPECT_TRUE(passes_keyword(subject, "\xBA\xC3"));
+  EXPECT_FALSE(passes_keyword(subject, encoded));
+  EXPECT_FALSE(passes_keyword(subject, "\xE4\xBD\xA0"));
+  for (const MailRecord& record :
+       {whole_mail().from(encoded).record(), whole_mail().to(encoded).record(),
+        whole_mail().cc(encoded).record(), whole_mail().attachment(encoded).record()}) {
+    EXPECT_TRUE(passes_keyword(record, encoded));
+    EXPECT_FALSE(passes_keyword(record, "\xBA\xC3"));
+  }
+}
+
+TEST(MailFilter, attachment_names_are_apart_and_bounded) {
+  MailBuilder six = whole_mail();
+  for (const char* name : {"n1", "n2", "n3", "n4", "n5", "n6"}) six.attachment(name);
+  EXPECT_TRUE(passes_keyword(six.record(), "n5"));
+  EXPECT_FALSE(passes_keyword(six.record(), "n6"));
+  EXPECT_FALSE(passes_keyword(six.record(), "n1n2"));
+  // A name without its NUL loses its last byte to the separator.
+  const MailRecord bare = whole_mail().element(kMailAttachment, "abc").record();
+  EXPECT_TRUE(passes_keyword(bare, "ab"));
+  EXPECT_FALSE(passes_keyword(bare, "abc"));
+  // A name as long as a record can hold: 1026 - 22 - 3 bytes.
+  const std::string name(1000, 'x');
+  EXPECT_TRUE(passes_keyword(whole_mail().attachment(name).record(), name));
+}
+
+TEST(MailFilter, the_list_has_its_own_copy_with_the_subject_split) {
+  const MailRecord record = whole_mail(9).subject("a b\tc").record();
+  const MailRecord before = record;
+  MailLogList list;
+  collect_mail(record, MailQuery{}, list);
+  ASSERT_EQ(1U, list.size());
+  EXPECT_EQ(0, std::memcmp(&before, &record, sizeof record));
+  const MailParts parts = mail_parts(list[0]);
+  EXPECT_EQ("a\0b\0c"sv, std::string_view(list[0].elems + parts.subject.at, parts.subject.length));
+  EXPECT_EQ(9U, std::uint32_t{list[0].key});
+  EXPECT_EQ(std::uint16_t{before.elemlen}, std::uint16_t{list[0].elemlen});
+}
+
+TEST(MailFilter, a_rejected_mail_leaves_no_trace) {
+  MailLogList list;
+  MailQuery query;
+  query.keyword = "wanted";
+  collect_mail(whole_mail(1).subject("other thing").from(std::string(500, 'x')).record(), query,
+               list);
+  collect_mail(whole_mail(2).subject("wanted").record(), query, list);
+  ASSERT_EQ(1U, list.size());
+  const MailRecord expected = whole_mail(2).subject("wanted").record();
+  EXPECT_EQ(0, std::memcmp(&expected, &list[0], sizeof expected));
+}
+
+}  // namespace
+}  // namespace qsvmon
