@@ -2,6 +2,7 @@
 
 #include "commands/iptable/iptable.h"
 #include "commands/mgmt/mgmt.h"
+#include "commands/sessionlog/sessionlog.h"
 #include "commands/tcpreset/tcpreset.h"
 #include "platform/appliance_paths.h"
 #include "rpc/request.h"
@@ -63,6 +64,9 @@ constexpr SubcommandEntry kTcpReset[] = {
     {"listdns", handler(tcpreset_listdns), 2048},
     {"list", handler(tcpreset_list), 2048},
 };
+constexpr SubcommandEntry kEmailLog[] = {{"list", handler(emaillog_list), 2048}};
+constexpr SubcommandEntry kFtpLog[] = {{"list", handler(ftplog_list), 2048}};
+constexpr SubcommandEntry kTelnetLog[] = {{"list", handler(telnetlog_list), 2048}};
 constexpr SubcommandEntry kQsvIpTable[] = {
     {"get", handler(qsviptable_get), 2048},       {"addip", handler(qsviptable_addip), 4},
     {"remove", handler(qsviptable_remove), 4},    {"clear", handler(qsviptable_clear), 4},
@@ -80,9 +84,8 @@ constexpr SubcommandEntry kQsvDnsGroup[] = {
     {"loadfile", forward_module(kVerbLoad), 2048},
 };
 constexpr ModuleEntry kMgmtModules[] = {
-    {"tcpreset", kTcpReset},
-    {"qsviptable", kQsvIpTable},
-    {"qsvtable", kQsvTable},
+    {"tcpreset", kTcpReset},     {"emaillog", kEmailLog},     {"ftplog", kFtpLog},
+    {"telnetlog", kTelnetLog},   {"qsviptable", kQsvIpTable}, {"qsvtable", kQsvTable},
     {"qsvdnsgrp", kQsvDnsGroup},
 };
 

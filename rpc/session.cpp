@@ -54,16 +54,10 @@ class TeardownSignalsHeld {
   sigset_t saved_;
 };
 
-void copy_path(char (&to)[kPathBytes], const char* path) {
-  const std::size_t length = ::strnlen(path, kPathBytes - 1);
-  std::memcpy(to, path, length);
-  to[length] = '\0';
-}
-
 // Parsing an address changes its text, so the caller's path is copied first.
 int connect_to(const char* path) {
   char text[kPathBytes];
-  copy_path(text, path);
+  std::snprintf(text, sizeof text, "%s", path);
   return socket_connect(text);
 }
 
@@ -132,7 +126,7 @@ int rpc_init(const char* path, std::size_t bytes) {
   if (area == reinterpret_cast<void*>(-1)) return init_failed("shmat");
   session.area = static_cast<char*>(area);
   session.area_bytes = bytes;
-  copy_path(session.path, path);
+  std::snprintf(session.path, sizeof session.path, "%s", path);
   return 0;
 }
 

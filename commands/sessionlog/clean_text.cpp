@@ -1,0 +1,56 @@
+#include "commands/sessionlog/clean_text.h"
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+
+#include "format/printer.h"
+
+namespace qsvmon {
+namespace {
+
+/// How often each byte is written.
+using Copies = std::array<std::uint8_t, 256>;
+
+constexpr Copies copies_without(std::string_view dropped) {
+  Copies copies{};
+  for (std::uint8_t& count : copies) count = 1;
+  for (const char c : dropped) copies[static_cast<unsigned char>(c)] = 0;
+  return copies;
+}
+
+constexpr Copies kMailCopies = copies_without("\"\x1b\r\n \t\\");
+constexpr Copies kCommandCopies = copies_without("\"\x1b\r\n\t");
+
+std::string_view up_to_nul(std::string_view text) {
+  return text.empty() ? text : text.substr(0, ::strnlen(text.data(), text.size()));
+}
+
+}  // namespace
+
+void put_value(Printer& out, CleanMailText clean) {
+  static_assert(kCleanBytes + 1 <= Printer::kMaxRoom);
+  char* const begin = out.room(kCleanBytes + 1);
+  char* at = begin;
+  for (const char c : up_to_nul(clean.text)) {
+    if (at == begin + kCleanBytes) break;
+    *at = c;
+    at += kMailCopies[static_cast<unsigned char>(c)];
+  }
+  out.advance(at);
+}
+
+void put_value(Printer& out, CleanCommand clean) {
+  char* const begin = out.room(kCleanBytes + 1);
+  char* const limit = begin + kCleanBytes;
+  char* at = begin;
+  for (const char c : up_to_nul(clean.text)) {
+    if (at == limit) break;
+    *at = c;
+    at += kCommandCopies[static_cast<unsigned char>(c)];
+    if (c == '\\' && at < limit) *at++ = '\\';
+  }
+  out.advance(at);
+}
+
+}  // namespace qsvmon

@@ -1,0 +1,107 @@
+#include "commands/sessionlog/login_row.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "commands/sessionlog/clean_text.h"
+#include "commands/sessionlog/gb2312.h"
+#include "commands/sessionlog/session_row.h"
+#include "format/address.h"
+#include "format/byte_order.h"
+#include "format/time.h"
+
+namespace qsvmon {
+namespace {
+
+SessionEnds ends_of(const LoginHead& head) {
+  SessionEnds ends{head.sip_net, head.dip_net, head.sport_net, head.dport_net, {}};
+  std::memcpy(ends.mac, head.mac, sizeof ends.mac);
+  return ends;
+}
+
+/// All members up to "user".
+void print_head(Printer& out, const LoginHead& head, std::string_view user) {
+  const SessionEnds ends = ends_of(head);
+  out.put('{');
+  print_ends(out, ends);
+  print_mac(out, ends);
+  out.put(",\"start\":", std::uint32_t{head.start});
+  print_request_time(out, head.time);
+  print_labels(out, ends);
+  out.put(",\"user\":\"", user, '"');
+}
+
+/// All cells up to the user's.
+void write_head(CsvSheet& sheet, const LoginHead& head, std::string_view user) {
+  const SessionEnds ends = ends_of(head);
+  csv_ends(sheet, ends, from_net16(ends.sport_net), from_net16(ends.dport_net));
+  csv_text(sheet, MacText{ends.mac});
+  csv_text(sheet, LocalTimeText{head.start});
+  csv_text(sheet, LocalTimeText{head.time});
+  csv_text(sheet, user);
+}
+
+// The header texts in GBK bytes.
+constexpr std::string_view kHeadColumns[] = {
+    "\xD4\xB4\xB5\xD8\xD6\xB7",          // 源地址
+    "\xD4\xB4\xB6\xCB\xBF\xDA",          // 源端口
+    "\xC4\xBF\xB1\xEA\xB5\xD8\xD6\xB7",  // 目标地址
+    "\xC4\xBF\xB1\xEA\xB6\xCB\xBF\xDA",  // 目标端口
+    "\xD4\xB4MAC",                       // 源MAC
+    "\xC1\xAC\xBD\xD3\xCA\xB1\xBC\xE4",  // 连接时间
+    "\xB2\xD9\xD7\xF7\xCA\xB1\xBC\xE4",  // 操作时间
+    "\xD3\xC3\xBB\xA7\xC3\xFB",          // 用户名
+};
+constexpr std::string_view kOperationColumn = "\xB2\xD9\xD7\xF7\xC0\xE0\xD0\xCD";  // 操作类型
+constexpr std::string_view kObjectColumn = "\xB6\xD4\xCF\xF3\xC3\xFB\xB3\xC6";     // 对象名称
+
+/// Writes a GB2312 text as a cell in UTF-8.
+void csv_text_as_utf8(CsvSheet& sheet, std::string_view gb) {
+  char utf8[128];
+  gb2312_to_utf8(utf8, sizeof utf8, gb.data(), static_cast<int>(gb.size()));
+  csv_text(sheet, static_cast<const char*>(utf8));
+}
+
+}  // namespace
+
+std::string_view ftp_verb(std::uint8_t optype) {
+  static constexpr std::string_view kVerbs[] = {"UNKN", "STOR", "RETR", "DELE", "RMD",
+                                                "RNFR", "RNTO", "USER", "PASS"};
+  return optype < std::size(kVerbs) ? kVerbs[optype] : "NULL";
+}
+
+void FtpRow::print(Printer& out) const {
+  print_head(out, record_->head, field_text(record_->user, sizeof record_->user));
+  out.put(",\"optype\":\"", ftp_verb(record_->optype), "\",\"name\":\"",
+          field_text(record_->name, sizeof record_->name), "\"}");
+}
+
+void FtpRow::write(CsvSheet& sheet) const {
+  write_head(sheet, record_->head, field_text(record_->user, sizeof record_->user));
+  csv_text_as_utf8(sheet, ftp_verb(record_->optype));
+  csv_text(sheet, field_text(record_->name, sizeof record_->name));
+}
+
+void FtpRow::write_header(CsvSheet& sheet) {
+  for (const std::string_view text : kHeadColumns) csv_text_as_utf8(sheet, text);
+  csv_text_as_utf8(sheet, kOperationColumn);
+  csv_text_as_utf8(sheet, kObjectColumn);
+}
+
+void TelnetRow::print(Printer& out) const {
+  print_head(out, record_->head, field_text(record_->user, sizeof record_->user));
+  const std::size_t length = std::min<std::size_t>(record_->cmdlen, sizeof record_->cmd);
+  out.put(",\"cmd\":\"", CleanCommand{{record_->cmd, length}}, "\"}");
+}
+
+void TelnetRow::write(CsvSheet& sheet) const {
+  write_head(sheet, record_->head, field_text(record_->user, sizeof record_->user));
+  csv_text(sheet, field_text(record_->cmd, sizeof record_->cmd));
+}
+
+void TelnetRow::write_header(CsvSheet& sheet) {
+  for (const std::string_view text : kHeadColumns) csv_text(sheet, text);
+  csv_text(sheet, kObjectColumn);
+}
+
+}  // namespace qsvmon

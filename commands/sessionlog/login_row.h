@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "commands/sessionlog/csv_sheet.h"
+#include "commands/sessionlog/login_record.h"
+#include "format/printer.h"
+
+/// Rows of the FTP and Telnet lists. No row is ever hidden. A loaded row refers to its record.
+/// KEEP: user and file names are printed as they stand; a double quote in one breaks the JSON.
+namespace qsvmon {
+
+/// The FTP command of an operation; "NULL" for one beyond the table.
+std::string_view ftp_verb(std::uint8_t optype);
+
+class FtpRow {
+ public:
+  using Record = FtpLogRecord;
+  bool load(FtpLogRecord& record) {
+    record_ = &record;
+    return true;
+  }
+  void print(Printer& out) const;
+  void write(CsvSheet& sheet) const;
+  /// KEEP: in UTF-8, unlike the other two lists.
+  static void write_header(CsvSheet& sheet);
+
+ private:
+  const FtpLogRecord* record_ = nullptr;
+};
+
+class TelnetRow {
+ public:
+  using Record = TelnetLogRecord;
+  bool load(TelnetLogRecord& record) {
+    record_ = &record;
+    return true;
+  }
+  void print(Printer& out) const;
+  /// KEEP: the command as it stands, not cleaned as in JSON.
+  void write(CsvSheet& sheet) const;
+  /// KEEP: in GBK bytes.
+  static void write_header(CsvSheet& sheet);
+
+ private:
+  const TelnetLogRecord* record_ = nullptr;
+};
+
+}  // namespace qsvmon
