@@ -56,6 +56,12 @@ class TidPool {
     return itlgc_id_ >= 0 ? itlgc_id_ : static_cast<int>(this->slot(slot).itlgc);
   }
 
+  /// True for an event that is no empty record and that an address or host listing counts: the
+  /// signature filter lets it pass and the category filter leaves a bit of it.
+  bool counts(const MalcEvent& event) const {
+    return event.time_secs != 0 && tid_match(event.bitmap) && passing(event.bitmap) != 0;
+  }
+
   static SignatureTable* new_table();
 
  private:
