@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <initializer_list>
@@ -8,8 +10,11 @@
 #include <utility>
 #include <vector>
 
+#include "commands/malclog/malc_listing.h"
 #include "commands/malclog/malc_record.h"
 #include "commands/malclog/tidpool.h"
+#include "format/printer.h"
+#include "pools/itlgc_pool.h"
 
 /// Signatures, events and chunks for the malicious-event tests.
 namespace qsvmon::malc_samples {
@@ -92,6 +97,78 @@ inline MalcEvent of_host(std::string_view host, std::uint64_t bitmap) {
   e.host_len = static_cast<std::uint8_t>(host.size());
   std::memcpy(e.host, host.data(), std::min(host.size(), sizeof e.host));
   return e;
+}
+
+/// The bytes of `events`, as a later chunk holds them.
+inline std::string bytes_of(const std::vector<MalcEvent>& events) {
+  return {reinterpret_cast<const char*>(events.data()), events.size() * sizeof(MalcEvent)};
+}
+
+/// A reply of several chunks in the shape of a BatchLoop. Like a shared area, a chunk ends where
+/// its bytes do, whatever it claims to hold.
+class FakeBatches {
+ public:
+  FakeBatches& chunk(std::string bytes, std::uint32_t claimed) {
+    chunks_.push_back({std::move(bytes), claimed});
+    return *this;
+  }
+  /// The fetch behind the last chunk fails with `line` instead of the last chunk being the last.
+  FakeBatches& then_fail(std::string line) {
+    failure_ = std::move(line);
+    return *this;
+  }
+
+  bool done() const { return failure_.empty() && next_ == chunks_.size(); }
+  Status fetch() {
+    if (next_ == chunks_.size()) return Status::error(failure_);
+    current_ = &chunks_[next_++];
+    return Status::good();
+  }
+  std::span<const char> bytes() const { return current_->bytes; }
+  std::uint32_t claimed() const { return current_->claimed; }
+  std::size_t fetched() const { return next_; }
+
+  template <class Record>
+  std::span<const Record> records(std::size_t skip) const {
+    if (skip > current_->bytes.size()) return {};
+    const std::size_t room = (current_->bytes.size() - skip) / sizeof(Record);
+    return {reinterpret_cast<const Record*>(current_->bytes.data() + skip),
+            std::min<std::size_t>(room, current_->claimed)};
+  }
+
+ private:
+  struct Chunk {
+    std::string bytes;
+    std::uint32_t claimed;
+  };
+  std::vector<Chunk> chunks_;
+  std::size_t next_ = 0;
+  const Chunk* current_ = nullptr;
+  std::string failure_;
+};
+
+/// One chunk with the table and all events.
+inline FakeBatches one_chunk(const SignatureTable& table, const std::vector<MalcEvent>& events) {
+  FakeBatches batches;
+  batches.chunk(bytes_of(table) + bytes_of(events), static_cast<std::uint32_t>(events.size()));
+  return batches;
+}
+
+using Categories = std::array<ItlgcEntry, 32>;
+
+inline void set_category(Categories& categories, std::size_t id, const char* name,
+                         const char* cname) {
+  std::strcpy(categories[id].name, name);
+  std::strcpy(categories[id].cname, cname);
+}
+
+/// What a listing prints with `categories` in the pool; a failure's line comes behind a "!".
+inline std::string listing(const MalcQuery& query, FakeBatches& batches, Categories categories) {
+  MemoryPrinter out;
+  TidPool tids(query);
+  const Status status = list_events(out, query, batches, tids, categories);
+  if (!status.ok()) out.put("!", status.line());
+  return out.str();
 }
 
 }  // namespace qsvmon::malc_samples

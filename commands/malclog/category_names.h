@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstddef>
+#include <span>
+
+#include "pools/itlgc_pool.h"
+
+namespace qsvmon {
+
+/// The names of `category`, both empty for one that the pool does not hold.
+inline const ItlgcEntry& category_names(std::span<const ItlgcEntry> categories, int category) {
+  static constexpr ItlgcEntry kNameless{};
+  const bool known = category >= 0 && static_cast<std::size_t>(category) < categories.size();
+  return known ? categories[static_cast<std::size_t>(category)] : kNameless;
+}
+
+}  // namespace qsvmon

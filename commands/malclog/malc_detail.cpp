@@ -1,0 +1,129 @@
+#include "commands/malclog/malc_detail.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+#include "commands/malclog/category_names.h"
+#include "format/address.h"
+#include "format/byte_order.h"
+#include "format/time.h"
+#include "pools/desc_pools.h"
+#include "rpc/dict.h"
+
+namespace qsvmon {
+namespace {
+
+constexpr std::size_t kLabelBytes = 64;
+
+/// A member whose value is the pools' label of an address, empty when they have none.
+void print_label(Printer& out, std::string_view member, const void* address, int family) {
+  char label[kLabelBytes];
+  const char* text = desc_lookup(address, family, label, sizeof label);
+  out.put(member, text ? text : "", "\"");
+}
+
+void print_signs(Printer& out, unsigned sign) {
+  const auto flag = [sign](unsigned bit) { return (sign >> bit) & 1U ? '1' : '0'; };
+  out.put(",\"src_sign\":\"", flag(0), "\",\"dst_sign\":\"", flag(1), "\",\"dns_sign\":\"", flag(2),
+          "\",\"uri_sign\":\"", flag(3), "\"");
+}
+
+void print_signature(Printer& out, const MalcTid& signature) {
+  out.put("{\"tid\":", std::uint16_t{signature.tid}, ",\"type\":", signature.type, ",\"name\":\"",
+          field_text(signature.name), "\"");
+}
+
+void print_category(Printer& out, int category, const ItlgcEntry& names) {
+  out.put("{\"id\":", category, ",\"type\":0,\"name\":\"", names.name, "\",\"cname\":\"",
+          names.cname, "\"");
+}
+
+}  // namespace
+
+bool host_passes(const char* host, const MalcEvent& event) {
+  if (event.host_len == 0) return false;
+  const std::size_t length = std::min<std::size_t>(event.host_len, sizeof event.host);
+  return std::strncmp(host, event.host, length) == 0;
+}
+
+void print_detail_list(Printer& out, const MalcQuery& query, const TidPool& tids,
+                       std::span<const ItlgcEntry> categories, std::uint64_t bitmap) {
+  out.put("{\"list\":[");
+  if (query.names_signature()) {
+    print_signature(out, tids.slot(tids.resolved_slot()));
+    out.put(",\"cnt\":1}],");
+    return;
+  }
+  std::uint64_t listed = 0;  // a bit for each category, those from 64 on sharing the lower ones'
+  const char* comma = "";
+  std::uint64_t slots = tids.passing(bitmap) & (tids.own_name_slots() | tids.category_slots());
+  for (; slots != 0; slots &= slots - 1) {
+    const int n = std::countr_zero(slots);
+    const MalcTid& signature = tids.slot(n);
+    if (signature.mkmode == kModeOwnName) {
+      out.put(comma);
+      print_signature(out, signature);
+    } else {
+      const int category = tids.category_of(n);
+      const std::uint64_t bit = std::uint64_t{1} << (static_cast<unsigned>(category) & 63U);
+      if (listed & bit) continue;
+      listed |= bit;
+      out.put(comma);
+      print_category(out, category, category_names(categories, category));
+    }
+    out.put(",\"mkmode\":", signature.mkmode, ",\"cnt\":1}");
+    comma = ",";
+  }
+  out.put("],");
+}
+
+void print_detail_row(Printer& out, const MalcEvent& event) {
+  const std::uint32_t src_net = event.src_net;
+  const std::uint32_t dst_net = event.dst_net;
+  const std::uint16_t apid = event.apid;
+  out.put("\"src_ip\":\"", Ipv4Text{from_net32(src_net)},
+          "\",\"src_port\":", from_net16(event.sport_net), ",\"dst_ip\":\"",
+          Ipv4Text{from_net32(dst_net)}, "\",\"dst_port\":", from_net16(event.dport_net),
+          ",\"apid\":", apid, ",\"appname\":\"", dict_appname(apid), "\",\"appcname\":\"",
+          dict_appcname(apid), "\",\"mac\":\"", MacText{event.mac}, "\",\"req_time\":\"",
+          LocalTimeText{event.time_secs}, "\",\"time\":", std::uint32_t{event.time_secs},
+          ",\"proto\":", event.proto, ",\"bitmap\":", std::uint64_t{event.bitmap}, ",\"host\":\"",
+          event.host_len == 0 ? std::string_view() : field_text(event.host), "\"");
+  print_label(out, ",\"srcip_desc\":\"", &src_net, kFamilyIpv4);
+  print_label(out, ",\"dstip_desc\":\"", &dst_net, kFamilyIpv4);
+  out.put(",\"sign\":\"", event.sign, "\"");
+  print_label(out, ",\"ipmac_desc\":\"", event.mac, kDescFamilyMac);
+  print_signs(out, event.sign);
+  out.put("}");
+}
+
+bool MalcDetail::passes(const MalcEvent& event) const {
+  if (event.time_secs == 0) return false;
+  if (query_.apid != -1 && event.apid != query_.apid) return false;
+  if (query_.src_net != 0 && event.src_net != query_.src_net) return false;
+  if (query_.dst_net != 0 && event.dst_net != query_.dst_net) return false;
+  if (query_.host && !host_passes(query_.host, event)) return false;
+  return tids_.tid_match(event.bitmap);
+}
+
+bool MalcDetail::has_list(const MalcEvent& event) const {
+  if (query_.names_signature()) return true;
+  return (tids_.passing(event.bitmap) & (tids_.own_name_slots() | tids_.category_slots())) != 0;
+}
+
+void MalcDetail::add(std::span<const MalcEvent> events) {
+  for (const MalcEvent& event : events) {
+    if (!passes(event) || !has_list(event)) continue;
+    // KEEP: events before and behind the page are counted too; "count" is what the filters passed.
+    const bool shown = range_.contains_signed(static_cast<std::int32_t>(count_));
+    ++count_;
+    if (!shown) continue;
+    if (printed_one_) out_.put(",");
+    printed_one_ = true;
+    print_detail_list(out_, query_, tids_, categories_, event.bitmap);
+    print_detail_row(out_, event);
+  }
+}
+
+}  // namespace qsvmon

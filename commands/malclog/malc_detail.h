@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "commands/malclog/malc_query.h"
+#include "commands/malclog/malc_record.h"
+#include "commands/malclog/tidpool.h"
+#include "format/printer.h"
+#include "pools/itlgc_pool.h"
+
+namespace qsvmon {
+
+/// The beginning of the event-by-event listing.
+inline void print_detail_begin(Printer& out) {
+  out.put("{\"data\":[");
+}
+
+/// The rest of the listing: filters events as they arrive and prints those of one page at once,
+/// so that nothing is kept. Borrows everything that it is given.
+class MalcDetail {
+ public:
+  /// `tids` must be taken before the first `add`; `categories` are the pool's entries.
+  MalcDetail(Printer& out, const MalcQuery& query, const TidPool& tids,
+             std::span<const ItlgcEntry> categories)
+      : out_(out), query_(query), tids_(tids), categories_(categories), range_(query.range()) {}
+
+  void add(std::span<const MalcEvent> events);
+  /// KEEP: a blank stands before "count" here and in no other listing; the page's parser was
+  /// written against it.
+  void finish() { out_.put("], \"count\":", static_cast<std::int32_t>(count_), "}"); }
+
+  /// Events that passed every filter and have something to list, shown or not.
+  std::uint32_t count() const { return count_; }
+
+ private:
+  bool passes(const MalcEvent& event) const;
+  bool has_list(const MalcEvent& event) const;
+
+  Printer& out_;
+  const MalcQuery& query_;
+  const TidPool& tids_;
+  std::span<const ItlgcEntry> categories_;
+  PageRange range_;
+  std::uint32_t count_ = 0;
+  bool printed_one_ = false;
+};
+
+/// True when the query's host text lets `event` pass: its first host-length bytes are the event's
+/// host, compared up to a NUL as texts are. `host` is a C string.
+/// KEEP: a text that is longer than the event's host passes when the host is its beginning;
+/// "host=example.com" finds events of "exam" too, and not those of "example.com.cn".
+bool host_passes(const char* host, const MalcEvent& event);
+
+/// The "list" member of one row with its trailing comma: the signature that the query names, or
+/// every listed signature of the event, categories once each.
+void print_detail_list(Printer& out, const MalcQuery& query, const TidPool& tids,
+                       std::span<const ItlgcEntry> categories, std::uint64_t bitmap);
+
+/// One row without its list: from "src_ip" to the closing brace.
+void print_detail_row(Printer& out, const MalcEvent& event);
+
+}  // namespace qsvmon
