@@ -1,0 +1,195 @@
+#include "commands/malclog/malc_print.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <numeric>
+#include <vector>
+
+#include "commands/malclog/category_names.h"
+#include "format/address.h"
+#include "format/byte_order.h"
+#include "pools/desc_pools.h"
+#include "rpc/dict.h"
+
+namespace qsvmon {
+namespace {
+
+constexpr std::size_t kLabelBytes = 1024;
+
+struct Entry {
+  std::uint16_t count;
+  int id;  ///< the category, 0 for a signature listed by itself
+  std::uint8_t mkmode;
+  std::string_view name, cname;
+};
+
+void print_entry(Printer& out, const Entry& entry, MalcEntryForm form) {
+  if (form == MalcEntryForm::kHost) {
+    out.put("{\"cnt\":", entry.count, ", \"name\":\"", entry.name, "\", \"mkmode\":", entry.mkmode,
+            ", \"cname\":\"", entry.cname, "\"}");
+  } else {
+    out.put("{\"cnt\":", entry.count, ", \"id\":", entry.id, ", \"name\":\"", entry.name,
+            "\", \"cname\":\"", entry.cname, "\"}");
+  }
+}
+
+/// KEEP: a signature listed by itself has the text of a missing string as its category name: the
+/// one that the C library prints in the application listing, "NULL" in the others.
+std::string_view no_cname(MalcEntryForm form) {
+  return form == MalcEntryForm::kApp ? "(null)" : "NULL";
+}
+
+}  // namespace
+
+void print_malc_entries(Printer& out, const MalcNames& names, const TallyBlocks& blocks,
+                        const Tally& tally, MalcEntryForm form) {
+  // KEEP: the mask knows a category by its number modulo 32, and the counts of a category's later
+  // slots are not added to its entry; the pages show categories as "at least one of these".
+  std::uint32_t listed = 0;
+  bool first = true;
+  for (std::uint64_t slots = tally.slots; slots != 0; slots &= slots - 1) {
+    const int n = std::countr_zero(slots);
+    const MalcTid& signature = names.tids.slot(n);
+    Entry entry{.count = blocks.count_of(tally, n),
+                .id = 0,
+                .mkmode = signature.mkmode,
+                .name = {},
+                .cname = {}};
+    if (entry.count == 0) continue;
+    if (signature.mkmode == kModeCategory) {
+      entry.id = names.tids.category_of(n);
+      const std::uint32_t bit = 1U << (static_cast<unsigned>(entry.id) & 31U);
+      if (listed & bit) continue;
+      listed |= bit;
+      const ItlgcEntry& category = category_names(names.categories, entry.id);
+      entry.name = category.name;
+      entry.cname = category.cname;
+    } else {
+      entry.name = field_text(signature.name);
+      entry.cname = no_cname(form);
+    }
+    if (!first) out.put(",");
+    first = false;
+    print_entry(out, entry, form);
+  }
+}
+
+void print_malc_row(Printer& out, const MalcNames& names, const TallyBlocks& blocks,
+                    const MalcIpRow& row) {
+  char label[kLabelBytes];
+  const char* text = desc_lookup(&row.ip, kFamilyIpv4, label, sizeof label);
+  out.put("{\"ip\":\"", Ipv4Text{from_net32(row.ip)}, "\",\"cnt\":", row.total, ",\"ip_desc\":\"",
+          text ? text : "", "\",\"list\":[");
+  print_malc_entries(out, names, blocks, row.tally, MalcEntryForm::kAddress);
+  out.put("]}");
+}
+
+void print_malc_row(Printer& out, const MalcNames& names, const TallyBlocks& blocks,
+                    const MalcHostRow& row) {
+  out.put("{\"host\":\"", row.name, "\",\"cnt\":", row.total, ",\"list\":[");
+  print_malc_entries(out, names, blocks, row.tally, MalcEntryForm::kHost);
+  out.put("]}");
+}
+
+void print_malc_row(Printer& out, const MalcNames& names, const TallyBlocks& blocks,
+                    const MalcAppRow& row) {
+  out.put("{\"apid\":", row.apid, ",\"appname\":\"", dict_appname(row.apid), "\",\"appcname\":\"",
+          dict_appcname(row.apid), "\",\"count\":", row.total, ",\"list\":[");
+  print_malc_entries(out, names, blocks, row.tally, MalcEntryForm::kApp);
+  out.put("]}");
+}
+
+namespace {
+
+/// The numbers of the rows of `agg` by total, largest first; rows of the same total in the order of
+/// their first events.
+template <class Agg>
+std::vector<std::uint32_t> rows_by_total(const Agg& agg) {
+  std::vector<std::uint32_t> order(agg.size());
+  std::iota(order.begin(), order.end(), 0U);
+  std::stable_sort(order.begin(), order.end(), [&agg](std::uint32_t a, std::uint32_t b) {
+    return agg[a].total > agg[b].total;
+  });
+  return order;
+}
+
+template <class Agg>
+void print_rows(Printer& out, const MalcNames& names, const Agg& agg, PageRange range) {
+  const std::vector<std::uint32_t> order = rows_by_total(agg);
+  print_malc_page(out, agg.size(), range,
+                  [&](std::size_t i) { print_malc_row(out, names, agg.blocks(), agg[order[i]]); });
+}
+
+}  // namespace
+
+void print_malc_ips(Printer& out, const MalcNames& names, const MalcIpAgg& ips, PageRange range) {
+  print_rows(out, names, ips, range);
+}
+
+void print_malc_hosts(Printer& out, const MalcNames& names, const MalcHostAgg& hosts,
+                      PageRange range) {
+  print_rows(out, names, hosts, range);
+}
+
+void print_malc_apps(Printer& out, const MalcNames& names, const MalcAppAgg& apps,
+                     PageRange range) {
+  std::array<std::uint16_t, MalcAppAgg::kApps> shown;
+  std::uint32_t count = 0;
+  for (const std::uint16_t apid : apps.sorted()) {
+    // KEEP: application 0 ("not recognised") is counted and never listed.
+    if (apps.rows()[apid].apid != 0) shown[count++] = apid;
+  }
+  print_malc_page(out, count, range, [&](std::size_t i) {
+    print_malc_row(out, names, apps.blocks(), apps.rows()[shown[i]]);
+  });
+}
+
+namespace {
+
+/// Prints the objects of the signature listing: commas between, counted.
+class TidListing {
+ public:
+  explicit TidListing(Printer& out) : out_(out) { out_.put("{\"data\":["); }
+
+  template <class... Parts>
+  void object(const Parts&... parts) {
+    if (count_++ != 0) out_.put(",");
+    out_.put(parts...);
+  }
+
+  void finish() { out_.put("],\"count\":", count_, "}"); }
+
+ private:
+  Printer& out_;
+  std::uint32_t count_ = 0;
+};
+
+}  // namespace
+
+void print_malc_tids(Printer& out, const MalcTidAgg& tids, std::span<ItlgcEntry> categories) {
+  TidListing listing(out);
+  if (tids.made()) {
+    for (const std::uint8_t n : tids.sorted()) {
+      const MalcTid& signature = tids.tids().slot(n);
+      if (signature.mkmode == kModeCategory) {
+        if (signature.itlgc < categories.size()) categories[signature.itlgc].hits += tids.count(n);
+      } else if (signature.tid != 0 && signature.disabled == 0) {
+        listing.object("{\"tid\":", std::uint16_t{signature.tid},
+                       ",\"mode\":1,\"vid\":", std::uint16_t{signature.vid},
+                       ",\"type\":", signature.type, ",\"name\":\"", field_text(signature.name),
+                       "\",\"cnt\":", tids.count(n), "}");
+      }
+    }
+  }
+  for (std::size_t id = 0; id < categories.size(); ++id) {
+    const ItlgcEntry& category = categories[id];
+    if (category.hits == 0) continue;
+    listing.object("{\"id\":", id, ",\"tid\":0,\"vid\":0,\"type\":0,\"mode\":2,\"name\":\"",
+                   category.name, "\",\"cname\":\"", category.cname, "\",\"cnt\":", category.hits,
+                   "}");
+  }
+  listing.finish();
+}
+
+}  // namespace qsvmon
