@@ -1,11 +1,9 @@
 #include "commands/malclog/malc_print.h"
 
-#include <algorithm>
 #include <array>
 #include <bit>
-#include <numeric>
-#include <vector>
 
+#include "commands/listing/row_order.h"
 #include "commands/malclog/category_names.h"
 #include "format/address.h"
 #include "format/byte_order.h"
@@ -102,23 +100,13 @@ void print_malc_row(Printer& out, const MalcNames& names, const TallyBlocks& blo
 
 namespace {
 
-/// The numbers of the rows of `agg` by total, largest first; rows of the same total in the order of
-/// their first events.
-template <class Agg>
-std::vector<std::uint32_t> rows_by_total(const Agg& agg) {
-  std::vector<std::uint32_t> order(agg.size());
-  std::iota(order.begin(), order.end(), 0U);
-  std::stable_sort(order.begin(), order.end(), [&agg](std::uint32_t a, std::uint32_t b) {
-    return agg[a].total > agg[b].total;
-  });
-  return order;
-}
-
 template <class Agg>
 void print_rows(Printer& out, const MalcNames& names, const Agg& agg, PageRange range) {
-  const std::vector<std::uint32_t> order = rows_by_total(agg);
-  print_malc_page(out, agg.size(), range,
-                  [&](std::size_t i) { print_malc_row(out, names, agg.blocks(), agg[order[i]]); });
+  RowOrder order(agg.size());
+  order.sort([&agg](std::uint32_t row) { return agg[row].total; }, Direction::kLargestFirst);
+  print_malc_page(out, agg.size(), range, [&](std::uint32_t i) {
+    print_malc_row(out, names, agg.blocks(), agg[order[i]]);
+  });
 }
 
 }  // namespace
@@ -140,7 +128,7 @@ void print_malc_apps(Printer& out, const MalcNames& names, const MalcAppAgg& app
     // KEEP: application 0 ("not recognised") is counted and never listed.
     if (apps.rows()[apid].apid != 0) shown[count++] = apid;
   }
-  print_malc_page(out, count, range, [&](std::size_t i) {
+  print_malc_page(out, count, range, [&](std::uint32_t i) {
     print_malc_row(out, names, apps.blocks(), apps.rows()[shown[i]]);
   });
 }

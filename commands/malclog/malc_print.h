@@ -34,7 +34,7 @@ void print_malc_page(Printer& out, std::uint32_t count, PageRange range, PrintRo
   const std::uint64_t end = range.end < std::uint64_t{count} + 1 ? range.end : count + 1ULL;
   for (std::uint64_t k = first; k < end; ++k) {
     if (k != first) out.put(",");
-    print_row(static_cast<std::size_t>(k - 1));
+    print_row(static_cast<std::uint32_t>(k - 1));
   }
   out.put("],\"count\":", count, "}");
 }
