@@ -149,7 +149,8 @@ std::size_t run_listing(const MalcQuery& query, std::span<const MalcEvent> event
 }
 
 void report(benchmark::State& state, std::size_t events, std::size_t printed) {
-  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * events));
+  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()) *
+                          static_cast<std::int64_t>(events));
   state.counters["ns_per_event"] = benchmark::Counter(
       static_cast<double>(events) * 1e-9,
       benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
