@@ -1,6 +1,7 @@
 #include "cli/command_table.h"
 
 #include "commands/iptable/iptable.h"
+#include "commands/malclog/malclog.h"
 #include "commands/mgmt/mgmt.h"
 #include "commands/sessionlog/sessionlog.h"
 #include "commands/tcpreset/tcpreset.h"
@@ -67,6 +68,7 @@ constexpr SubcommandEntry kTcpReset[] = {
 constexpr SubcommandEntry kEmailLog[] = {{"list", handler(emaillog_list), 2048}};
 constexpr SubcommandEntry kFtpLog[] = {{"list", handler(ftplog_list), 2048}};
 constexpr SubcommandEntry kTelnetLog[] = {{"list", handler(telnetlog_list), 2048}};
+constexpr SubcommandEntry kMalcLog[] = {{"list", handler(malclog_list), 2048}};
 constexpr SubcommandEntry kQsvIpTable[] = {
     {"get", handler(qsviptable_get), 2048},       {"addip", handler(qsviptable_addip), 4},
     {"remove", handler(qsviptable_remove), 4},    {"clear", handler(qsviptable_clear), 4},
@@ -84,9 +86,9 @@ constexpr SubcommandEntry kQsvDnsGroup[] = {
     {"loadfile", forward_module(kVerbLoad), 2048},
 };
 constexpr ModuleEntry kMgmtModules[] = {
-    {"tcpreset", kTcpReset},     {"emaillog", kEmailLog},     {"ftplog", kFtpLog},
-    {"telnetlog", kTelnetLog},   {"qsviptable", kQsvIpTable}, {"qsvtable", kQsvTable},
-    {"qsvdnsgrp", kQsvDnsGroup},
+    {"tcpreset", kTcpReset},   {"emaillog", kEmailLog},     {"ftplog", kFtpLog},
+    {"telnetlog", kTelnetLog}, {"malclog", kMalcLog},       {"qsviptable", kQsvIpTable},
+    {"qsvtable", kQsvTable},   {"qsvdnsgrp", kQsvDnsGroup},
 };
 
 constexpr CommandGroup kGroups[] = {
