@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <new>
 
 namespace qsvmon {
 
@@ -45,21 +46,20 @@ void FilePrinter::drain(std::string_view bytes) {
 
 namespace {
 
-// Made at compile time and never destroyed: a command pays nothing for it, and it can be used from
-// the first to the last instruction of the process.
+// Never destroyed, so that it can be used to the last instruction of the process and a command pays
+// nothing for registering its end.
 char out_buffer[Printer::kBufferBytes];
-union OutHolder {
-  constexpr OutHolder()
-      : printer(STDOUT_FILENO, std::span<char, Printer::kBufferBytes>(out_buffer)) {}
-  ~OutHolder() {}
-  FilePrinter printer;
-};
-constinit OutHolder out_holder;
+alignas(FilePrinter) unsigned char out_storage[sizeof(FilePrinter)];
+FilePrinter* out = nullptr;
 
 }  // namespace
 
 Printer& standard_out() {
-  return out_holder.printer;
+  if (out == nullptr) {
+    out = new (out_storage)
+        FilePrinter(STDOUT_FILENO, std::span<char, Printer::kBufferBytes>(out_buffer));
+  }
+  return *out;
 }
 
 }  // namespace qsvmon

@@ -54,10 +54,16 @@ class TeardownSignalsHeld {
   sigset_t saved_;
 };
 
+void copy_path(char (&to)[kPathBytes], const char* path) {
+  const std::size_t length = ::strnlen(path, kPathBytes - 1);
+  std::memcpy(to, path, length);
+  to[length] = '\0';
+}
+
 // Parsing an address changes its text, so the caller's path is copied first.
 int connect_to(const char* path) {
   char text[kPathBytes];
-  std::snprintf(text, sizeof text, "%s", path);
+  copy_path(text, path);
   return socket_connect(text);
 }
 
@@ -126,7 +132,7 @@ int rpc_init(const char* path, std::size_t bytes) {
   if (area == reinterpret_cast<void*>(-1)) return init_failed("shmat");
   session.area = static_cast<char*>(area);
   session.area_bytes = bytes;
-  std::snprintf(session.path, sizeof session.path, "%s", path);
+  copy_path(session.path, path);
   return 0;
 }
 

@@ -55,7 +55,7 @@ bool parse_address(char* text, ParsedAddress& out) {
 }
 
 bool skip_udp(char*& text) {
-  if (std::strncmp(text, kUdpPrefix.data(), kUdpPrefix.size()) != 0) return false;
+  if (std::string_view(text).substr(0, kUdpPrefix.size()) != kUdpPrefix) return false;
   text += kUdpPrefix.size();
   return true;
 }

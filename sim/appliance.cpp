@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 #include "cli/command_table.h"
+#include "commands/iptable/asset_objects.h"
 #include "format/address.h"
 #include "format/json_writer.h"
 #include "format/number.h"
@@ -31,26 +32,12 @@ enum Code : std::uint32_t {
   kSyncDictionary = 511,
 };
 
-/// One asset object, as the list of them carries it. Little-endian.
-struct [[gnu::packed]] AssetRecord {
-  std::uint8_t reserved1[10];
-  std::uint16_t group;
-  std::uint32_t id;
-  std::uint32_t logic_id;
-  std::uint8_t reserved2[28];
-  char name[96];  ///< NUL-terminated
-};
-static_assert(sizeof(AssetRecord) == 144);
-static_assert(offsetof(AssetRecord, group) == 10);
-static_assert(offsetof(AssetRecord, id) == 12);
-static_assert(offsetof(AssetRecord, logic_id) == 16);
-static_assert(offsetof(AssetRecord, name) == 48);
-
-AssetRecord asset_record(const Item& item) {
-  AssetRecord record{};
-  record.group = static_cast<std::uint16_t>(word_number(item.words, "pid", 0));
-  record.id = static_cast<std::uint32_t>(item.id);
-  record.logic_id = static_cast<std::uint32_t>(word_number(item.words, "logicid", item.id));
+// The numbers are the group, the object and its logical object.
+AssetObjectRecord asset_record(const Item& item) {
+  AssetObjectRecord record{};
+  record.num1 = static_cast<std::uint16_t>(word_number(item.words, "pid", 0));
+  record.num2 = static_cast<std::uint32_t>(item.id);
+  record.num3 = static_cast<std::uint32_t>(word_number(item.words, "logicid", item.id));
   const std::string name = word_value(item.words, "name");
   std::memcpy(record.name, name.data(), std::min(name.size(), sizeof record.name - 1));
   return record;
@@ -247,7 +234,7 @@ void Appliance::list_assets(Call& call) {
     const std::vector<Item>& items = modules_.state(Daemon::kLog, "assetsobj2").items();
     const std::size_t limit = word_number(call.words, "limit", items.size());
     const std::size_t page = std::max<std::size_t>(word_number(call.words, "page", 1), 1);
-    std::vector<AssetRecord> records;
+    std::vector<AssetObjectRecord> records;
     for (std::size_t i = 0; i < items.size(); ++i) {
       if (limit != 0 && i / limit == page - 1) records.push_back(asset_record(items[i]));
     }

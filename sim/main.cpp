@@ -78,8 +78,6 @@ void describe(CLI::App& app, Options& o) {
       ->type_name("N")
       ->group("Data");
 
-  std::string names;
-  for (const auto& [name, fault] : kFaults) names += (names.empty() ? "" : "|") + name;
   app.add_option("--fault", o.fault.fault,
                  "refuse: nobody listens\n"
                  "close: the connection closes in place of a reply\n"
@@ -92,7 +90,7 @@ void describe(CLI::App& app, Options& o) {
                  "garbage: noise in place of the reply's bytes\n"
                  "unterminated: the area full of letters, without an end\n"
                  "dict: dictionary tables claimed, none sent")
-      ->transform(CLI::Transformer(kFaults, CLI::ignore_case))
+      ->transform(CLI::CheckedTransformer(kFaults, CLI::ignore_case).description(""))
       ->type_name("KIND")
       ->group("Faults");
   app.add_option("--fault-after", o.fault.after, "answer this many requests well first")

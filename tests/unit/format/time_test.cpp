@@ -91,9 +91,12 @@ TEST(Time, LocalTimeAcrossEveryKindOfChange) {
 
 TEST(Time, NeighboursShareNoWrongAnswer) {
   const Zone zone("Europe/Berlin");
-  // One slot of the cache: the same block 4096 blocks of 900 seconds later.
   EXPECT_EQ(time_text(1711846800), "2024-03-31/03:00:00");
-  EXPECT_EQ(time_text(1711846800 + 4096 * 900), "2024-05-12/19:00:00");
+  // 4096 blocks of 900 seconds earlier, in winter: the same slot of the offsets.
+  EXPECT_EQ(time_text(1711846800 - 4096 * 900), "2024-02-17/10:00:00");
+  EXPECT_EQ(time_text(1711846800), "2024-03-31/03:00:00");
+  // 64 days later: the same slot of the dates.
+  EXPECT_EQ(time_text(1711846800 + 64 * 86400), "2024-06-03/03:00:00");
   EXPECT_EQ(time_text(1711846800), "2024-03-31/03:00:00");
   EXPECT_EQ(time_text(1711847699), "2024-03-31/03:14:59");  // last of the block
   EXPECT_EQ(time_text(1711847700), "2024-03-31/03:15:00");
