@@ -15,16 +15,16 @@
 
 struct request {
   uint32_t msgcode, datalen;
-  char *data;
+  char* data;
   int32_t shmid;
   uint8_t syncdesc, islast;
   uint16_t flags;
-  void *stream;
+  void* stream;
   uint32_t status;
   char errtext[128];
   int32_t result;
   uint32_t replylen, shmsize;
-  char *reply;
+  char* reply;
   uint32_t argval;
   uint8_t reserved1[12];
   uint32_t stamp;
@@ -39,7 +39,7 @@ static void stop(int number) {
   _exit(1);
 }
 
-int main(int argc, char **argv) {
+int main(int argc, char** argv) {
   const size_t bytes = 64 * 1024;
   struct sockaddr_un address = {.sun_family = AF_UNIX};
   struct request request;
@@ -54,11 +54,11 @@ int main(int argc, char **argv) {
   signal(SIGINT, stop);
   strncpy(address.sun_path, argv[1], sizeof address.sun_path - 1);
   fd = socket(AF_UNIX, SOCK_STREAM, 0);
-  if (fd < 0 || connect(fd, (struct sockaddr *)&address, sizeof address) != 0) return 255;
+  if (fd < 0 || connect(fd, (struct sockaddr*)&address, sizeof address) != 0) return 255;
   id = shmget(IPC_PRIVATE, bytes, IPC_CREAT | 0600);
   if (id < 0) return 255;
   area = shmat(id, NULL, 0);
-  if (area == (void *)-1) return 255;
+  if (area == (void*)-1) return 255;
   memset(&request, 0, sizeof request);
   request.msgcode = 388;
   request.data = at = area;
@@ -67,13 +67,13 @@ int main(int argc, char **argv) {
   request.shmid = id;
   request.shmsize = (uint32_t)bytes;
   request.stamp = (uint32_t)time(NULL);
-  for (left = sizeof request, at = (char *)&request; left > 0;) {
+  for (left = sizeof request, at = (char*)&request; left > 0;) {
     const ssize_t n = send(fd, at, left, 0);
     if (n < 1) return 255;
     at += n;
     left -= (size_t)n;
   }
-  for (left = sizeof request, at = (char *)&request; left > 0;) {
+  for (left = sizeof request, at = (char*)&request; left > 0;) {
     struct pollfd wanted = {.fd = fd, .events = POLLIN};
     ssize_t n;
     poll(&wanted, 1, 1000);

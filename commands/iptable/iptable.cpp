@@ -114,7 +114,8 @@ int table_matchtest(int argc, char** argv) {
 }
 
 int assetsobj2_list(int argc, char** argv) {
-  return list_asset_objects(words_of(argc, argv), std::malloc);
+  return list_asset_objects(words_of(argc, argv),
+                            [](std::size_t bytes) { return std::malloc(bytes); });
 }
 
 }  // namespace qsvmon
