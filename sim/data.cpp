@@ -66,10 +66,16 @@ std::map<std::string, RecordSource> read_listings(const DataOptions& options,
     const StoredRecords stored(options.folder, dictionary);
     listings.emplace("tcpreset", stored.reset_sessions());
     listings.emplace("qsvmalicious", stored.malicious_events());
+    listings.emplace("emaillog", stored.mails());
+    listings.emplace("ftplog", stored.ftp_operations());
+    listings.emplace("telnetlog", stored.telnet_commands());
   } else {
     const MadeRecords made(options.records, options.distinct, options.seed);
     listings.emplace("tcpreset", made.reset_sessions());
     listings.emplace("qsvmalicious", made.malicious_events());
+    listings.emplace("emaillog", made.mails());
+    listings.emplace("ftplog", made.ftp_operations());
+    listings.emplace("telnetlog", made.telnet_commands());
   }
   // The signatures are the same either way: made events match the slots of the file.
   listings["qsvmalicious"].head = read_signature_table(options.folder);

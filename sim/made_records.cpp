@@ -3,9 +3,11 @@
 #include <cstdio>
 
 #include "commands/malclog/malc_record.h"
+#include "commands/sessionlog/login_record.h"
 #include "commands/tcpreset/reset_record.h"
 #include "format/byte_order.h"
 #include "sim/dict_entry.h"
+#include "sim/mail_elements.h"
 
 namespace qsvmon::sim {
 namespace {
@@ -45,6 +47,14 @@ std::uint16_t some_app(Draw& draw) {
   return kBuiltinApps[draw.below(std::size(kBuiltinApps))].id;
 }
 
+// Fills a text field, NUL included, from a format with one number.
+template <std::size_t Width>
+void print_field(char (&to)[Width], const char* format, unsigned number) {
+  char text[Width];
+  std::snprintf(text, sizeof text, format, number);
+  std::memcpy(to, text, sizeof text);
+}
+
 ResetRecord reset_record(Draw draw) {
   static constexpr std::uint32_t kStatuses[] = {0, 200, 302, 404, 503};
   ResetRecord record{};
@@ -59,9 +69,7 @@ ResetRecord reset_record(Draw draw) {
   record.appword = some_app(draw) | kStatuses[draw.below(std::size(kStatuses))] << 14 |
                    (kClassHttp + draw.below(3)) << 26;
   record.val3 = static_cast<std::uint8_t>(draw.below(8));
-  char name[31];
-  std::snprintf(name, sizeof name, "host-%u.example.net", draw.key());
-  std::memcpy(record.name, name, sizeof name);
+  print_field(record.name, "host-%u.example.net", draw.key());
   return record;
 }
 
@@ -77,11 +85,60 @@ MalcEvent malc_event(Draw draw) {
   for (std::uint8_t& byte : event.mac) byte = static_cast<std::uint8_t>(draw.below(256));
   event.proto = 6;
   event.sign = static_cast<std::uint8_t>(draw.below(16));
-  char host[45];
-  std::snprintf(host, sizeof host, "host-%u.example.net", draw.key());
-  std::memcpy(event.host, host, sizeof host);
-  event.host_len = static_cast<std::uint8_t>(std::strlen(host));
+  print_field(event.host, "host-%u.example.net", draw.key());
+  event.host_len = static_cast<std::uint8_t>(std::strlen(event.host));
   return event;
+}
+
+LoginHead login_head(Draw& draw) {
+  LoginHead head{};
+  head.start = draw.time() - draw.below(600);
+  head.time = draw.time();
+  head.sip_net = draw.address_net(2654435761U);
+  head.dip_net = draw.address_net(2246822519U);
+  head.sport_net = draw.port_net();
+  head.dport_net = draw.port_net();
+  for (std::uint8_t& byte : head.mac) byte = static_cast<std::uint8_t>(draw.below(256));
+  return head;
+}
+
+FtpLogRecord ftp_record(Draw draw) {
+  FtpLogRecord record{};
+  record.head = login_head(draw);
+  record.optype = static_cast<std::uint8_t>(draw.below(9));
+  print_field(record.name, "folder/file-%u.dat", draw.key());
+  print_field(record.user, "user%u", draw.key());
+  return record;
+}
+
+TelnetLogRecord telnet_record(Draw draw) {
+  TelnetLogRecord record{};
+  record.head = login_head(draw);
+  print_field(record.cmd, "tail -n %u messages", draw.key());
+  record.cmdlen = static_cast<std::uint8_t>(std::strlen(record.cmd));
+  print_field(record.user, "user%u", draw.key());
+  return record;
+}
+
+MailRecord mail_record(Draw draw) {
+  static constexpr const char* kSubjects[] = {"Weekly figures", "=?UTF-8?B?5L2g5aW9?=",
+                                              "=?GB2312?B?vL62yLGouOY=?=", "Re: =?GBK?Q?=C4=E3?="};
+  MailElements elements;
+  char text[64];
+  const auto print = [&](std::uint8_t type, const char* format) {
+    std::snprintf(text, sizeof text, format, draw.key());
+    elements.add_text(type, text);
+  };
+  print(kMailFrom, "Sender %u <sender@example.net>");
+  print(kMailTo, "Reader %u <reader@example.net>");
+  elements.add_text(kMailSubject, kSubjects[draw.below(std::size(kSubjects))]);
+  if (draw.below(2) == 0) elements.add_attachment("report.doc");
+  elements.add_value(kMailTime, draw.time());
+  const MailAddressBlock block{draw.address_net(2654435761U), draw.address_net(2246822519U),
+                               draw.port_net(), from_net16(25)};
+  elements.add_value(kMailAddresses, block);
+  elements.add_value(kMailAppId, some_app(draw));
+  return elements.record(draw.time());
 }
 
 }  // namespace
@@ -94,6 +151,21 @@ RecordSource MadeRecords::reset_sessions() const {
 RecordSource MadeRecords::malicious_events() const {
   return made_records<MalcEvent>(
       count_, [d = distinct_, s = seed_](std::size_t n) { return malc_event(Draw(s, d, n)); });
+}
+
+RecordSource MadeRecords::mails() const {
+  return made_records<MailRecord>(
+      count_, [d = distinct_, s = seed_](std::size_t n) { return mail_record(Draw(s, d, n)); });
+}
+
+RecordSource MadeRecords::ftp_operations() const {
+  return made_records<FtpLogRecord>(
+      count_, [d = distinct_, s = seed_](std::size_t n) { return ftp_record(Draw(s, d, n)); });
+}
+
+RecordSource MadeRecords::telnet_commands() const {
+  return made_records<TelnetLogRecord>(
+      count_, [d = distinct_, s = seed_](std::size_t n) { return telnet_record(Draw(s, d, n)); });
 }
 
 }  // namespace qsvmon::sim

@@ -17,6 +17,9 @@ class MadeRecords {
 
   RecordSource reset_sessions() const;
   RecordSource malicious_events() const;
+  RecordSource mails() const;
+  RecordSource ftp_operations() const;
+  RecordSource telnet_commands() const;
 
  private:
   std::size_t count_;

@@ -1,42 +1,14 @@
 #include "sim/stored_records.h"
 
-#include <cstring>
-
 #include "commands/malclog/malc_record.h"
 #include "commands/tcpreset/reset_record.h"
-#include "format/address.h"
-#include "format/byte_order.h"
 #include "sim/csv.h"
+#include "sim/row_fields.h"
 
 namespace qsvmon::sim {
 namespace {
 
 using Row = CsvTable::Row;
-
-// Copies `text` into a zeroed field with room for a NUL behind it; what does not fit is an error.
-template <std::size_t Width>
-void copy_field(const Row& row, const std::string& text, char (&to)[Width]) {
-  if (text.size() >= Width) row.fail("longer than " + std::to_string(Width - 1) + ": " + text);
-  std::memcpy(to, text.data(), text.size());
-}
-
-std::uint32_t ip_net(const Row& row, const char* column) {
-  std::uint32_t host = 0;
-  if (parse_ipv4(row.text(column).c_str(), &host) != 0) row.fail("not an address");
-  return from_net32(host);
-}
-
-std::uint16_t port_net(const Row& row, const char* column) {
-  return from_net16(static_cast<std::uint16_t>(row.number(column, 65535)));
-}
-
-void copy_mac(const Row& row, std::uint8_t (&mac)[6]) {
-  if (parse_mac(row.text("mac").c_str(), mac) != 0) row.fail("not a MAC address");
-}
-
-std::uint32_t time_of(const Row& row, const char* column) {
-  return static_cast<std::uint32_t>(row.number(column, 0xffffffff));
-}
 
 // "12.80" as 1280; at most 20 bits.
 std::uint64_t hundredths(const Row& row, const char* column) {
@@ -116,24 +88,17 @@ MalcTid signature(const Row& row) {
   return entry;
 }
 
-template <class Make>
-auto read_records(const std::string& path, Make make) {
-  const CsvTable csv = CsvTable::read(path);
-  std::vector<decltype(make(csv.rows().front()))> records;
-  for (const Row& row : csv.rows()) records.push_back(make(row));
-  return stored_records(std::move(records));
-}
-
 }  // namespace
 
 RecordSource StoredRecords::reset_sessions() const {
-  return read_records(folder_ + "/reset_sessions.csv",
-                      [this](const Row& row) { return reset_record(row, dictionary_); });
+  return stored_records(read_rows(folder_ + "/reset_sessions.csv", [this](const Row& row) {
+    return reset_record(row, dictionary_);
+  }));
 }
 
 RecordSource StoredRecords::malicious_events() const {
-  return read_records(folder_ + "/malicious_events.csv",
-                      [this](const Row& row) { return malc_event(row, dictionary_); });
+  return stored_records(read_rows(folder_ + "/malicious_events.csv",
+                                  [this](const Row& row) { return malc_event(row, dictionary_); }));
 }
 
 std::vector<char> read_signature_table(const std::string& folder) {

@@ -18,6 +18,9 @@ class StoredRecords {
 
   RecordSource reset_sessions() const;    ///< reset_sessions.csv
   RecordSource malicious_events() const;  ///< malicious_events.csv
+  RecordSource mails() const;             ///< mail.jsonl
+  RecordSource ftp_operations() const;    ///< ftp.csv
+  RecordSource telnet_commands() const;   ///< telnet.csv
 
  private:
   const std::string& folder_;

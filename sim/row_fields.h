@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+
+#include "format/address.h"
+#include "format/byte_order.h"
+#include "sim/csv.h"
+
+// From the cells of a data file's row to the fields of a wire record. Each throws, naming file and
+// line, for what does not fit.
+
+namespace qsvmon::sim {
+
+/// Copies `text` into a zeroed field with room for a NUL behind it.
+template <std::size_t Width>
+void copy_field(const CsvTable::Row& row, const std::string& text, char (&to)[Width]) {
+  if (text.size() >= Width) row.fail("longer than " + std::to_string(Width - 1) + ": " + text);
+  std::memcpy(to, text.data(), text.size());
+}
+
+inline std::uint32_t ip_net(const CsvTable::Row& row, const char* column) {
+  std::uint32_t host = 0;
+  if (parse_ipv4(row.text(column).c_str(), &host) != 0) row.fail("not an address");
+  return from_net32(host);
+}
+
+inline std::uint16_t port_net(const CsvTable::Row& row, const char* column) {
+  return from_net16(static_cast<std::uint16_t>(row.number(column, 65535)));
+}
+
+inline std::uint32_t time_of(const CsvTable::Row& row, const char* column) {
+  return static_cast<std::uint32_t>(row.number(column, 0xffffffff));
+}
+
+/// The column "mac".
+inline void copy_mac(const CsvTable::Row& row, std::uint8_t (&mac)[6]) {
+  if (parse_mac(row.text("mac").c_str(), mac) != 0) row.fail("not a MAC address");
+}
+
+/// Makes a record of every row of a file.
+template <class Make>
+auto read_rows(const std::string& path, Make make) {
+  const CsvTable csv = CsvTable::read(path);
+  std::vector<decltype(make(csv.rows().front()))> records;
+  for (const CsvTable::Row& row : csv.rows()) records.push_back(make(row));
+  return records;
+}
+
+}  // namespace qsvmon::sim
