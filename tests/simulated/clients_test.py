@@ -102,6 +102,9 @@ class Options(unittest.TestCase):
         pretty = self.simulator("--pretty", input='{"b":[1,{"a":"x"}],"a":""}')
         self.assertEqual(pretty.stdout,
                          '{\n  "b": [\n    1,\n    {\n      "a": "x"\n    }\n  ],\n  "a": ""\n}\n')
+        gb2312 = subprocess.run([harness.SIMULATOR, "--pretty"], capture_output=True,
+                                input=b'["\xc4\xe3\xba\xc3\xff"]', timeout=60)
+        self.assertEqual(gb2312.stdout.decode(), '[\n  "你好?"\n]\n')
         self.assertEqual(self.simulator("--pretty", input="not { json\n").stdout, "not { json\n")
 
     def test_help_names_every_fault(self):

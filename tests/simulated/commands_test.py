@@ -58,6 +58,17 @@ class GenericVerbs(harness.SimulatedTest):
             self.assertEqual(result.out[:len(first)], first)
             self.assertEqual(result.status, 0)
 
+    def test_modules(self):
+        result = self.appliance.run("module", "list")
+        self.assertEqual(
+            result.out.decode().split(),
+            "module qsvlog qsvquery worker disk assetsgroup2 assetsobj2 table "
+            "tcpreset emaillog ftplog telnetlog malclog qsviptable qsvtable qsvdnsgrp".split())
+        self.appliance.run("qsvdnsgrp", "stat")
+        counted = self.appliance.run("module", "stat").out.decode().splitlines()
+        self.assertEqual(len(counted), 16)
+        self.assertRegex(counted[15], r"^module=qsvdnsgrp requests=[1-9]")
+
     def test_load_adds_every_line_of_a_file(self):
         with open(os.path.join(self.appliance.root, "names.txt"), "w") as file:
             file.write("# comment\nname=one\n\nname=two info=second\n")
