@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -34,8 +35,8 @@ inline ResetRecord record_of(const Session& session) {
   record.sport_net = from_net16(session.sport);
   record.dport_net = from_net16(session.dport);
   record.appword = session.traffic << 26 | session.status << 14 | session.app;
-  std::memcpy(record.name, session.name.data(),
-              session.name.size() < sizeof record.name ? session.name.size() : sizeof record.name);
+  const std::size_t length = std::min(session.name.size(), sizeof record.name);
+  if (length > 0) std::memcpy(record.name, session.name.data(), length);
   return record;
 }
 
