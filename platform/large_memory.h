@@ -6,14 +6,14 @@
 /// never an abort.
 namespace qsvmon {
 
-constexpr std::size_t kLargePageBytes = std::size_t{2} << 20;
+/// How the memory is to be backed.
+enum class Pages {
+  kOnTouch,  ///< page by page as it is touched, for what may stay mostly empty
+  kWhole,    ///< for what will be filled: large pages where they pay and the system has them,
+             ///< otherwise small ones at once, either of which spares a fault for every page
+};
 
-/// Large pages spare millions of faults in a table that will be filled, but the first touch of one
-/// clears all of it, which a short listing would wait for.
-enum class Pages { kSmall, kLarge };
-
-/// `bytes` (above 0) of zeroes, aligned to a small page at least; null when there is no memory.
-/// With `Pages::kLarge`, aligned to and backed by large pages where the system has them.
+/// `bytes` (above 0) of zeroes, aligned to a page; null when there is no memory.
 void* large_memory_take(std::size_t bytes, Pages pages);
 
 /// Gives back what `large_memory_take(bytes, ...)` returned; null is ignored.

@@ -11,28 +11,35 @@ namespace qsvmon {
 
 namespace {
 
-void* map_zeroes(std::size_t bytes) {
-  void* at = ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+constexpr std::size_t kPageBytes = 4096;
+constexpr std::size_t kLargePageBytes = std::size_t{2} << 20;
+
+void* map_zeroes(std::size_t bytes, int flags) {
+  void* at =
+      ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | flags, -1, 0);
   return at == MAP_FAILED ? nullptr : at;
+}
+
+/// The kernel uses large pages only for whole aligned ones: map more and cut both ends off.
+void* map_large_pages(std::size_t bytes) {
+  const std::size_t whole = bytes + kLargePageBytes;
+  if (whole < bytes) return nullptr;
+  char* mapped = static_cast<char*>(map_zeroes(whole, 0));
+  if (mapped == nullptr) return nullptr;
+  const std::size_t past = reinterpret_cast<std::uintptr_t>(mapped) % kLargePageBytes;
+  const std::size_t before = past == 0 ? 0 : kLargePageBytes - past;
+  const std::size_t used = (bytes + kPageBytes - 1) / kPageBytes * kPageBytes;
+  if (before != 0) ::munmap(mapped, before);
+  if (whole > before + used) ::munmap(mapped + before + used, whole - before - used);
+  ::madvise(mapped + before, used, MADV_HUGEPAGE);  // advice: small pages serve as well
+  return mapped + before;
 }
 
 }  // namespace
 
 void* large_memory_take(std::size_t bytes, Pages pages) {
-  if (pages == Pages::kSmall) return map_zeroes(bytes);
-  // The kernel uses large pages only for whole aligned ones: map more and cut both ends off.
-  const std::size_t whole = bytes + kLargePageBytes;
-  if (whole < bytes) return nullptr;
-  char* mapped = static_cast<char*>(map_zeroes(whole));
-  if (mapped == nullptr) return nullptr;
-  const std::size_t past = reinterpret_cast<std::uintptr_t>(mapped) % kLargePageBytes;
-  const std::size_t before = past == 0 ? 0 : kLargePageBytes - past;
-  constexpr std::size_t kPageBytes = 4096;
-  const std::size_t used = (bytes + kPageBytes - 1) / kPageBytes * kPageBytes;
-  if (before != 0) ::munmap(mapped, before);
-  if (whole > before + used) ::munmap(mapped + before + used, whole - before - used);
-  ::madvise(mapped + before, bytes, MADV_HUGEPAGE);  // advice: small pages serve as well
-  return mapped + before;
+  if (pages == Pages::kOnTouch) return map_zeroes(bytes, 0);
+  return bytes < kLargePageBytes ? map_zeroes(bytes, MAP_POPULATE) : map_large_pages(bytes);
 }
 
 void large_memory_give(void* piece, std::size_t bytes) {

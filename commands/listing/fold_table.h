@@ -1,9 +1,11 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <utility>
 
 #include "commands/listing/entry_blocks.h"
 #include "commands/listing/fold_keys.h"
@@ -85,8 +87,23 @@ class FoldTable {
   struct alignas(64) Bucket {
     std::uint32_t tag[kSlots];
     std::uint32_t number[kSlots];
+
+    /// The slots with this tag as bits; free slots have tag 0. Without branches: where a key lies
+    /// in its bucket is anybody's guess.
+    unsigned with_tag(std::uint32_t wanted) const { return equal_bits(tag, wanted); }
+    /// The first free slot, or kSlots when there is none.
+    std::uint32_t first_free() const {
+      return static_cast<std::uint32_t>(std::countr_zero(equal_bits(number, 0) | 1u << kSlots));
+    }
   };
   static_assert(sizeof(Bucket) == 64);
+
+  static unsigned equal_bits(const std::uint32_t (&values)[kSlots], std::uint32_t wanted) {
+    return [&]<std::size_t... I>(std::index_sequence<I...>) {
+      return (... | (static_cast<unsigned>(values[I] == wanted) << I));
+    }
+    (std::make_index_sequence<kSlots>());
+  }
 
   struct Slot {
     Bucket* bucket;
@@ -127,7 +144,7 @@ class FoldTable {
       if (steps[i].placement == Placement::kSkip) continue;
       if (spread != spread_) tags[i] = tag_of(steps[i].key);
       found[i] = place(steps[i].placement, steps[i].key, tags[i]);
-      __builtin_prefetch(found[i], 1);
+      if (found[i] != nullptr) prefetch_entry(*found[i]);
     }
     for (std::size_t i = 0; i < group.size(); ++i) {
       if (found[i] != nullptr) update(*found[i], group[i]);
@@ -170,12 +187,13 @@ class FoldTable {
     std::uint32_t at = bucket_of(tag);
     for (std::uint32_t passed = 0; passed < bucket_count_; ++passed) {
       Bucket& bucket = buckets_[at];
-      for (std::uint32_t i = 0; i < kSlots; ++i) {
-        const std::uint32_t number = bucket.number[i];
-        if (number == 0 || (bucket.tag[i] == tag && holds(number, key))) {
-          *walk = passed;
-          return {&bucket, i};
-        }
+      for (unsigned bits = bucket.with_tag(tag); bits != 0; bits &= bits - 1) {
+        const auto i = static_cast<std::uint32_t>(std::countr_zero(bits));
+        if (bucket.number[i] != 0 && holds(bucket.number[i], key)) return {&bucket, i};
+      }
+      if (const std::uint32_t i = bucket.first_free(); i < kSlots) {
+        *walk = passed;
+        return {&bucket, i};
       }
       at = (at + 1) & (bucket_count_ - 1);
     }
@@ -183,14 +201,14 @@ class FoldTable {
   }
 
   bool first_buckets() {
-    buckets_ = take_buckets(kFirstBuckets, Pages::kSmall);
+    buckets_ = take_buckets(kFirstBuckets, Pages::kOnTouch);
     if (buckets_ == nullptr) return false;
     bucket_count_ = kFirstBuckets;
     return true;
   }
 
   Bucket* take_buckets(std::uint32_t count, Pages pages) {
-    return static_cast<Bucket*>(memory_.take(count * sizeof(Bucket), pages));
+    return static_cast<Bucket*>(memory_.take(std::size_t{count} * sizeof(Bucket), pages));
   }
 
   /// Doubles the buckets; without memory for it the table stays as it is and fills up.
@@ -198,9 +216,7 @@ class FoldTable {
     if (bucket_count_ > (std::uint32_t{1} << 29)) return;
     Bucket* const old = buckets_;
     const std::uint32_t old_count = bucket_count_;
-    const std::size_t bytes = std::size_t{old_count} * 2 * sizeof(Bucket);
-    Bucket* grown =
-        take_buckets(old_count * 2, bytes < 2 * kLargePageBytes ? Pages::kSmall : Pages::kLarge);
+    Bucket* grown = take_buckets(old_count * 2, Pages::kWhole);
     if (grown == nullptr) return;
     buckets_ = grown;
     bucket_count_ = old_count * 2;
@@ -222,8 +238,7 @@ class FoldTable {
   void put_free(std::uint32_t number, std::uint32_t tag) {
     for (std::uint32_t at = bucket_of(tag);; at = (at + 1) & (bucket_count_ - 1)) {
       Bucket& bucket = buckets_[at];
-      for (std::uint32_t i = 0; i < kSlots; ++i) {
-        if (bucket.number[i] != 0) continue;
+      if (const std::uint32_t i = bucket.first_free(); i < kSlots) {
         bucket.tag[i] = tag;
         bucket.number[i] = number;
         return;

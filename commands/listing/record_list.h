@@ -53,7 +53,7 @@ class RecordList {
   bool grow_order() {
     const std::size_t room = room_ == 0 ? kFirstRoom : room_ * 2;
     auto* grown =
-        static_cast<std::uint64_t*>(memory_.take(room * sizeof(std::uint64_t), Pages::kSmall));
+        static_cast<std::uint64_t*>(memory_.take(room * sizeof(std::uint64_t), Pages::kOnTouch));
     if (grown == nullptr) return false;
     if (size_ != 0) std::memcpy(grown, order_, size_ * sizeof(std::uint64_t));
     memory_.give(order_, room_ * sizeof(std::uint64_t));

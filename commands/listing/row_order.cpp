@@ -40,16 +40,14 @@ void scatter(const std::uint64_t* from, std::uint64_t* to, std::size_t count, st
 
 bool RowOrder::take_items() {
   if (items_ != nullptr) return true;
-  const Pages pages = bytes() < kLargePageBytes ? Pages::kSmall : Pages::kLarge;
-  items_ = static_cast<std::uint64_t*>(memory_.take(bytes(), pages));
+  items_ = static_cast<std::uint64_t*>(memory_.take(bytes(), Pages::kWhole));
   return items_ != nullptr;
 }
 
 void RowOrder::sort_items() {
   std::uint64_t* spare = nullptr;
   if (count_ > kFewRows) {
-    const Pages pages = bytes() < kLargePageBytes ? Pages::kSmall : Pages::kLarge;
-    spare = static_cast<std::uint64_t*>(memory_.take(bytes(), pages));
+    spare = static_cast<std::uint64_t*>(memory_.take(bytes(), Pages::kWhole));
   }
   if (spare == nullptr) {  // the row's number in the lower half keeps equal counters in order
     std::sort(items_, items_ + count_);

@@ -21,12 +21,9 @@ void print_dns_page(Printer& out, const DnsFold& fold, const DnsQuery& query) {
   order.sort([&](std::uint32_t number) { return fold[number].*query.counter; }, query.sorting());
   const std::string_view filter = query.filter == nullptr ? "" : query.filter;
   print_page(
-      out, order, query.rows, !filter.empty(),  // every text contains the empty one
-      [&](std::uint32_t number) { print_dns_row(out, fold[number]); },
-      [&](std::uint32_t number) {
-        return fold[number].dns().find(filter) != std::string_view::npos;
-      },
-      [&](std::uint32_t number) { __builtin_prefetch(&fold[number]); });
+      out, fold, order, query.rows, !filter.empty(),  // every text contains the empty one
+      [&](const DnsStat& stat) { print_dns_row(out, stat); },
+      [&](const DnsStat& stat) { return stat.dns().find(filter) != std::string_view::npos; });
 }
 
 }  // namespace qsvmon

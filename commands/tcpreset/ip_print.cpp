@@ -44,10 +44,9 @@ void print_ip_page(Printer& out, const IpFold& fold, const IpQuery& query) {
   order.sort([&](std::uint32_t number) { return fold[number].*query.counter; }, query.sorting());
   const std::string_view filter = query.filter == nullptr ? "" : query.filter;
   print_page(
-      out, order, query.rows, !filter.empty(),  // every text contains the empty one
-      [&](std::uint32_t number) { print_ip_row(out, fold[number], query.side); },
-      [&](std::uint32_t number) { return address_contains(fold[number], filter); },
-      [&](std::uint32_t number) { __builtin_prefetch(&fold[number]); });
+      out, fold, order, query.rows, !filter.empty(),  // every text contains the empty one
+      [&](const IpStat& stat) { print_ip_row(out, stat, query.side); },
+      [&](const IpStat& stat) { return address_contains(stat, filter); });
 }
 
 }  // namespace qsvmon
