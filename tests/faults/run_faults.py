@@ -113,9 +113,15 @@ class Appliance:
             os.unlink(os.path.join(self.root, "usr/qsvlog", name))
 
 
+SHM_DEST = 0o1000  # removed already; gone as soon as the daemon, too, has detached from it
+
+
 def segments_of(pid):
+    """The lines of the kernel's table for the segments that the process made and did not remove."""
     with open("/proc/sysvipc/shm", encoding="ascii") as table:
-        return [line for line in table.readlines()[1:] if line.split()[4] == str(pid)]
+        rows = [(line, line.split()) for line in table.readlines()[1:]]
+    return [line for line, fields in rows
+            if fields[4] == str(pid) and not int(fields[2], 8) & SHM_DEST]
 
 
 class Runner:
