@@ -28,12 +28,37 @@ std::string from_gb2312(const std::string& text) {
   return out;
 }
 
+constexpr std::size_t kColumns = 132;
+
+// Writes `value` on one line where that fits behind `used` columns, else a member a line.
+void write(std::string& out, const Json& value, std::size_t indent, std::size_t used) {
+  const std::string line = value.dump(-1, ' ', false);
+  if (!value.is_structured() || used + line.size() <= kColumns) {
+    out += line;
+    return;
+  }
+  const std::string pad(indent + 2, ' ');
+  out += value.is_array() ? '[' : '{';
+  const char* comma = "\n";
+  for (const auto& [key, member] : value.items()) {
+    out += comma + pad;
+    const std::string name = value.is_array() ? "" : Json(key).dump() + ": ";
+    out += name;
+    write(out, member, indent + 2, pad.size() + name.size());
+    comma = ",\n";
+  }
+  out += '\n' + std::string(indent, ' ') + (value.is_array() ? ']' : '}');
+}
+
 }  // namespace
 
 std::string pretty_json(const std::string& text) {
   Json document = Json::parse(text, nullptr, false);
   if (document.is_discarded()) document = Json::parse(from_gb2312(text), nullptr, false);
-  return document.is_discarded() ? text : document.dump(2) + "\n";
+  if (document.is_discarded()) return text;
+  std::string out;
+  write(out, document, 0, 0);
+  return out + "\n";
 }
 
 }  // namespace qsvmon::sim
