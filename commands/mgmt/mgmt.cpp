@@ -12,11 +12,23 @@ int run(std::string_view module, std::string_view verb, int argc, char** argv) {
 
 }  // namespace
 
-int qsvlog_stat(int argc, char** argv) { return run("qsvlog", "stat", argc, argv); }
-int qsvquery_stat(int argc, char** argv) { return run("qsvquery", "stat", argc, argv); }
-int worker_stat(int argc, char** argv) { return run("worker", "stat", argc, argv); }
-int worker_list(int argc, char** argv) { return run("worker", "list", argc, argv); }
-int worker_add(int argc, char** argv) { return run("worker", "add", argc, argv); }
-int disk_stat(int argc, char** argv) { return run("disk", "stat", argc, argv); }
+int qsvlog_stat(int argc, char** argv) {
+  return run("qsvlog", "stat", argc, argv);
+}
+int qsvquery_stat(int argc, char** argv) {
+  return run("qsvquery", "stat", argc, argv);
+}
+int worker_stat(int argc, char** argv) {
+  return run("worker", "stat", argc, argv);
+}
+int worker_list(int argc, char** argv) {
+  return run("worker", "list", argc, argv);
+}
+int worker_add(int argc, char** argv) {
+  return run("worker", "add", argc, argv);
+}
+int disk_stat(int argc, char** argv) {
+  return run("disk", "stat", argc, argv);
+}
 
 }  // namespace qsvmon

@@ -61,7 +61,9 @@ constexpr MgmtCommand kCommands[] = {
 
 }  // namespace
 
-std::span<const MgmtCommand> mgmt_commands() { return kCommands; }
+std::span<const MgmtCommand> mgmt_commands() {
+  return kCommands;
+}
 
 const MgmtCommand* find_mgmt_command(std::string_view module, std::string_view verb) {
   for (const MgmtCommand& command : kCommands) {

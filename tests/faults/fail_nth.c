@@ -20,13 +20,13 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-static const char *call;
-static const char *mode;
+static const char* call;
+static const char* mode;
 static long at;
 static long seen;
 
 static void start(void) {
-  const char *text;
+  const char* text;
   if (call != NULL) return;
   call = getenv("FAIL_CALL");
   if (call == NULL) call = "";
@@ -37,34 +37,36 @@ static void start(void) {
 }
 
 __attribute__((destructor)) static void report(void) {
-  const char *path = getenv("FAIL_COUNT");
+  const char* path = getenv("FAIL_COUNT");
   char text[32];
   int fd, n;
-  call = "";  /* what follows is not the command's */
+  call = ""; /* what follows is not the command's */
   if (path == NULL || (fd = open(path, O_WRONLY | O_CREAT | O_TRUNC, 0600)) < 0) return;
   n = snprintf(text, sizeof text, "%ld\n", seen);
   if (write(fd, text, (size_t)n) != n) _exit(99);
   close(fd);
 }
 
-static int fails(const char *name) {
+static int fails(const char* name) {
   start();
   if (strcmp(name, call) != 0) return 0;
   return ++seen == at;
 }
 
-static int is_mode(const char *name) { return strcmp(mode, name) == 0; }
+static int is_mode(const char* name) {
+  return strcmp(mode, name) == 0;
+}
 
 /* dlsym itself is one of the functions, so the C library's is found by its version. */
-typedef void *(*dlsym_function)(void *, const char *);
-static void *real_symbol(void *handle, const char *name) {
+typedef void* (*dlsym_function)(void*, const char*);
+static void* real_symbol(void* handle, const char* name) {
   static dlsym_function real;
   if (real == NULL) real = (dlsym_function)dlvsym(RTLD_NEXT, "dlsym", "GLIBC_2.2.5");
   return real(handle, name);
 }
 #define REAL(name) ((__typeof__(&name))real_symbol(RTLD_NEXT, #name))
 
-void *dlsym(void *handle, const char *name) {
+void* dlsym(void* handle, const char* name) {
   if (fails("dlsym")) return NULL;
   return real_symbol(handle, name);
 }
@@ -74,7 +76,7 @@ int socket(int domain, int type, int protocol) {
   return REAL(socket)(domain, type, protocol);
 }
 
-int connect(int fd, const struct sockaddr *address, socklen_t length) {
+int connect(int fd, const struct sockaddr* address, socklen_t length) {
   if (fails("connect")) return errno = is_mode("eintr") ? EINTR : ECONNREFUSED, -1;
   return REAL(connect)(fd, address, length);
 }
@@ -84,12 +86,12 @@ int shmget(key_t key, size_t size, int flags) {
   return REAL(shmget)(key, size, flags);
 }
 
-void *shmat(int id, const void *address, int flags) {
-  if (fails("shmat")) return errno = ENOMEM, (void *)-1;
+void* shmat(int id, const void* address, int flags) {
+  if (fails("shmat")) return errno = ENOMEM, (void*)-1;
   return REAL(shmat)(id, address, flags);
 }
 
-ssize_t send(int fd, const void *bytes, size_t length, int flags) {
+ssize_t send(int fd, const void* bytes, size_t length, int flags) {
   if (fails("send")) {
     if (is_mode("short")) return REAL(send)(fd, bytes, 1, flags);
     return errno = is_mode("eintr") ? EINTR : EPIPE, -1;
@@ -97,7 +99,7 @@ ssize_t send(int fd, const void *bytes, size_t length, int flags) {
   return REAL(send)(fd, bytes, length, flags);
 }
 
-ssize_t recv(int fd, void *bytes, size_t length, int flags) {
+ssize_t recv(int fd, void* bytes, size_t length, int flags) {
   if (fails("recv")) {
     if (is_mode("short")) return REAL(recv)(fd, bytes, 1, flags);
     return errno = is_mode("eintr") ? EINTR : ECONNRESET, -1;
@@ -105,7 +107,7 @@ ssize_t recv(int fd, void *bytes, size_t length, int flags) {
   return REAL(recv)(fd, bytes, length, flags);
 }
 
-int poll(struct pollfd *fds, nfds_t count, int timeout) {
+int poll(struct pollfd* fds, nfds_t count, int timeout) {
   if (fails("poll")) {
     if (is_mode("short")) return 0;
     return errno = is_mode("eintr") ? EINTR : ENOMEM, -1;
@@ -113,7 +115,7 @@ int poll(struct pollfd *fds, nfds_t count, int timeout) {
   return REAL(poll)(fds, count, timeout);
 }
 
-ssize_t write(int fd, const void *bytes, size_t length) {
+ssize_t write(int fd, const void* bytes, size_t length) {
   if (fails("write")) {
     if (is_mode("short")) return REAL(write)(fd, bytes, length > 1 ? 1 : length);
     return errno = is_mode("eintr") ? EINTR : ENOSPC, -1;
@@ -121,7 +123,7 @@ ssize_t write(int fd, const void *bytes, size_t length) {
   return REAL(write)(fd, bytes, length);
 }
 
-ssize_t read(int fd, void *bytes, size_t length) {
+ssize_t read(int fd, void* bytes, size_t length) {
   if (fails("read")) {
     if (is_mode("short")) return REAL(read)(fd, bytes, length > 1 ? 1 : length);
     return errno = is_mode("eintr") ? EINTR : EIO, -1;
@@ -129,7 +131,7 @@ ssize_t read(int fd, void *bytes, size_t length) {
   return REAL(read)(fd, bytes, length);
 }
 
-int open(const char *path, int flags, ...) {
+int open(const char* path, int flags, ...) {
   __builtin_va_list list;
   int permissions;
   __builtin_va_start(list, flags);
@@ -139,52 +141,52 @@ int open(const char *path, int flags, ...) {
   return REAL(open)(path, flags, permissions);
 }
 
-FILE *fopen(const char *path, const char *how) {
+FILE* fopen(const char* path, const char* how) {
   if (fails("fopen")) return errno = EMFILE, NULL;
   return REAL(fopen)(path, how);
 }
 
-char *fgets(char *line, int size, FILE *file) {
+char* fgets(char* line, int size, FILE* file) {
   if (fails("fgets")) return NULL;
   return REAL(fgets)(line, size, file);
 }
 
-size_t fread(void *bytes, size_t size, size_t count, FILE *file) {
+size_t fread(void* bytes, size_t size, size_t count, FILE* file) {
   if (fails("fread")) return 0;
   return REAL(fread)(bytes, size, count, file);
 }
 
-size_t fwrite(const void *bytes, size_t size, size_t count, FILE *file) {
+size_t fwrite(const void* bytes, size_t size, size_t count, FILE* file) {
   if (fails("fwrite")) return errno = ENOSPC, (size_t)0;
   return REAL(fwrite)(bytes, size, count, file);
 }
 
-void *mmap(void *address, size_t length, int protection, int flags, int fd, off_t offset) {
+void* mmap(void* address, size_t length, int protection, int flags, int fd, off_t offset) {
   if (fails("mmap")) return errno = ENOMEM, MAP_FAILED;
   return REAL(mmap)(address, length, protection, flags, fd, offset);
 }
 
-void *dlopen(const char *path, int flags) {
+void* dlopen(const char* path, int flags) {
   if (fails("dlopen")) return NULL;
   return REAL(dlopen)(path, flags);
 }
 
 /* The allocator is called before and inside dlsym, so the C library's own entries are used. */
-extern void *__libc_malloc(size_t);
-extern void *__libc_calloc(size_t, size_t);
-extern void *__libc_realloc(void *, size_t);
+extern void* __libc_malloc(size_t);
+extern void* __libc_calloc(size_t, size_t);
+extern void* __libc_realloc(void*, size_t);
 
-void *malloc(size_t size) {
+void* malloc(size_t size) {
   if (fails("malloc")) return errno = ENOMEM, NULL;
   return __libc_malloc(size);
 }
 
-void *calloc(size_t count, size_t size) {
+void* calloc(size_t count, size_t size) {
   if (fails("calloc")) return errno = ENOMEM, NULL;
   return __libc_calloc(count, size);
 }
 
-void *realloc(void *old, size_t size) {
+void* realloc(void* old, size_t size) {
   if (fails("realloc")) return errno = ENOMEM, NULL;
   return __libc_realloc(old, size);
 }
