@@ -33,8 +33,9 @@
 ///
 /// Replies: `Reply::text("...")`, `Reply::records(bytes, count)`, `Reply::error(status, "text")`,
 /// changed by `with_result`, `with_replylen`, `more()` (not the last batch), `with_syncdesc`,
-/// `with_errtext` (128 raw bytes at most), `late(ms)`, `half(bytes)`, `closing()`, `silent()`,
-/// `raising(SIGINT)`, `then_refusing()`. No `ScriptedDaemon` at all is a daemon that does not run.
+/// `with_errtext` (128 raw bytes at most), `late(ms)`, `in_pieces(bytes, ms)`, `half(bytes)`,
+/// `closing()`, `silent()`, `raising(SIGINT)`, `then_refusing()`. No `ScriptedDaemon` at all is a
+/// daemon that does not run.
 ///
 /// The dictionary: `appliance.install_dictionary()`; see fake_dict.c for its variants and its
 /// environment.

@@ -31,11 +31,15 @@ struct Pipe {
     write_end = ends[1];
   }
   ~Pipe() {
-    if (read_end >= 0) ::close(read_end);
+    close_read();
     close_write();
   }
   Pipe(const Pipe&) = delete;
   Pipe& operator=(const Pipe&) = delete;
+  void close_read() {
+    if (read_end >= 0) ::close(read_end);
+    read_end = -1;
+  }
   void close_write() {
     if (write_end >= 0) ::close(write_end);
     write_end = -1;
@@ -116,6 +120,7 @@ Outcome run_program(const std::string& folder, const std::vector<std::string>& w
   const std::vector<char*> envp = pointers_to(environment);
   Pipe out;
   Pipe err;
+  if (options.output_is_broken) out.close_read();
   Outcome outcome;
   outcome.pid = ::fork();
   if (outcome.pid == 0) {

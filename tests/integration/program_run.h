@@ -13,6 +13,8 @@ struct RunOptions {
   std::string time_zone = "UTC0";
   /// The program's name for itself (its first word).
   std::string name = "qsvmon";
+  /// Standard output is a pipe that nobody reads any more.
+  bool output_is_broken = false;
   /// A run that takes longer is killed and fails the test.
   int limit_ms = 30000;
 };

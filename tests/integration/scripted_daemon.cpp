@@ -155,6 +155,12 @@ Reply& Reply::late(int milliseconds) {
   return *this;
 }
 
+Reply& Reply::in_pieces(std::size_t count, int milliseconds) {
+  piece_bytes = count;
+  pause_ms = milliseconds;
+  return *this;
+}
+
 Reply& Reply::half(std::size_t count) {
   sent_bytes = count;
   return *this;
@@ -226,8 +232,9 @@ void ScriptedDaemon::serve() {
   while (listener_ >= 0 && wait_for(listener_, -1)) {
     const int fd = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
     if (fd < 0) continue;
-    serve_connection(fd);
+    if (!hangs_up_) serve_connection(fd);
     ::close(fd);
+    ++connections_;
   }
 }
 
@@ -262,6 +269,15 @@ Reply ScriptedDaemon::next_reply(const Request& request) {
   return Reply().closing();
 }
 
+void ScriptedDaemon::send_pieces(int fd, const RecordBytes& record, const Reply& reply) {
+  const std::size_t whole = std::min(reply.sent_bytes, kRecordBytes);
+  for (std::size_t sent = 0; sent < whole; sent += reply.piece_bytes) {
+    if (sent > 0) (void)wait_for(-1, reply.pause_ms);
+    const std::size_t piece = std::min(reply.piece_bytes, whole - sent);
+    (void)::send(fd, record.data() + sent, piece, MSG_NOSIGNAL);
+  }
+}
+
 void ScriptedDaemon::answer(int fd, const Request& request, const Reply& reply) {
   if (reply.signal != 0 && request.client > 1) ::kill(request.client, reply.signal);
   if (reply.late_ms > 0) (void)wait_for(-1, reply.late_ms);
@@ -284,7 +300,7 @@ void ScriptedDaemon::answer(int fd, const Request& request, const Reply& reply) 
   for (const auto& [offset, bytes] : reply.bytes) put_bytes(record, offset, bytes);
   if (reply.sent_bytes > 0) {
     if (reply.fill_area) fill_segment(request, reply);
-    (void)::send(fd, record.data(), std::min(reply.sent_bytes, kRecordBytes), MSG_NOSIGNAL);
+    send_pieces(fd, record, reply);
   }
   if (reply.keeps_open) (void)wait_for(fd, -1);  // until the program closes
 }

@@ -73,6 +73,8 @@ struct Reply {
   Reply& more();
   /// Answers after so many milliseconds.
   Reply& late(int milliseconds);
+  /// Sends so many bytes of the record at a time, with a pause before each piece but the first.
+  Reply& in_pieces(std::size_t bytes, int pause_ms);
   /// Sends only the record's first bytes, then closes.
   Reply& half(std::size_t bytes);
   /// Sends the first bytes, then keeps the connection without another byte.
@@ -97,6 +99,8 @@ struct Reply {
   std::vector<std::pair<std::size_t, std::string>> bytes;
   int late_ms = 0;
   std::size_t sent_bytes = kRecordBytes;
+  std::size_t piece_bytes = kRecordBytes;
+  int pause_ms = 0;
   bool keeps_open = false;
   int signal = 0;
   bool stops_listening = false;
@@ -115,11 +119,15 @@ class ScriptedDaemon {
   ScriptedDaemon(const ScriptedDaemon&) = delete;
   ScriptedDaemon& operator=(const ScriptedDaemon&) = delete;
 
+  /// From now on closes every connection at once, whether a request came or not.
+  void hang_up() { hangs_up_ = true; }
   /// Requests beyond the list of replies get the last of them again.
   void repeat_last() { repeat_last_ = true; }
 
   /// The requests so far, in order.
   std::vector<Request> requests() const;
+  /// Connections that were closed, by either side.
+  int connections() const { return connections_; }
   /// Connections that closed without a byte.
   int silent_connections() const { return silent_; }
   /// Requests that the script had no reply for; asking for them forgives them.
@@ -131,6 +139,7 @@ class ScriptedDaemon {
   void serve_connection(int fd);
   Reply next_reply(const Request& request);
   void answer(int fd, const Request& request, const Reply& reply);
+  void send_pieces(int fd, const RecordBytes& record, const Reply& reply);
   bool wait_for(int fd, int milliseconds) const;
 
   std::vector<Reply> replies_;
@@ -138,6 +147,8 @@ class ScriptedDaemon {
   int listener_ = -1;
   int stop_[2] = {-1, -1};
   std::atomic<bool> repeat_last_{false};
+  std::atomic<bool> hangs_up_{false};
+  std::atomic<int> connections_{0};
   std::atomic<int> silent_{0};
   std::atomic<int> unexpected_{0};
   mutable std::mutex mutex_;
