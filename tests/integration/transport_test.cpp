@@ -1,0 +1,196 @@
+// What happens to the program when the daemon is late, goes away or answers in part, and when a
+// signal comes.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstring>
+
+#include "platform/appliance_paths.h"
+#include "rpc/session.h"
+#include "tests/integration/command_case.h"
+#include "tests/integration/open_session.h"
+
+namespace qsvmon::harness {
+namespace {
+
+using namespace std::string_literals;
+using Clock = std::chrono::steady_clock;
+
+const std::string kClosedText = "r_"s + std::strerror(0) + "_0\n";
+
+struct TimedOutcome {
+  Outcome outcome;
+  long milliseconds;
+};
+
+TimedOutcome run_with(const Reply& reply) {
+  Appliance appliance;
+  ScriptedDaemon daemon(appliance, Daemon::kLog, {reply});
+  const Clock::time_point start = Clock::now();
+  TimedOutcome timed{appliance.run({"module", "list"}), 0};
+  timed.milliseconds = static_cast<long>(
+      std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count());
+  const std::vector<Request> requests = daemon.requests();
+  EXPECT_EQ(requests.size(), 1U);
+  for (const Request& request : requests) EXPECT_FALSE(segment_exists(request.shmid()));
+  return timed;
+}
+
+TEST(LateAnswer, IsHeardHoweverLateItIs) {
+  for (const int late : {1300, 2400, 3400}) {
+    const TimedOutcome timed = run_with(Reply::text("late\n").late(late));
+    EXPECT_EQ(timed.outcome.out, "late\n");
+    EXPECT_EQ(timed.outcome.exit_status, 0);
+    EXPECT_GE(timed.milliseconds, late);
+  }
+}
+
+TEST(LateAnswer, MayComeInPieces) {
+  EXPECT_EQ(run_with(Reply::text("pieces\n").in_pieces(1, 0)).outcome.out, "pieces\n");
+  // One wait of more than a second is forgiven.
+  EXPECT_EQ(run_with(Reply::text("two\n").in_pieces(104, 1300)).outcome.out, "two\n");
+}
+
+TEST(LateAnswer, ASecondWaitThatRunsOutFails) {
+  // The waits run out after 1.0 and 2.3 seconds.
+  const TimedOutcome timed = run_with(Reply::text("three\n").in_pieces(70, 1300));
+  EXPECT_EQ(timed.outcome.out, kClosedText);
+  EXPECT_EQ(timed.outcome.exit_status, 255);
+  EXPECT_GE(timed.milliseconds, 2300);
+  EXPECT_LT(timed.milliseconds, 10000);
+}
+
+TEST(BrokenAnswer, ClosingEarlyFailsTheCall) {
+  for (const std::size_t sent : {0, 1, 36, 100, 207}) {
+    const TimedOutcome timed = run_with(Reply::error(9, "never whole").half(sent));
+    EXPECT_EQ(timed.outcome.out, kClosedText) << sent;
+    EXPECT_EQ(timed.outcome.err, "");
+    EXPECT_EQ(timed.outcome.exit_status, 255);
+    EXPECT_LT(timed.milliseconds, 5000);
+  }
+}
+
+TEST(BrokenAnswer, TheNextCallFindsNobody) {
+  Appliance appliance;
+  ScriptedDaemon daemon(appliance, Daemon::kLog, {Reply::text("first\n").more().then_refusing()});
+  const Outcome outcome = appliance.run({"table", "get", "5"});
+  EXPECT_EQ(outcome.out, "first\ncan't connect ./var/tmp/qsvlog.d\n");
+  EXPECT_EQ(outcome.exit_status, 255);
+}
+
+TEST(BrokenAnswer, InTheMiddleOfAListing) {
+  Appliance appliance;
+  ScriptedDaemon daemon(appliance, Daemon::kLog,
+                        {Reply::text("first\n").more(), Reply::text("second\n").half(50)});
+  const Outcome outcome = appliance.run({"table", "get", "5"});
+  EXPECT_EQ(outcome.out, "first\n" + kClosedText);
+  EXPECT_EQ(outcome.exit_status, 255);
+}
+
+// A connection that the daemon closed before the request was sent.
+TEST(BrokenConnection, FailsTheSend) {
+  Appliance appliance;
+  ScriptedDaemon daemon(appliance, Daemon::kLog, std::vector<Reply>{});
+  daemon.hang_up();
+  OpenSession session(appliance, kLogSocketPath, 65536);
+  for (int i = 0; i < 500 && daemon.connections() == 0; ++i) ::usleep(10000);
+  ASSERT_EQ(daemon.connections(), 1);
+  RpcRequest request{};
+  EXPECT_EQ(rpc_call(kLogSocketPath, request), 5);
+  EXPECT_EQ(request.status, 5U);
+  EXPECT_EQ(request_errtext(request), "s_Broken pipe_32");
+}
+
+TEST(HostileRecord, OnlyTheProgramsOwnSegmentAndAreaCount) {
+  // Pointers, sizes and the identifier in the answer are the daemon's own business.
+  const std::string junk = "\x11\x22\x33\x44\x55\x66\x77\x08"s;
+  Reply reply = Reply::text("sound\n");
+  reply.with_bytes(0, junk).with_bytes(8, junk).with_bytes(16, u32_bytes(0x7fffffff));
+  reply.with_bytes(22, "\xff\xff"s).with_bytes(24, junk).with_bytes(172, u32_bytes(0xffffffff));
+  reply.with_bytes(176, junk).with_bytes(184, std::string(24, '\xff'));
+  const TimedOutcome timed = run_with(reply);
+  EXPECT_EQ(timed.outcome.out, "sound\n");
+  EXPECT_EQ(timed.outcome.exit_status, 0);
+}
+
+TEST(HostileRecord, IsNotSentOnAsTheAreasIdentity) {
+  Appliance appliance;
+  Reply reply = Reply::text("a").more();
+  reply.with_bytes(16, u32_bytes(1)).with_bytes(172, u32_bytes(5)).with_bytes(200, u32_bytes(0));
+  ScriptedDaemon daemon(appliance, Daemon::kLog, {reply, Reply::text("b")});
+  EXPECT_EQ(appliance.run({"table", "get"}).out, "ab");
+  const std::vector<Request> requests = daemon.requests();
+  ASSERT_EQ(requests.size(), 2U);
+  EXPECT_EQ(requests[1].shmid(), requests[0].shmid());
+  EXPECT_EQ(requests[1].shmsize(), 2097152U);
+  EXPECT_GE(requests[1].stamp(), requests[0].stamp());
+}
+
+TEST(Signals, InterruptAndTerminateEndQuietlyWithOne) {
+  for (const int number : {SIGINT, SIGTERM}) {
+    const TimedOutcome timed = run_with(Reply::nothing().raising(number));
+    EXPECT_EQ(timed.outcome.out, "");
+    EXPECT_EQ(timed.outcome.err, "");
+    EXPECT_EQ(timed.outcome.exit_status, 1);
+    EXPECT_EQ(timed.outcome.signal, 0);
+  }
+}
+
+TEST(Signals, AFaultEndsTheDefaultWayWithoutASegment) {
+  const TimedOutcome timed = run_with(Reply::nothing().raising(SIGSEGV));
+  EXPECT_EQ(timed.outcome.out, "");
+  EXPECT_EQ(timed.outcome.exit_status, -1);
+  EXPECT_EQ(timed.outcome.signal, SIGSEGV);
+}
+
+TEST(Signals, InTheMiddleOfAListing) {
+  for (const int number : {SIGINT, SIGTERM, SIGSEGV}) {
+    Appliance appliance;
+    ScriptedDaemon daemon(appliance, Daemon::kLog,
+                          {Reply::text("first\n").more(), Reply::nothing().raising(number)});
+    const Outcome outcome = appliance.run({"table", "get"});
+    EXPECT_EQ(outcome.exit_status, number == SIGSEGV ? -1 : 1);
+    EXPECT_EQ(outcome.signal, number == SIGSEGV ? SIGSEGV : 0);
+    ASSERT_EQ(daemon.requests().size(), 2U);
+    EXPECT_FALSE(segment_exists(daemon.requests()[0].shmid()));
+  }
+}
+
+TEST(Signals, AnEndWithADictionaryLoaded) {
+  Appliance appliance;
+  appliance.install_dictionary();
+  ScriptedDaemon daemon(appliance, Daemon::kLog,
+                        {Reply::records(std::string(168, '\0') + "first\n"s + '\0', 0)
+                             .with_replylen(6)
+                             .with_syncdesc(1)
+                             .more(),
+                         Reply::nothing().raising(SIGTERM)});
+  const Outcome outcome = appliance.run({"table", "get"});
+  EXPECT_EQ(outcome.exit_status, 1);
+  EXPECT_EQ(outcome.signal, 0);
+}
+
+TEST(Signals, ABrokenPipeIsIgnored) {
+  Reply reply = Reply::text("still here\n");
+  reply.signal = SIGPIPE;
+  const TimedOutcome timed = run_with(reply);
+  EXPECT_EQ(timed.outcome.out, "still here\n");
+  EXPECT_EQ(timed.outcome.exit_status, 0);
+}
+
+TEST(Signals, OutputThatNobodyReadsChangesNothing) {
+  Appliance appliance;
+  ScriptedDaemon daemon(appliance, Daemon::kLog,
+                        {Reply::records(std::string(2097152, 'x'), 0).with_replylen(1).more(),
+                         Reply::text("the rest\n")});
+  RunOptions options;
+  options.output_is_broken = true;
+  const Outcome outcome = appliance.run({"table", "get"}, options);
+  EXPECT_EQ(outcome.exit_status, 0);
+  EXPECT_EQ(outcome.signal, 0);
+  EXPECT_EQ(daemon.requests().size(), 2U);
+}
+
+}  // namespace
+}  // namespace qsvmon::harness
