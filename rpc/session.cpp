@@ -172,7 +172,10 @@ int rpc_request(RpcRequest& request) {
 }
 
 void rpc_close(bool unload) {
-  if (unload) session.dict.unload();
+  if (unload) {
+    session.dict.unload();
+    session.dict_received = false;
+  }
   close_socket();
   if (session.area != nullptr) ::shmdt(session.area);
   session.area = nullptr;

@@ -58,7 +58,7 @@ int rpc_syncdesc();
 /// the dictionary. Returns 0 or -1. No command calls it.
 int rpc_fetch_dictionary();
 
-/// True once dictionary tables were received.
+/// True once dictionary tables were received, until they are unloaded.
 bool rpc_dict_loaded();
 
 /// The bytes from `request.reply` to the end of the area; empty when `reply` is not in the area.
