@@ -1,0 +1,105 @@
+#!/usr/bin/env python3
+"""Types at bash and tcsh in a terminal, as a user would, and looks at what completion makes of it.
+
+    check_completion.py           tests
+    check_completion.py --show    also prints what the terminals showed
+"""
+
+import os
+import pathlib
+import pty
+import re
+import select
+import shutil
+import signal
+import sys
+import time
+import unittest
+
+COMPLETIONS = pathlib.Path(__file__).resolve().parents[2] / "completions"
+SHOW = "--show" in sys.argv
+
+TAB, LIST, KILL_LINE = "\t", "\x04", "\x15"
+
+
+class Terminal:
+    """A shell on a terminal of its own."""
+
+    def __init__(self, *command):
+        self.said = ""
+        self.pid, self.fd = pty.fork()
+        if self.pid == 0:
+            # 132 columns: no line of the tests wraps.
+            os.environ.update(TERM="vt100", COLUMNS="132", LINES="50", PS1="$ ", LC_ALL="C")
+            os.execvp(command[0], command)
+
+    def wait_for(self, *texts):
+        """Reads until all the texts were shown since the last call; True if they came in time."""
+        shown = ""
+        end = time.monotonic() + 20
+        while not all(re.search(text, shown) for text in texts):
+            ready, _, _ = select.select([self.fd], [], [], 0.1)
+            if ready:
+                data = os.read(self.fd, 65536).decode("utf-8", "replace")
+                plain = re.sub(r"\x1b(\[[0-9;?]*[A-Za-z]|[=>])|[\r\a]", "", data)
+                self.said += plain
+                shown += plain
+            elif time.monotonic() > end:
+                return False
+        return True
+
+    def type(self, keys):
+        os.write(self.fd, keys.encode())
+
+    def close(self):
+        os.kill(self.pid, signal.SIGKILL)
+        os.waitpid(self.pid, 0)
+        os.close(self.fd)
+
+
+class Completion(unittest.TestCase):
+    def expect(self, terminal, keys, *texts):
+        terminal.type(keys)
+        self.assertTrue(terminal.wait_for(*texts), f"after {keys!r}: {terminal.said!r}")
+
+    def finish(self, name, terminal):
+        terminal.close()
+        if SHOW:
+            print(f"--- {name}\n{terminal.said}\n---")
+
+    def test_bash(self):
+        terminal = Terminal("bash", "--norc", "--noprofile", "-i")
+        try:
+            self.expect(terminal, f". {COMPLETIONS}/qsvmon.bash; echo re''ady\n", r"ready\n\$ $")
+            self.expect(terminal, "qsvmon " + TAB + TAB, r"assetsobj2 +", r"emaillog +", r"worker *\n")
+            self.expect(terminal, "mal" + TAB, r"malclog ")
+            self.expect(terminal, "l" + TAB, r"list ")
+            self.expect(terminal, "listt" + TAB, r"listtype=")
+            self.expect(terminal, TAB + TAB, r"app +detail +dst +host +src +table")
+            self.expect(terminal, "ho" + TAB, r"host ")
+            self.expect(terminal, "pa" + TAB, r"page=")
+            self.expect(terminal, "2 so" + KILL_LINE + "qsvmon unheard c" + TAB, r"unheard config ")
+        finally:
+            self.finish("bash", terminal)
+
+    def test_tcsh(self):
+        terminal = Terminal("tcsh", "-f")
+        try:
+            self.expect(terminal, f"source {COMPLETIONS}/qsvmon.tcsh; echo re''ady\n", r"ready\n[#>] $")
+            self.expect(terminal, "qsvmon " + LIST, r"assetsobj2 +", r"emaillog +", r"worker *\n")
+            self.expect(terminal, "mal" + TAB, r"malclog ")
+            self.expect(terminal, "l" + TAB, r"list ")
+            self.expect(terminal, "listt" + TAB, r"listtype=")
+            self.expect(terminal, LIST, r"listtype=app +listtype=detail", r"listtype=table *\n")
+            self.expect(terminal, "ho" + TAB, r"host ")
+            self.expect(terminal, "pa" + TAB, r"page=")
+            self.expect(terminal, "2 so" + KILL_LINE + "qsvmon unheard c" + TAB, r"config ")
+        finally:
+            self.finish("tcsh", terminal)
+
+
+if __name__ == "__main__":
+    for shell in ("bash", "tcsh"):
+        if not shutil.which(shell):
+            sys.exit(f"check_completion: no {shell}")
+    unittest.main(argv=sys.argv[:1])
