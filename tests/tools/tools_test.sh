@@ -1,0 +1,76 @@
+#!/bin/sh
+# Tests of tools/check_floors and tools/count_tests. Run from the top of the tree.
+set -u
+scratch=$(mktemp -d) || exit 2
+trap 'rm -rf "$scratch"' EXIT
+number=0
+bad=0
+
+# is <what> <got> <wanted>
+is() {
+  number=$((number + 1))
+  if [ "$2" = "$3" ]; then
+    echo "ok $number $1"
+  else
+    echo "not ok $number $1"
+    printf '# got:    %s\n# wanted: %s\n' "$2" "$3"
+    bad=1
+  fi
+}
+
+# floors <file> <header>: what check_floors says of a tree with this one include.
+floors() {
+  rm -rf "$scratch/tree"
+  mkdir -p "$scratch/tree/$(dirname "$1")"
+  printf '#include <cstdio>\n#include "%s"\n' "$2" >"$scratch/tree/$1"
+  tools/check_floors "$scratch/tree" 2>&1
+  echo "$?"
+}
+
+is "this tree keeps its floors" "$(tools/check_floors . && echo yes)" yes
+is "own folder" "$(floors format/a.cpp format/a.h)" 0
+is "down a floor" "$(floors cli/a.cpp commands/tcpreset/a.h)" 0
+is "down to the bottom" "$(floors commands/malclog/a.cpp platform/a.h)" 0
+is "a family may use what listings share" "$(floors commands/malclog/a.h commands/listing/a.h)" 0
+is "the record alone, from below" "$(floors format/a.h rpc/request.h)" 0
+is "up from format" "$(floors format/a.h rpc/session.h)" \
+  'format/a.h: #include "rpc/session.h" goes up a floor
+1'
+is "up from what listings share" "$(floors commands/listing/a.h commands/malclog/a.h)" \
+  'commands/listing/a.h: #include "commands/malclog/a.h" goes up a floor
+1'
+is "across families" "$(floors commands/malclog/a.h commands/tcpreset/a.h)" \
+  'commands/malclog/a.h: #include "commands/tcpreset/a.h" goes across
+1'
+is "pools do not use the session" "$(floors pools/a.h rpc/session.h)" \
+  'pools/a.h: #include "rpc/session.h" goes across
+1'
+is "a path that is not from the top" "$(floors pools/a.cpp a.h)" \
+  'pools/a.cpp: #include "a.h" is not a path from the top of the tree
+1'
+
+cat >"$scratch/log" <<'END'
+1/4 Testing: unit
+[ RUN      ] A.b
+[       OK ] A.b (0 ms)
+[ RUN      ] A.c
+[  FAILED  ] A.c (3 ms)
+[  FAILED  ] A.c
+Test Failed.
+2/4 Testing: script
+ok 1 one
+ok 2 two
+Test Passed.
+3/4 Testing: whole
+anything
+Test Passed.
+4/4 Testing: crashed
+[       OK ] B.a (0 ms)
+Segmentation fault
+Test Failed.
+END
+is "cases, scripts, whole programs and crashes are counted" "$(tools/count_tests "$scratch/log")" \
+  "5 2"
+
+echo "1..$number"
+exit "$bad"
