@@ -1,4 +1,5 @@
-# Completion of qsvmon for bash, and for zsh after "autoload -U bashcompinit && bashcompinit".
+# Completion of qsvmon for bash, and for zsh after
+# "autoload -U compinit bashcompinit && compinit && bashcompinit".
 # Made by tools/make_completions from completions/commands.txt.
 
 # One line per command: module, sub-command, words with their fixed values.
