@@ -248,41 +248,50 @@ void load_full_pools() {
   ::rmdir(folder);
 }
 
-/// A day's operations of clients and servers that all have labels.
-std::vector<FtpLogRecord> ftp_records() {
+std::uint32_t pick(std::mt19937& random, std::uint32_t count) {
+  return static_cast<std::uint32_t>(random() % count);
+}
+
+/// A day's operations of clients and servers that all have labels; `per_session` of each session.
+std::vector<FtpLogRecord> ftp_records(std::uint32_t per_session) {
   std::mt19937 random(3);
   std::vector<FtpLogRecord> records(kFtpRows);
-  for (FtpLogRecord& record : records) {
-    std::memset(static_cast<void*>(&record), 0, sizeof record);
-    const auto client = static_cast<std::uint32_t>(random());
-    record.head.time = 1709600000 + static_cast<std::uint32_t>(random() % 86400);
-    record.head.start = record.head.time - 60;
-    record.head.sip_net = __builtin_bswap32(0x0A010000U | (client & 1023));
-    record.head.dip_net = __builtin_bswap32(
-        (random() & 1) != 0 ? 0xAC100000U | static_cast<std::uint32_t>(random() & 0x1FFFFF)
-                            : 0xC0A80000U | static_cast<std::uint32_t>(1 + random() % 4096));
-    record.head.sport_net = static_cast<std::uint16_t>(random());
-    record.head.dport_net = 0x1500;
-    const std::uint8_t mac[6] = {0,
-                                 0x11,
-                                 0x22,
-                                 0x33,
-                                 static_cast<std::uint8_t>(client >> 8 & 3),
-                                 static_cast<std::uint8_t>(client)};
-    std::memcpy(record.head.mac, mac, sizeof mac);
-    record.optype = static_cast<std::uint8_t>(random() % 9);
+  FtpLogRecord record;
+  std::memset(static_cast<void*>(&record), 0, sizeof record);
+  for (std::uint32_t i = 0; i < kFtpRows; ++i) {
+    if (i % per_session == 0) {
+      const std::uint32_t client = pick(random, 1024);
+      record.head.start = 1709600000 + pick(random, 86400);
+      record.head.sip_net = __builtin_bswap32(0x0A010000U | client);
+      record.head.dip_net =
+          __builtin_bswap32(pick(random, 2) != 0 ? 0xAC100000U | pick(random, 0x200000)
+                                                 : 0xC0A80001U + pick(random, 4096));
+      record.head.sport_net = static_cast<std::uint16_t>(random());
+      record.head.dport_net = 0x1500;
+      const std::uint8_t mac[6] = {0,
+                                   0x11,
+                                   0x22,
+                                   0x33,
+                                   static_cast<std::uint8_t>(client >> 8),
+                                   static_cast<std::uint8_t>(client)};
+      std::memcpy(record.head.mac, mac, sizeof mac);
+      std::snprintf(record.user, sizeof record.user, "user%u", static_cast<unsigned>(client));
+    }
+    record.head.time = record.head.start + i % per_session * 5;
+    record.optype = static_cast<std::uint8_t>(pick(random, 9));
     std::snprintf(record.name, sizeof record.name, "/pub/files/report-%u.txt",
                   static_cast<unsigned>(random()));
-    std::snprintf(record.user, sizeof record.user, "user%u",
-                  static_cast<unsigned>(random() % 1000));
+    records[i] = record;
   }
   return records;
 }
 
-void fill(RecordList<FtpLogRecord>& list) {
+void fill(RecordList<FtpLogRecord>& list, std::int64_t per_session) {
   static const bool loaded = (load_full_pools(), true);
   (void)loaded;
-  for (const FtpLogRecord& record : ftp_records()) list.append(record, record.head.time);
+  for (const FtpLogRecord& record : ftp_records(static_cast<std::uint32_t>(per_session))) {
+    list.append(record, record.head.time);
+  }
 }
 
 void print_label_plainly(std::FILE* out, const char* name, const void* address, int family) {
@@ -333,7 +342,7 @@ void print_row_plainly(std::FILE* out, const FtpLogRecord& r) {
 void BM_ftp_rows(benchmark::State& state) {
   ::unsetenv("TZ");
   RecordList<FtpLogRecord> list;
-  fill(list);
+  fill(list, state.range(0));
   const int null = ::open("/dev/null", O_WRONLY);
   for (auto _ : state) {
     FilePrinter out(null);
@@ -343,12 +352,13 @@ void BM_ftp_rows(benchmark::State& state) {
   ::close(null);
   state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kFtpRows));
 }
-BENCHMARK(BM_ftp_rows)->Unit(benchmark::kMillisecond);
+// Operations of a session: 1 means that no two rows have the same ends.
+BENCHMARK(BM_ftp_rows)->Arg(10)->Arg(1)->Unit(benchmark::kMillisecond);
 
 void BM_ftp_rows_printf_localtime(benchmark::State& state) {
   ::unsetenv("TZ");
   RecordList<FtpLogRecord> list;
-  fill(list);
+  fill(list, state.range(0));
   std::FILE* null = std::fopen("/dev/null", "w");
   for (auto _ : state) {
     SortedRecords<FtpLogRecord> sorted(list);
@@ -362,7 +372,7 @@ void BM_ftp_rows_printf_localtime(benchmark::State& state) {
   std::fclose(null);
   state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kFtpRows));
 }
-BENCHMARK(BM_ftp_rows_printf_localtime)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ftp_rows_printf_localtime)->Arg(10)->Arg(1)->Unit(benchmark::kMillisecond);
 
 // ---- a million Telnet records ----
 

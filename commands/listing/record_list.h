@@ -93,6 +93,13 @@ class SortedRecords {
   /// ascending order.
   Record& at(std::uint32_t position) {
     if (position >= sorted_to_) sort_up_to(position);
+    // Records lie in the order they came: ask for one that will be wanted soon.
+    if (sorted_to_ - position > kAhead) {
+      const auto* ahead = reinterpret_cast<const char*>(
+          &list_[static_cast<std::uint32_t>(list_.order_[position + kAhead])]);
+      __builtin_prefetch(ahead);
+      __builtin_prefetch(ahead + sizeof(Record) / 2);
+    }
     return list_[static_cast<std::uint32_t>(list_.order_[position])];
   }
 
@@ -111,6 +118,7 @@ class SortedRecords {
   }
 
   static constexpr std::uint32_t kFirstChunk = 256;
+  static constexpr std::uint32_t kAhead = 6;
 
   RecordList<Record>& list_;
   std::uint32_t sorted_from_;

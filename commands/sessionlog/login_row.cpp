@@ -20,14 +20,14 @@ SessionEnds ends_of(const LoginHead& head) {
 }
 
 /// All members up to "user".
-void print_head(Printer& out, const LoginHead& head, std::string_view user) {
+void print_head(Printer& out, const LoginHead& head, std::string_view user, LabelCache& labels) {
   const SessionEnds ends = ends_of(head);
   out.put('{');
   print_ends(out, ends);
   print_mac(out, ends);
   out.put(",\"start\":", std::uint32_t{head.start});
   print_request_time(out, head.time);
-  print_labels(out, ends);
+  print_labels(out, ends, labels);
   out.put(",\"user\":\"", user, '"');
 }
 
@@ -70,8 +70,8 @@ std::string_view ftp_verb(std::uint8_t optype) {
   return optype < std::size(kVerbs) ? kVerbs[optype] : "NULL";
 }
 
-void FtpRow::print(Printer& out) const {
-  print_head(out, record_->head, field_text(record_->user, sizeof record_->user));
+void FtpRow::print(Printer& out) {
+  print_head(out, record_->head, field_text(record_->user, sizeof record_->user), labels_);
   out.put(",\"optype\":\"", ftp_verb(record_->optype), "\",\"name\":\"",
           field_text(record_->name, sizeof record_->name), "\"}");
 }
@@ -88,8 +88,8 @@ void FtpRow::write_header(CsvSheet& sheet) {
   csv_text_as_utf8(sheet, kObjectColumn);
 }
 
-void TelnetRow::print(Printer& out) const {
-  print_head(out, record_->head, field_text(record_->user, sizeof record_->user));
+void TelnetRow::print(Printer& out) {
+  print_head(out, record_->head, field_text(record_->user, sizeof record_->user), labels_);
   const std::size_t length = std::min<std::size_t>(record_->cmdlen, sizeof record_->cmd);
   out.put(",\"cmd\":\"", CleanCommand{{record_->cmd, length}}, "\"}");
 }

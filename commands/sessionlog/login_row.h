@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "commands/sessionlog/csv_sheet.h"
+#include "commands/sessionlog/label_cache.h"
 #include "commands/sessionlog/login_record.h"
 #include "format/printer.h"
 
@@ -21,13 +22,14 @@ class FtpRow {
     record_ = &record;
     return true;
   }
-  void print(Printer& out) const;
+  void print(Printer& out);
   void write(CsvSheet& sheet) const;
   /// KEEP: in UTF-8, unlike the other two lists.
   static void write_header(CsvSheet& sheet);
 
  private:
   const FtpLogRecord* record_ = nullptr;
+  LabelCache labels_;
 };
 
 class TelnetRow {
@@ -37,7 +39,7 @@ class TelnetRow {
     record_ = &record;
     return true;
   }
-  void print(Printer& out) const;
+  void print(Printer& out);
   /// KEEP: the command as it stands, not cleaned as in JSON.
   void write(CsvSheet& sheet) const;
   /// KEEP: in GBK bytes.
@@ -45,6 +47,7 @@ class TelnetRow {
 
  private:
   const TelnetLogRecord* record_ = nullptr;
+  LabelCache labels_;
 };
 
 }  // namespace qsvmon

@@ -19,7 +19,7 @@ class MailRow {
   bool load(MailRecord& record);
 
   /// The loaded row as a JSON object.
-  void print(Printer& out) const;
+  void print(Printer& out);
 
   /// The loaded row as cells.
   void write(CsvSheet& sheet) const;
@@ -40,6 +40,7 @@ class MailRow {
   static bool decode(MailRecord& record, MailText place, Text& text);
   void join_names(MailRecord& record);
 
+  LabelCache labels_;
   MailParts parts_;
   Text from_;
   Text to_;

@@ -36,7 +36,7 @@ template <class Row>
 void print_page(Printer& out, RecordList<typename Row::Record>& list, PageRange page, Row& row) {
   std::string_view comma;
   out.put("{\"data\":[");
-  const std::uint32_t count = show_page(list, page, row, [&](const Row& loaded) {
+  const std::uint32_t count = show_page(list, page, row, [&](Row& loaded) {
     out.put(comma);
     comma = ",";
     loaded.print(out);

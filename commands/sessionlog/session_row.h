@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "commands/sessionlog/csv_sheet.h"
+#include "commands/sessionlog/label_cache.h"
 #include "format/printer.h"
 
 /// The members and cells that the three session lists have in common.
@@ -30,7 +31,7 @@ void print_request_time(Printer& out, std::uint32_t seconds);
 
 /// ,"srcip_desc" ,"dstip_desc" and ,"ipmac_desc": the labels of both addresses and the MAC, "" for
 /// one without a label.
-void print_labels(Printer& out, const SessionEnds& ends);
+void print_labels(Printer& out, const SessionEnds& ends, LabelCache& labels);
 
 /// The two addresses and ports, four cells. The ports are written as they are handed over.
 void csv_ends(CsvSheet& sheet, const SessionEnds& ends, std::uint16_t sport, std::uint16_t dport);
