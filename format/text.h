@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 namespace qsvmon {
 
 /// Trims one line in place: skips leading blanks, turns each tab of the rest into a blank, ends the
@@ -8,6 +10,10 @@ namespace qsvmon {
 /// KEEP: only blanks are skipped in front, and before tabs are turned; a line that begins with a
 /// tab begins with a blank afterwards.
 char* trim(char* text);
+
+/// `trim` of a text whose length to its last NUL is known, which need not look at every character
+/// by itself; a NUL within the length ends the text as ever.
+char* trim_length(char* text, std::size_t length);
 
 /// Takes the next blank-separated word of `text` and cuts it at its first "=". Returns the key and
 /// stores the value; a value that begins with a double quote loses it, and then one at its end.
