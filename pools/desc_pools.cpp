@@ -19,7 +19,7 @@ namespace {
 int load_descriptions() {
   static constexpr ConfigSection kSections[] = {{"mac", ipmacdesc_line},
                                                 {"malcitlgc", itlgc_pool_line}};
-  if (ipmacdesc_init() != 0) {
+  if (ipmacdesc_init(pages_for(kMainConfigPath)) != 0) {
     standard_out().text("fail to init ipmacdesc pool\n");
     return -1;
   }
@@ -32,7 +32,7 @@ int load_descriptions() {
 
 int load_ranges() {
   static constexpr ConfigSection kSections[] = {{"cusiprng", cusiprng_line}};
-  if (cusiprng_init() != 0) {
+  if (cusiprng_init(pages_for(kMainConfigPath)) != 0) {
     standard_out().text("NO_MEM\n");
     return -1;
   }
