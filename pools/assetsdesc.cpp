@@ -75,9 +75,9 @@ void unlink(AssetsPool& pool, AssetsObject& object) {
   if (object.kind == kAssetsText) {
     pool.by_value.remove(pool.objects, object.id - 1);
   } else if (object.value.ip != 0) {
-    AssetsObject** place = address_bucket(pool, object.value.ip);
-    while (*place != &object) place = &(*place)->next;
-    *place = object.next;
+    AssetsObject** at = address_bucket(pool, object.value.ip);
+    while (*at != &object) at = &(*at)->next;
+    *at = object.next;
   }
 }
 

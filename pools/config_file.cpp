@@ -99,7 +99,7 @@ int read_config_file(const char* path, std::span<const ConfigSection> sections) 
 }
 
 Pages pages_for(const char* path) {
-  constexpr off_t kLargeFile = 128 * 1024;
+  constexpr off_t kLargeFile = off_t{128} << 10;
   struct stat file;
   return ::stat(path, &file) == 0 && S_ISREG(file.st_mode) && file.st_size >= kLargeFile
              ? Pages::kWhole
