@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <span>
 #include <string_view>
+#include <utility>
 
 #include "format/text.h"
 #include "platform/large_memory.h"
@@ -71,14 +72,17 @@ class LineWords {
   }
   template <std::size_t N>
   bool is(const char (&key)[N]) const {
-    for (std::size_t i = 0; i < N; ++i) {  // with the NUL; most keys differ in their first letter
-      if (key_[i] != key[i]) return false;
-    }
-    return true;
+    return equals(key, std::make_index_sequence<N>());
   }
   char* value() const { return value_; }
 
  private:
+  /// Compares up to and with the NUL, without a loop: most keys differ in their first letter.
+  template <std::size_t N, std::size_t... I>
+  bool equals(const char (&key)[N], std::index_sequence<I...>) const {
+    return ((key_[I] == key[I]) && ...);
+  }
+
   char* rest_;
   char* key_ = nullptr;
   char* value_ = nullptr;

@@ -19,7 +19,7 @@ namespace {
 int load_descriptions() {
   static constexpr ConfigSection kSections[] = {{"mac", ipmacdesc_line},
                                                 {"malcitlgc", itlgc_pool_line}};
-  if (ipmacdesc_init(pages_for(kMainConfigPath)) != 0) {
+  if (ipmacdesc_init() != 0) {
     standard_out().text("fail to init ipmacdesc pool\n");
     return -1;
   }

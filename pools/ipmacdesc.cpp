@@ -97,8 +97,8 @@ bool parse_key(const char* text, IpMacDesc& entry) {
 
 }  // namespace
 
-int ipmacdesc_init(Pages pages) {
-  return holder.renew(pages) == nullptr ? -1 : 0;
+int ipmacdesc_init() {
+  return holder.renew() == nullptr ? -1 : 0;
 }
 
 bool ipmacdesc_ready() {

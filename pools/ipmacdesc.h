@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "platform/large_memory.h"
 #include "rpc/request.h"
 
 namespace qsvmon {
@@ -24,8 +23,8 @@ constexpr std::size_t kMacKeyLen = 6;
 // Entries are never removed; pointers to them stay valid until the process ends. Without a pool,
 // searches find nothing and nothing can be set. Every operation holds the pool's lock.
 
-/// Makes a fresh, empty pool of such pages. Returns 0, or -1 without memory: there is then no pool.
-int ipmacdesc_init(Pages pages = Pages::kOnTouch);
+/// Makes a fresh, empty pool. Returns 0, or -1 without memory: there is then no pool.
+int ipmacdesc_init();
 /// Whether there is a pool.
 bool ipmacdesc_ready();
 /// The number of entries in use.
