@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
+#include <string_view>
 
 namespace qsvmon {
 
@@ -31,5 +33,12 @@ char* escape_ctl(const char* src, char* dst);
 /// 1 when min <= length of `text` <= max, and then copies it with its NUL to `dst` unless that is
 /// null; else 0. A null text gives 0.
 int copy_len_in(const char* text, int min, int max, char* dst);
+
+/// The text in a fixed-width field of a record: up to its NUL, or all of its bytes. Valid as long
+/// as the field.
+template <std::size_t Width>
+std::string_view field_text(const char (&field)[Width]) {
+  return {field, ::strnlen(field, Width)};
+}
 
 }  // namespace qsvmon
