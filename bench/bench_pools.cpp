@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -121,6 +122,35 @@ void read_lines_only(benchmark::State& state) {
   state.counters["lines"] = static_cast<double>(lines);
 }
 BENCHMARK(read_lines_only)->Unit(benchmark::kMicrosecond);
+
+/// The same in the loader's passes: the ranges are loaded in a second one over the main file.
+void read_lines_in_passes(benchmark::State& state) {
+  write_files(kAscending, kSpread);
+  std::size_t lines = 0;
+  for (auto _ : state) {
+    lines = count_lines(kMainConfigPath) + count_lines(kMainConfigPath) +
+            count_lines(kAssetsConfigPath);
+  }
+  state.counters["lines"] = static_cast<double>(lines);
+}
+BENCHMARK(read_lines_in_passes)->Unit(benchmark::kMicrosecond);
+
+/// The first one with the C library's fgets and the loader's line buffer.
+void read_lines_fgets(benchmark::State& state) {
+  write_files(kAscending, kSpread);
+  std::size_t lines = 0;
+  for (auto _ : state) {
+    lines = 0;
+    for (const char* path : {kMainConfigPath, kAssetsConfigPath}) {
+      std::FILE* const file = std::fopen(path, "r");
+      char line[1023];
+      while (std::fgets(line, sizeof line, file) != nullptr) ++lines;
+      std::fclose(file);
+    }
+  }
+  state.counters["lines"] = static_cast<double>(lines);
+}
+BENCHMARK(read_lines_fgets)->Unit(benchmark::kMicrosecond);
 
 void load(benchmark::State& state, Order order, Keys keys) {
   write_files(order, keys);
