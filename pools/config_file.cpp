@@ -1,11 +1,9 @@
 #include "pools/config_file.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 
 namespace qsvmon {
 namespace {
@@ -16,23 +14,25 @@ constexpr std::size_t kMaxSectionText = 119;
 /// trimmed, so that the lines of other sections cost next to nothing.
 const ConfigSection* find_section(const char* text, std::span<const ConfigSection> sections) {
   for (const ConfigSection& section : sections) {
-    std::size_t same = 0;
-    while (same < section.word.size() && text[same] == section.word[same]) ++same;
-    if (same == section.word.size() && (text[same] == ' ' || text[same] == '\t')) return &section;
+    const std::size_t length = section.word.size();
+    // A comparison that stops at the NUL: the text may be shorter than the word.
+    if (std::strncmp(text, section.word.data(), length) == 0 &&
+        (text[length] == ' ' || text[length] == '\t')) {
+      return &section;
+    }
   }
   return nullptr;
 }
 
 /// `line` is the record that the file's lines share.
-void take_line(char* text, std::size_t length, std::span<const ConfigSection> sections,
-               RpcRequest& line) {
-  const char* const end = text + length;
+void take_line(char* text, std::span<const ConfigSection> sections, RpcRequest& line) {
   while (*text == ' ') ++text;
   const ConfigSection* const section = find_section(text, sections);
   if (section == nullptr) return;
-  trim_length(text, static_cast<std::size_t>(end - text));
+  text = trim(text);
+  const std::size_t length = std::strlen(text);
+  if (length <= section->word.size()) return;  // nothing but blanks followed the word
   char* rest = text + section->word.size();
-  if (*rest == '\0') return;  // nothing but blanks followed the word
   *rest++ = '\0';
   while (*rest == ' ') ++rest;
   set_errtext(line, section->word.substr(0, kMaxSectionText));
@@ -55,11 +55,9 @@ char* PieceReader::next() {
   char* const piece = buffer_ + begin_;
   if (auto* lf = static_cast<char*>(std::memchr(piece, '\n', limit)); lf != nullptr) {
     *lf = '\0';
-    length_ = static_cast<std::size_t>(lf - piece);
-    begin_ += length_ + 1;
+    begin_ += static_cast<std::size_t>(lf - piece) + 1;
     return piece;
   }
-  length_ = limit;
   begin_ += limit;
   covered_ = piece[limit];
   covering_ = true;
@@ -87,7 +85,7 @@ void PieceReader::refill() {
 void read_config(int fd, std::span<const ConfigSection> sections) {
   PieceReader pieces(fd);
   RpcRequest line{};
-  while (char* text = pieces.next()) take_line(text, pieces.length(), sections, line);
+  while (char* text = pieces.next()) take_line(text, sections, line);
 }
 
 int read_config_file(const char* path, std::span<const ConfigSection> sections) {
@@ -96,14 +94,6 @@ int read_config_file(const char* path, std::span<const ConfigSection> sections) 
   read_config(fd, sections);
   ::close(fd);
   return 0;
-}
-
-Pages pages_for(const char* path) {
-  constexpr off_t kLargeFile = off_t{128} << 10;
-  struct stat file;
-  return ::stat(path, &file) == 0 && S_ISREG(file.st_mode) && file.st_size >= kLargeFile
-             ? Pages::kWhole
-             : Pages::kOnTouch;
 }
 
 }  // namespace qsvmon

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "commands/sessionlog/gb2312_bulk.h"
 #include "commands/sessionlog/gb2312_tables.h"
 
 namespace qsvmon {
@@ -22,39 +23,21 @@ unsigned count_bits16(unsigned mask) {
   return (mask + (mask >> 8)) & 0x1f;
 }
 
-/// The block of `cp`, or null when no page covers it.
-const GbBlock* block_of(std::uint32_t cp) {
-  const std::uint32_t block = cp >> 4;
-  if (cp >= 0x4E00 && cp < 0x9CF0) return &kGbPage3[block - 0x4E0];
-  if (cp < 0x460) return &kGbPage0[block];
-  if (cp >= 0x2000 && cp < 0x2650) return &kGbPage1[block - 0x200];
-  if (cp >= 0x3000 && cp < 0x3230) return &kGbPage2[block - 0x300];
-  if (cp >= 0x9E00 && cp < 0x9FB0) return &kGbPage4[block - 0x9E0];
-  if (cp >= 0xFF00 && cp < 0xFFF0) return &kGbPage5[block - 0xFF0];
-  return nullptr;
-}
-
 /// The GB code of `cp`; 0 when GB2312 lacks it.
 unsigned gb_code(std::uint32_t cp) {
-  const GbBlock* block = block_of(cp);
-  if (block == nullptr) return 0;
+  if (cp >= 0x10000) return 0;
+  const GbBlock block = kGbBlocks[cp >> 4];
   const unsigned bit = 1U << (cp & 15);
-  if ((block->mask & bit) == 0) return 0;
-  return kGbCodes[block->first + count_bits16(block->mask & (bit - 1))];
+  if ((block.mask & bit) == 0) return 0;
+  return kGbCodes[block.first + count_bits16(block.mask & (bit - 1))];
 }
 
 /// The code point of a pair of bytes, high bits ignored; 0 when it is no character.
 std::uint32_t gb_pair(unsigned char first, unsigned char second) {
   const unsigned row = (first & 0x7FU) - 0x21U;  // a byte below 0x21 wraps to a large number
   const unsigned column = (second & 0x7FU) - 0x21U;
-  if (column >= kGbColumns) return 0;
-  const unsigned cell = row * kGbColumns + column;
-  std::uint16_t cp = kGbUnassigned;
-  if (row - 15 <= 0x77 - 0x30) {
-    cp = kGbRows30To77[cell - kGbHighFirstCell];
-  } else if (row <= 8 && cell < kGbLowCells) {
-    cp = kGbRows21To29[cell];
-  }
+  if (row >= kGbRows || column >= kGbColumns) return 0;
+  const std::uint16_t cp = kGbCells[row * kGbColumns + column];
   return cp == kGbUnassigned ? 0 : cp;
 }
 
@@ -102,38 +85,8 @@ bool bad_arguments(const char* out, int outcap, const char* in, int inlen) {
   return out == nullptr || in == nullptr || outcap < 1 || inlen < 1;
 }
 
-/// A conversion under way: the input that is left, the output so far and the characters that may
-/// still be taken.
-struct Conversion {
-  const char* p;
-  const char* end;
-  char* at;
-  char* limit;  ///< the NUL must lie below it
-  unsigned codes;
-
-  bool more() const { return p < end && codes > 0; }
-  /// True when `bytes` and the NUL fit.
-  bool fits(int bytes) const { return limit - at > bytes; }
-
-  /// Copies bytes 0x20 to 0x7F, eight at a time, as long as there are eight.
-  void copy_ascii() {
-    constexpr std::uint64_t kHighBits = 0x8080808080808080U;
-    constexpr std::uint64_t kBlanks = 0x2020202020202020U;
-    while (end - p >= 8 && fits(8) && codes >= 8) {
-      std::uint64_t word;
-      std::memcpy(&word, p, sizeof word);
-      // A byte below 0x20 borrows and sets a high bit; one above 0x7F has it set.
-      if ((((word - kBlanks) | word) & kHighBits) != 0) return;
-      std::memcpy(at, &word, sizeof word);
-      p += 8;
-      at += 8;
-      codes -= 8;
-    }
-  }
-};
-
 /// Takes one character of UTF-8 as 16 bits.
-std::uint32_t take_utf8(Conversion& c) {
+std::uint32_t take_utf8(GbConversion& c) {
   std::uint32_t cp = byte_at(c.p);
   if (cp < 0x80) {
     ++c.p;
@@ -148,7 +101,7 @@ std::uint32_t take_utf8(Conversion& c) {
 }
 
 /// Takes one character of GB2312; 0 ends the text.
-std::uint32_t take_gb(Conversion& c) {
+std::uint32_t take_gb(GbConversion& c) {
   const unsigned char first = byte_at(c.p);
   if (first >= 0x20 && first <= kLastSingle) {
     ++c.p;
@@ -199,19 +152,16 @@ int uni_to_gb2312_char(std::uint32_t cp, unsigned char* out2, int len) {
 int utf8_to_gb2312(char* out, int outcap, const char* in, int inlen) {
   if (bad_arguments(out, outcap, in, inlen)) return -1;
   const std::size_t length = ::strnlen(in, static_cast<std::size_t>(inlen));
-  Conversion c{in, in + length, out, out + outcap, kMaxUtf8Codes};
+  GbConversion c{in, in + length, out, out + outcap, kMaxUtf8Codes};
   while (c.more()) {
-    if (byte_at(c.p) < 0x80) {
-      c.copy_ascii();
-      if (!c.more()) break;
-    }
+    if (byte_at(c.p) < 0x80 ? gb_bulk::copy_ascii_groups(c) : gb_bulk::convert_utf8_groups(c))
+      continue;
     const std::uint32_t cp = take_utf8(c);
     --c.codes;
     const unsigned code = cp <= kLastSingle ? 0 : gb_code(cp);
     if (code == 0) {
       if (!c.fits(1)) break;
-      if (cp <= kLastSingle) *c.at = static_cast<char>(cp);
-      ++c.at;  // an unmapped character leaves the caller's zero
+      *c.at++ = cp <= kLastSingle ? static_cast<char>(cp) : '\0';
       continue;
     }
     if (!c.fits(2)) break;
@@ -225,12 +175,10 @@ int utf8_to_gb2312(char* out, int outcap, const char* in, int inlen) {
 
 int gb2312_to_utf8(char* out, int outcap, const char* in, int inlen) {
   if (bad_arguments(out, outcap, in, inlen)) return -1;
-  Conversion c{in, in + inlen, out, out + outcap, kMaxGbCodes};
+  GbConversion c{in, in + inlen, out, out + outcap, kMaxGbCodes};
   while (c.more()) {
-    if (byte_at(c.p) < 0x80) {
-      c.copy_ascii();
-      if (!c.more()) break;
-    }
+    if (byte_at(c.p) < 0x80 ? gb_bulk::copy_ascii_groups(c) : gb_bulk::convert_gb_groups(c))
+      continue;
     const std::uint32_t cp = take_gb(c);
     --c.codes;
     const int length = cp < 0x80 ? 1 : cp < 0x800 ? 2 : 3;

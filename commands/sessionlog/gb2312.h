@@ -16,9 +16,8 @@ constexpr unsigned kMaxGbCodes = 1024;
 /// text in `out`. A code point above U+FFFF keeps its low 16 bits. A character that would leave no
 /// room for the NUL ends the conversion.
 /// Returns 0, or -1 when a pointer is null, `outcap` < 1 or `inlen` < 1.
-/// REQUIRES: the caller zeroed the `outcap` bytes of `out`.
-/// KEEP: a character that GB2312 lacks leaves one of those zero bytes and the conversion goes on
-/// behind it, so that for a caller who takes the text up to its NUL it ends there.
+/// KEEP: a character that GB2312 lacks becomes a NUL and the conversion goes on behind it, so that
+/// for a caller who takes the text up to its NUL it ends there.
 int utf8_to_gb2312(char* out, int outcap, const char* in, int inlen);
 
 /// Converts the `inlen` bytes of GB2312 at `in` to NUL-terminated UTF-8 in `out`. The text ends

@@ -9,14 +9,11 @@ namespace qsvmon {
 /// A cell of the grid that holds no character.
 constexpr std::uint16_t kGbUnassigned = 0xFFFD;
 
-/// Code points of the 94 x 94 grid, flattened: cell 94 x (row - 0x21) + (column - 0x21). Rows 0x21
-/// to 0x29 and, from their own cell 0 on, rows 0x30 to 0x77; the rows between hold nothing.
+/// Code points of the 94 x 94 grid, flattened: cell 94 x (row - 0x21) + (column - 0x21). Rows 0x2A
+/// to 0x2F hold nothing; nor do those behind 0x77, which are left out.
 constexpr unsigned kGbColumns = 94;
-constexpr unsigned kGbLowCells = 831;
-constexpr unsigned kGbHighFirstCell = 1410;
-constexpr unsigned kGbHighCells = 6768;
-extern const std::uint16_t kGbRows21To29[kGbLowCells];
-extern const std::uint16_t kGbRows30To77[kGbHighCells];
+constexpr unsigned kGbRows = 87;
+extern const std::uint16_t kGbCells[kGbRows * kGbColumns];
 
 /// 16 code points that differ in their low 4 bits alone.
 struct GbBlock {
@@ -24,13 +21,9 @@ struct GbBlock {
   std::uint16_t mask;   ///< bit k: the code point with low bits k is mapped
 };
 
-/// The blocks of U+0000-045F, U+2000-264F, U+3000-322F, U+4E00-9CEF, U+9E00-9FAF and U+FF00-FFEF.
-extern const GbBlock kGbPage0[70];
-extern const GbBlock kGbPage1[101];
-extern const GbBlock kGbPage2[35];
-extern const GbBlock kGbPage3[1263];
-extern const GbBlock kGbPage4[27];
-extern const GbBlock kGbPage5[15];
+/// The block of each 16 code points below U+10000. Most hold nothing and are never touched; having
+/// them spares every look-up the search for its range.
+extern const GbBlock kGbBlocks[4096];
 
 /// The GB codes of all mapped code points, in code-point order.
 constexpr unsigned kGbCharacters = 7445;

@@ -47,7 +47,6 @@ int encoded_text(std::string_view text, bool base64, bool utf8, char* out, int o
   const int count = base64 ? base64_decode(decoded, text) : qp_decode(text, decoded, kWordBytes);
   if (count < 0) return -1;
   if (!utf8) return copy_cut({decoded, static_cast<std::size_t>(count)}, out, outcap);
-  std::memset(out, 0, static_cast<std::size_t>(outcap));
   if (utf8_to_gb2312(out, outcap, decoded, count) != 0) return -1;
   return static_cast<int>(std::strlen(out));  // an unmappable character has cut it short
 }
@@ -57,7 +56,7 @@ int encoded_word(std::string_view word, char* out, int outcap) {
   if (static_cast<std::ptrdiff_t>(word.size()) < kShortestWord) return -1;
   word.remove_prefix(2);
   const std::size_t name = word.substr(0, ::strnlen(word.data(), word.size())).find('?');
-  if (name >= kCharsetBytes) return -1;  // none is larger still
+  if (name == std::string_view::npos || name >= kCharsetBytes) return -1;
   const std::string_view charset = word.substr(0, name);
   const bool utf8 = begins_with(charset, "utf-8");
   if (!utf8 && !begins_with(charset, "gb")) {

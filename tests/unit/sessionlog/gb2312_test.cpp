@@ -4,6 +4,7 @@
 #include <iconv.h>
 
 #include <cstring>
+#include <random>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -345,6 +346,96 @@ TEST(Gb2312, all_characters_agree_with_the_c_library_both_ways) {
       EXPECT_EQ(2, result) << std::hex << cp;
       EXPECT_EQ(code_of[cp], (pair[0] << 8 | pair[1]) + 0x8080) << std::hex << cp;
     }
+  }
+}
+
+/// The whole of `text` through the C library.
+std::string through_iconv(const char* to, const char* from, std::string text) {
+  const iconv_t cd = iconv_open(to, from);
+  std::string out(text.size() * 4 + 16, '\0');
+  char* in = text.data();
+  std::size_t in_left = text.size();
+  char* at = out.data();
+  std::size_t room = out.size();
+  EXPECT_EQ(0U, iconv(cd, &in, &in_left, &at, &room));
+  iconv_close(cd);
+  out.resize(out.size() - room);
+  return out;
+}
+
+// Runs of characters are converted in groups; any mixture must come out as it does one by one.
+TEST(Gb2312, random_mixtures_agree_with_the_c_library) {
+  std::mt19937 random(7);
+  const auto draw = [&](std::size_t below) { return static_cast<unsigned>(random() % below); };
+  for (int round = 0; round < 4000; ++round) {
+    std::string gb;
+    const unsigned most = draw(40) + 1;
+    for (int codes = 0; codes < 500;) {
+      const unsigned kind = draw(3);
+      for (unsigned i = draw(most) + 1; i > 0 && codes < 500; --i, ++codes) {
+        if (kind == 0) {
+          gb += static_cast<char>(0x20 + draw(0x5F));
+          continue;
+        }
+        const unsigned row = kind == 1 ? 0xB0 + draw(0x27) : 0xA1 + draw(9);
+        const unsigned column = 0xA1 + draw(row == 0xA1 ? 3 : 94);  // not A1A4, A1AA
+        const char pair[2] = {static_cast<char>(row), static_cast<char>(column)};
+        std::uint32_t cp;
+        if (gb2312_char_to_uni(pair, 2, &cp) == 2) gb.append(pair, 2);
+      }
+      if (draw(50) == 0) break;
+    }
+    if (gb.empty()) continue;
+    const std::string utf8 = through_iconv("UTF-8", "EUC-CN", gb);
+    ASSERT_EQ(utf8, to_utf8(gb)) << round;
+    ASSERT_EQ(gb, to_gb(utf8, 2048)) << round;
+  }
+}
+
+/// UTF-8 to GB2312 character by character.
+std::string one_by_one(const std::string& utf8, std::size_t cap) {
+  std::string out;
+  int codes = 0;
+  for (const char* p = utf8.c_str(); *p != '\0' && codes < 511; ++codes) {
+    std::uint32_t cp;
+    p += utf8_decode_char(p, &cp);
+    unsigned char pair[2];
+    std::string bytes(1, '\0');
+    if ((cp & 0xFFFF) <= 0x80) {
+      bytes[0] = static_cast<char>(cp);
+    } else if (uni_to_gb2312_char(cp & 0xFFFF, pair, 2) == 2) {
+      bytes = {static_cast<char>(pair[0] | 0x80), static_cast<char>(pair[1] | 0x80)};
+    }
+    if (out.size() + bytes.size() >= cap) break;
+    out += bytes;
+  }
+  return out;
+}
+
+TEST(Gb2312, damaged_texts_come_out_as_one_by_one) {
+  std::mt19937 random(8);
+  const auto draw = [&](std::size_t below) { return static_cast<unsigned>(random() % below); };
+  for (int round = 0; round < 20000; ++round) {
+    std::string utf8;
+    for (unsigned i = draw(60); i > 0; --i) utf8 += "\xE4\xBD\xA0\xE5\xA5\xBDmore";
+    for (unsigned i = draw(8); i > 0 && !utf8.empty(); --i) {
+      const std::size_t at = draw(utf8.size());
+      if (draw(2) == 0) {
+        utf8[at] = static_cast<char>(draw(255) + 1);
+      } else {
+        utf8.erase(at, draw(5));
+      }
+    }
+    if (utf8.empty()) continue;
+    const std::size_t cap = draw(3) == 0 ? draw(100) + 1 : 1024;
+    // Exactly these sizes, so that the sanitizers see a byte too many.
+    const std::vector<char> in(utf8.begin(), utf8.end());
+    std::vector<char> out(cap, '#');
+    ASSERT_EQ(0, utf8_to_gb2312(out.data(), static_cast<int>(cap), in.data(),
+                                static_cast<int>(in.size())));
+    const std::string expected = one_by_one(utf8, cap);
+    ASSERT_EQ(expected, std::string(out.data(), expected.size())) << round;
+    ASSERT_EQ('\0', out[expected.size()]) << round;
   }
 }
 
