@@ -164,7 +164,8 @@ void list(benchmark::State& state, MalcListType listtype) {
   MalcQuery query;
   query.listtype = listtype;
   query.limit = state.range(2) == 0 ? 2147483647 : static_cast<int>(state.range(2));
-  std::size_t printed = 0;
+  // Once unmeasured: in a virtual machine memory that no run has touched comes from its host first.
+  std::size_t printed = run_listing(query, events);
   for (auto _ : state) printed = run_listing(query, events);
   report(state, count, printed);
 }

@@ -14,18 +14,53 @@ namespace {
 
 constexpr std::uint32_t kAllOnes = 0xffffffff;
 
-/// One decimal part of an address.
-struct Part {
-  std::uint32_t value = 0;  ///< modulo 2^32
-  bool wrapped = false;     ///< the number did not fit 32 bits
-
-  void add_digit(unsigned digit) {
-    const std::uint64_t next = std::uint64_t{value} * 10 + digit;
-    value = static_cast<std::uint32_t>(next);
-    wrapped = wrapped || next > kAllOnes;
+/// Reads the digits at `text`, which moves behind them, modulo 2^64.
+std::uint64_t read_digits(const char*& text) {
+  std::uint64_t value = 0;
+  for (unsigned digit; (digit = static_cast<unsigned char>(*text) - unsigned{'0'}) <= 9; ++text) {
+    value = value * 10 + digit;
   }
-  bool is_at_most(std::uint32_t limit) const { return !wrapped && value <= limit; }
-};
+  return value;
+}
+
+/// Whether the number whose digits stand at first..end, `value` modulo 2^64, is at most `limit`.
+bool is_at_most(std::uint32_t limit, std::uint64_t value, const char* first, const char* end) {
+  constexpr std::ptrdiff_t kNeverWraps = 19;
+  if (end - first > kNeverWraps) {
+    while (first != end && *first == '0') ++first;
+    if (end - first > kNeverWraps) return false;
+  }
+  return value <= limit;
+}
+
+/// Reads one to three digits at `text`, which moves behind them. False without a digit.
+bool read_octet(const char*& text, unsigned& value) {
+  const auto digit = [&](int i) { return static_cast<unsigned char>(text[i]) - unsigned{'0'}; };
+  value = digit(0);
+  if (value > 9) return false;
+  if (const unsigned second = digit(1); second > 9) {
+    text += 1;
+  } else if (const unsigned third = digit(2); third > 9) {
+    value = value * 10 + second;
+    text += 2;
+  } else {
+    value = value * 100 + second * 10 + third;
+    text += 3;
+  }
+  return true;
+}
+
+/// Takes four plain octets, as addresses are nearly always written; anything else is refused.
+bool parse_plain_ipv4(const char* text, std::uint32_t* addr) {
+  unsigned a = 0, b = 0, c = 0, d = 0;
+  if (!read_octet(text, a) || *text++ != '.') return false;
+  if (!read_octet(text, b) || *text++ != '.') return false;
+  if (!read_octet(text, c) || *text++ != '.') return false;
+  if (!read_octet(text, d) || *text != '\0') return false;
+  if (a > 255 || b > 255 || c > 255 || d > 255) return false;
+  *addr = a << 24 | b << 16 | c << 8 | d;
+  return true;
+}
 
 /// Values of the hexadecimal digits, -1 for every other byte.
 struct HexDigits {
@@ -109,25 +144,20 @@ constexpr OctetTexts kOctets = make_octet_texts();
 
 int parse_ipv4(const char* text, std::uint32_t* addr) {
   if (text == nullptr) return -1;
+  if (parse_plain_ipv4(text, addr)) return 0;
   std::uint32_t high = 0;
-  int parts = 0;  // finished before the current one
-  Part part;
-  for (;; ++text) {
-    const unsigned digit = static_cast<unsigned char>(*text) - unsigned{'0'};
-    if (digit <= 9) {
-      part.add_digit(digit);
-    } else if (*text == '.') {
-      if (!part.is_at_most(255) || parts == 3) return -1;
-      high |= part.value << (24 - 8 * parts++);
-      part = Part();
-    } else {
-      break;
+  for (int parts = 0;; ++parts) {
+    const char* const first = text;
+    const std::uint64_t value = read_digits(text);
+    if (*text == '\0') {
+      if (parts > 0 && !is_at_most(kAllOnes >> (8 * parts), value, first, text)) return -1;
+      *addr = high | static_cast<std::uint32_t>(value);
+      return 0;
     }
+    if (*text != '.' || parts == 3 || !is_at_most(255, value, first, text)) return -1;
+    high |= static_cast<std::uint32_t>(value) << (24 - 8 * parts);
+    ++text;
   }
-  if (*text != '\0') return -1;
-  if (parts > 0 && !part.is_at_most(kAllOnes >> (8 * parts))) return -1;
-  *addr = high | part.value;
-  return 0;
 }
 
 int parse_ipv4_range(char* text, std::uint32_t* low, std::uint32_t* high) {

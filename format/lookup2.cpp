@@ -21,15 +21,19 @@ constexpr void mix(State& s) {
   s.c = (s.c - s.a - s.b) ^ (s.b >> 15);
 }
 
-/// The first `count` bytes (at most 4), little-endian.
-std::uint32_t word(const unsigned char* p, std::size_t count) {
-  std::uint32_t value = 0;
-  for (std::size_t i = 0; i < count; ++i) value |= std::uint32_t{p[i]} << (8 * i);
-  return value;
+/// Four bytes, little-endian; written so that the compiler sees one load.
+std::uint32_t word(const unsigned char* p) {
+  return std::uint32_t{p[0]} | std::uint32_t{p[1]} << 8 | std::uint32_t{p[2]} << 16 |
+         std::uint32_t{p[3]} << 24;
 }
 
-std::size_t at_most(std::size_t n, std::size_t limit) {
-  return n < limit ? n : limit;
+/// The first `count` bytes (at most 3), little-endian.
+std::uint32_t part(const unsigned char* p, std::size_t count) {
+  std::uint32_t value = 0;
+  if (count > 0) value |= p[0];
+  if (count > 1) value |= std::uint32_t{p[1]} << 8;
+  if (count > 2) value |= std::uint32_t{p[2]} << 16;
+  return value;
 }
 
 }  // namespace
@@ -39,15 +43,22 @@ std::uint32_t lookup2(const void* bytes, std::size_t length, std::uint32_t initi
   State s{kGolden, kGolden, initial};
   std::size_t left = length;
   for (; left >= 12; left -= 12, p += 12) {
-    s.a += word(p, 4);
-    s.b += word(p + 4, 4);
-    s.c += word(p + 8, 4);
+    s.a += word(p);
+    s.b += word(p + 4);
+    s.c += word(p + 8);
     mix(s);
   }
   s.c += static_cast<std::uint32_t>(length);
-  if (left > 0) s.a += word(p, at_most(left, 4));
-  if (left > 4) s.b += word(p + 4, at_most(left - 4, 4));
-  if (left > 8) s.c += word(p + 8, left - 8) << 8;  // c's low byte holds the length
+  if (left >= 8) {
+    s.a += word(p);
+    s.b += word(p + 4);
+    s.c += part(p + 8, left - 8) << 8;  // c's low byte holds the length
+  } else if (left >= 4) {
+    s.a += word(p);
+    s.b += part(p + 4, left - 4);
+  } else {
+    s.a += part(p, left);
+  }
   mix(s);
   return s.c;
 }

@@ -35,6 +35,14 @@ double in_units(std::uint64_t value, std::uint64_t unit) {
 }  // namespace
 
 int parse_atoi(const char* text) {
+  if (text != nullptr) {
+    int value = 0;
+    int digits = 0;  // nearly all numbers: digits alone, too few to overflow
+    for (; digits < 9 && text[digits] >= '0' && text[digits] <= '9'; ++digits) {
+      value = value * 10 + (text[digits] - '0');
+    }
+    if (digits > 0 && text[digits] == '\0') return value;
+  }
   return text == nullptr ? 0 : static_cast<int>(std::strtol(text, nullptr, 10));
 }
 

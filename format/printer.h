@@ -17,7 +17,7 @@ namespace qsvmon {
 /// out in the order they were put. A destination that fails swallows the rest, as printf's would.
 class Printer {
  public:
-  static constexpr std::size_t kBufferBytes = 64 * 1024;
+  static constexpr std::size_t kBufferBytes = std::size_t{64} << 10;
   /// The most that one `room` call may ask for.
   static constexpr std::size_t kMaxRoom = 4096;
 

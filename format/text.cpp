@@ -36,15 +36,42 @@ char* unquoted(char* value) {
   return value;
 }
 
+/// Non-zero when one of the 8 bytes is below 14: a tab, CR, LF or NUL among others.
+std::uint64_t controls_in(const char* eight) {
+  constexpr std::uint64_t kOnes = 0x0101010101010101;
+  std::uint64_t bytes = 0;
+  std::memcpy(&bytes, eight, sizeof bytes);
+  return (bytes - 14 * kOnes) & ~bytes & 0x80 * kOnes;
+}
+
+/// Whether any byte is below 14; true as well for a text too short to ask by eights.
+bool may_have_control(const char* text, std::size_t length) {
+  if (length < 8) return true;
+  std::uint64_t found = controls_in(text + length - 8);
+  for (std::size_t i = 0; i + 8 < length; i += 8) found |= controls_in(text + i);
+  return found != 0;
+}
+
 }  // namespace
 
 char* trim(char* text) {
   if (text == nullptr) return nullptr;
   while (*text == ' ') ++text;
   char* end = text;
-  for (; *end != '\0' && *end != '\r' && *end != '\n'; ++end) {
+  for (;; ++end) {
+    if (static_cast<unsigned char>(*end) > '\r') continue;  // nearly all: one test a character
     if (*end == '\t') *end = ' ';
+    if (*end == '\0' || *end == '\r' || *end == '\n') break;
   }
+  while (end > text && end[-1] == ' ') --end;
+  *end = '\0';
+  return text;
+}
+
+char* trim_length(char* text, std::size_t length) {
+  if (text == nullptr || may_have_control(text, length)) return trim(text);
+  char* end = text + length;
+  while (*text == ' ') ++text;
   while (end > text && end[-1] == ' ') --end;
   *end = '\0';
   return text;
@@ -54,14 +81,17 @@ char* next_keyvalue(char* text, char** value, char** save) {
   *value = nullptr;
   *save = text;
   if (text == nullptr) return nullptr;
-  char* word = text + std::strspn(text, " ");
-  char* end = word + std::strcspn(word, " ");
-  *save = end;
-  if (*end != '\0') {
+  char* word = text;
+  while (*word == ' ') ++word;
+  char* end = std::strchr(word, ' ');
+  if (end != nullptr) {
     *end = '\0';
     *save = end + 1;
+  } else {
+    end = word + std::strlen(word);
+    *save = end;
   }
-  char* equals = std::strchr(word, '=');
+  auto* equals = static_cast<char*>(std::memchr(word, '=', static_cast<std::size_t>(end - word)));
   if (equals == nullptr) return nullptr;
   *equals = '\0';
   *value = unquoted(equals + 1);

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <cstddef>
+#include <cstring>
+#include <string_view>
+
 namespace qsvmon {
 
 /// Trims one line in place: skips leading blanks, turns each tab of the rest into a blank, ends the
@@ -8,6 +12,10 @@ namespace qsvmon {
 /// KEEP: only blanks are skipped in front, and before tabs are turned; a line that begins with a
 /// tab begins with a blank afterwards.
 char* trim(char* text);
+
+/// `trim` of a text whose length to its last NUL is known, which need not look at every character
+/// by itself; a NUL within the length ends the text as ever.
+char* trim_length(char* text, std::size_t length);
 
 /// Takes the next blank-separated word of `text` and cuts it at its first "=". Returns the key and
 /// stores the value; a value that begins with a double quote loses it, and then one at its end.
@@ -25,5 +33,12 @@ char* escape_ctl(const char* src, char* dst);
 /// 1 when min <= length of `text` <= max, and then copies it with its NUL to `dst` unless that is
 /// null; else 0. A null text gives 0.
 int copy_len_in(const char* text, int min, int max, char* dst);
+
+/// The text in a fixed-width field of a record: up to its NUL, or all of its bytes. Valid as long
+/// as the field.
+template <std::size_t Width>
+std::string_view field_text(const char (&field)[Width]) {
+  return {field, ::strnlen(field, Width)};
+}
 
 }  // namespace qsvmon

@@ -62,8 +62,8 @@ LocalTime convert(std::uint32_t seconds) {
 }
 
 std::int64_t offset_of(const LocalTime& t, std::uint32_t seconds) {
-  return days_from_date(t.year, t.month, t.day) * kDaySeconds + t.hour * 3600 + t.minute * 60 +
-         t.second - std::int64_t{seconds};
+  const int into_day = t.hour * 3600 + t.minute * 60 + t.second;
+  return days_from_date(t.year, t.month, t.day) * kDaySeconds + into_day - std::int64_t{seconds};
 }
 
 /// The offset of a whole block: taken at both ends, since a zone changes at most once in 15

@@ -19,7 +19,4 @@ void* large_memory_take(std::size_t bytes, Pages pages);
 /// Gives back what `large_memory_take(bytes, ...)` returned; null is ignored.
 void large_memory_give(void* piece, std::size_t bytes);
 
-/// Fills `bytes` at `seed` with bytes that nobody outside this process can guess.
-void random_seed(void* seed, std::size_t bytes);
-
 }  // namespace qsvmon

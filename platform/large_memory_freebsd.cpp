@@ -1,6 +1,5 @@
 #include "platform/large_memory.h"
 
-#include <stdlib.h>
 #include <sys/mman.h>
 
 namespace qsvmon {
@@ -15,10 +14,6 @@ void* large_memory_take(std::size_t bytes, Pages pages) {
 
 void large_memory_give(void* piece, std::size_t bytes) {
   if (piece != nullptr) ::munmap(piece, bytes);
-}
-
-void random_seed(void* seed, std::size_t bytes) {
-  ::arc4random_buf(seed, bytes);
 }
 
 }  // namespace qsvmon

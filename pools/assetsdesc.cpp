@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "format/address.h"
+#include "format/lookup2.h"
 #include "format/number.h"
 #include "format/printer.h"
 #include "format/request_error.h"
@@ -74,9 +75,9 @@ void unlink(AssetsPool& pool, AssetsObject& object) {
   if (object.kind == kAssetsText) {
     pool.by_value.remove(pool.objects, object.id - 1);
   } else if (object.value.ip != 0) {
-    AssetsObject** place = address_bucket(pool, object.value.ip);
-    while (*place != &object) place = &(*place)->next;
-    *place = object.next;
+    AssetsObject** at = address_bucket(pool, object.value.ip);
+    while (*at != &object) at = &(*at)->next;
+    *at = object.next;
   }
 }
 
@@ -160,7 +161,7 @@ const char* store_group(AssetsPool& pool, AssetsGroup& group) {
 int assetsdesc_init() {
   static constexpr ConfigSection kSections[] = {{"group", assetsgrp_line},
                                                 {"assets", assetsobj_line}};
-  if (holder.renew() == nullptr) {
+  if (holder.renew(pages_for(kAssetsConfigPath)) == nullptr) {
     standard_out().put("assetsdesc_init: fail to alloc ", kReportedBytes, " bytes\n");
     return -1;
   }
@@ -197,7 +198,10 @@ const AssetsObject* assetsobj_find_value(const char* text, std::size_t len) {
   const std::size_t chars = ::strnlen(text, len);
   // A length beyond the text takes in its NUL: the value must then end there too.
   const std::size_t compared = chars < len ? chars + 1 : chars;
-  return pool->by_value.find(pool->objects, ValueIndex::bucket_of(text), text, compared);
+  const bool is_counted = chars < len || chars >= kNameHashBytes;  // far enough for the bucket
+  const std::uint32_t bucket =
+      ValueIndex::bucket_of(text, is_counted ? chars : ::strnlen(text, kNameHashBytes));
+  return pool->by_value.find(pool->objects, bucket, text, compared);
 }
 
 void assetsgrp_line(RpcRequest& line) {

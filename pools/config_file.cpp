@@ -1,9 +1,11 @@
 #include "pools/config_file.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
 
 namespace qsvmon {
 namespace {
@@ -14,25 +16,23 @@ constexpr std::size_t kMaxSectionText = 119;
 /// trimmed, so that the lines of other sections cost next to nothing.
 const ConfigSection* find_section(const char* text, std::span<const ConfigSection> sections) {
   for (const ConfigSection& section : sections) {
-    const std::size_t length = section.word.size();
-    // A comparison that stops at the NUL: the text may be shorter than the word.
-    if (std::strncmp(text, section.word.data(), length) == 0 &&
-        (text[length] == ' ' || text[length] == '\t')) {
-      return &section;
-    }
+    std::size_t same = 0;
+    while (same < section.word.size() && text[same] == section.word[same]) ++same;
+    if (same == section.word.size() && (text[same] == ' ' || text[same] == '\t')) return &section;
   }
   return nullptr;
 }
 
 /// `line` is the record that the file's lines share.
-void take_line(char* text, std::span<const ConfigSection> sections, RpcRequest& line) {
+void take_line(char* text, std::size_t length, std::span<const ConfigSection> sections,
+               RpcRequest& line) {
+  const char* const end = text + length;
   while (*text == ' ') ++text;
   const ConfigSection* const section = find_section(text, sections);
   if (section == nullptr) return;
-  text = trim(text);
-  const std::size_t length = std::strlen(text);
-  if (length <= section->word.size()) return;  // nothing but blanks followed the word
+  trim_length(text, static_cast<std::size_t>(end - text));
   char* rest = text + section->word.size();
+  if (*rest == '\0') return;  // nothing but blanks followed the word
   *rest++ = '\0';
   while (*rest == ' ') ++rest;
   set_errtext(line, section->word.substr(0, kMaxSectionText));
@@ -55,9 +55,11 @@ char* PieceReader::next() {
   char* const piece = buffer_ + begin_;
   if (auto* lf = static_cast<char*>(std::memchr(piece, '\n', limit)); lf != nullptr) {
     *lf = '\0';
-    begin_ += static_cast<std::size_t>(lf - piece) + 1;
+    length_ = static_cast<std::size_t>(lf - piece);
+    begin_ += length_ + 1;
     return piece;
   }
+  length_ = limit;
   begin_ += limit;
   covered_ = piece[limit];
   covering_ = true;
@@ -85,7 +87,7 @@ void PieceReader::refill() {
 void read_config(int fd, std::span<const ConfigSection> sections) {
   PieceReader pieces(fd);
   RpcRequest line{};
-  while (char* text = pieces.next()) take_line(text, sections, line);
+  while (char* text = pieces.next()) take_line(text, pieces.length(), sections, line);
 }
 
 int read_config_file(const char* path, std::span<const ConfigSection> sections) {
@@ -94,6 +96,14 @@ int read_config_file(const char* path, std::span<const ConfigSection> sections) 
   read_config(fd, sections);
   ::close(fd);
   return 0;
+}
+
+Pages pages_for(const char* path) {
+  constexpr off_t kLargeFile = off_t{128} << 10;
+  struct stat file;
+  return ::stat(path, &file) == 0 && S_ISREG(file.st_mode) && file.st_size >= kLargeFile
+             ? Pages::kWhole
+             : Pages::kOnTouch;
 }
 
 }  // namespace qsvmon

@@ -1,11 +1,12 @@
 #pragma once
 
 #include <cstddef>
-#include <cstring>
 #include <span>
 #include <string_view>
+#include <utility>
 
 #include "format/text.h"
+#include "platform/large_memory.h"
 #include "rpc/request.h"
 
 namespace qsvmon {
@@ -32,11 +33,14 @@ class PieceReader {
   /// The next piece without its LF, NUL-terminated; null at the end. A read error is an end. A NUL
   /// byte in the file ends the text early. Valid, and free to be changed, until the next call.
   char* next();
+  /// Length of the piece that `next` returned, its LF not counted.
+  std::size_t length() const { return length_; }
 
  private:
   void refill();
 
   int fd_;
+  std::size_t length_ = 0;
   bool at_end_ = false;
   char covered_ = '\0';  ///< the byte that a full piece's NUL stands on
   bool covering_ = false;
@@ -53,6 +57,10 @@ int read_config_file(const char* path, std::span<const ConfigSection> sections);
 /// The same for an open file; `fd` stays open.
 void read_config(int fd, std::span<const ConfigSection> sections);
 
+/// The pages for a pool that is about to be loaded from the file: large ones for a file that will
+/// fill hundreds of small ones, each with a fault of its own.
+Pages pages_for(const char* path);
+
 /// Walks the key=value words of a line: blank-separated, up to the end or a word without "=".
 class LineWords {
  public:
@@ -62,10 +70,19 @@ class LineWords {
     key_ = next_keyvalue(rest_, &value_, &rest_);
     return key_ != nullptr;
   }
-  bool is(const char* key) const { return std::strcmp(key_, key) == 0; }
+  template <std::size_t N>
+  bool is(const char (&key)[N]) const {
+    return equals(key, std::make_index_sequence<N>());
+  }
   char* value() const { return value_; }
 
  private:
+  /// Compares up to and with the NUL, without a loop: most keys differ in their first letter.
+  template <std::size_t N, std::size_t... I>
+  bool equals(const char (&key)[N], std::index_sequence<I...>) const {
+    return ((key_[I] == key[I]) && ...);
+  }
+
   char* rest_;
   char* key_ = nullptr;
   char* value_ = nullptr;

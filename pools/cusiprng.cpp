@@ -56,16 +56,14 @@ void sort_rows(CusIpPool& pool) {
 }
 
 /// Stores a range unless it is there already; the first definition wins.
-void store(CusIpPool& pool, std::uint32_t lo, std::uint32_t hi, const char* iprng,
-           const char* info) {
+void store(CusIpPool& pool, std::uint32_t lo, std::uint32_t hi, const CusIpInfo& texts) {
   const std::uint64_t pair = std::uint64_t{lo} << 32 | hi;
   std::uint64_t* const seen = find_seen(pool, pair);
   if (*seen == pair) return;
   *seen = pair;
   const auto row = static_cast<std::uint32_t>(pool.count++);
   // Every row has its slot and no slot is ever freed: the first free one is the row's own.
-  set_field(pool.infos[row].iprng, iprng);
-  set_field(pool.infos[row].info, info);
+  pool.infos[row] = texts;
   pool.high_water = row + 1;
   pool.ranges[row] = {lo, hi, row + 1};
   if (row > 0 && pool.ranges[row - 1].lo > lo) pool.unsorted = true;
@@ -73,8 +71,8 @@ void store(CusIpPool& pool, std::uint32_t lo, std::uint32_t hi, const char* iprn
 
 }  // namespace
 
-int cusiprng_init() {
-  return holder.renew() == nullptr ? -1 : 0;
+int cusiprng_init(Pages pages) {
+  return holder.renew(pages) == nullptr ? -1 : 0;
 }
 
 std::int32_t cusiprng_count() {
@@ -114,24 +112,24 @@ const CusIpInfo* cusiprng_info(const CusIpRange& range) {
 void cusiprng_line(RpcRequest& line) {
   std::uint32_t lo = 0;
   std::uint32_t hi = 0;
-  char iprng[sizeof CusIpInfo::iprng] = "";
-  const char* info = "";
+  CusIpInfo texts;
+  texts.iprng[0] = texts.info[0] = '\0';
   for (LineWords words(line); words.next();) {
     if (words.is("iprng")) {
-      set_field(iprng, words.value());  // before the parser cuts it
+      set_field(texts.iprng, words.value());  // before the parser cuts it
       if (parse_ipv4_range(words.value(), &lo, &hi) != 0) return set_request_error(line, "INV_IP");
     } else if (words.is("info")) {
-      info = words.value();
+      set_field(texts.info, words.value());
     }
   }
   // An empty label counts as none: its slot would pass for free.
-  if (lo == 0 || hi == 0 || *info == '\0') return set_request_error(line, "INV_IP_INFO");
+  if (lo == 0 || hi == 0 || texts.info[0] == '\0') return set_request_error(line, "INV_IP_INFO");
   CusIpPool* const pool = holder.get();
   if (pool == nullptr) return;
   if (pool->count >= static_cast<std::int32_t>(kCusIpRanges)) {
     return set_request_error(line, "POOL_FULL");
   }
-  store(*pool, lo, hi, iprng, info);
+  store(*pool, lo, hi, texts);
 }
 
 void cusiprng_release() {

@@ -52,8 +52,16 @@ IpMacDesc* take_free(IpMacPool& pool) {
   return &pool.entries[pool.high_water++];
 }
 
-/// What one "%d" field read as, or false. `text` moves behind it.
+/// The low byte of what a "%d" field reads. `text` moves behind it; false when it reads none.
 bool scan_number(const char*& text, std::uint8_t& low_byte) {
+  unsigned value = 0;
+  int digits = 0;
+  for (; *text >= '0' && *text <= '9' && digits < 4; ++digits) {
+    value = value * 10 + static_cast<unsigned>(*text++ - '0');
+  }
+  low_byte = static_cast<std::uint8_t>(value);
+  if (digits > 0 && digits < 4) return true;
+  text -= digits;  // a sign, blanks, a number of any length
   char* end = nullptr;
   low_byte = static_cast<std::uint8_t>(std::strtoll(text, &end, 10));
   const bool found = end != text;
@@ -146,7 +154,7 @@ IpMacDesc* ipmacdesc_set(const IpMacDesc& entry, std::uint16_t pid) {
     stored->next = *bucket;
     *bucket = stored;
   }
-  set_field(stored->desc, entry.desc);
+  std::memmove(stored->desc, entry.desc, sizeof stored->desc);  // may be the entry itself
   stored->pid = pid;
   return stored;
 }

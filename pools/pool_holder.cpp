@@ -2,6 +2,6 @@
 
 namespace qsvmon {
 
-void* (*pool_calloc)(std::size_t count, std::size_t bytes) = std::calloc;
+void* (*pool_take)(std::size_t bytes, Pages pages) = large_memory_take;
 
 }  // namespace qsvmon

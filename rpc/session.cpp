@@ -129,6 +129,7 @@ int rpc_init(const char* path, std::size_t bytes) {
   if (bytes < kMinAreaBytes) bytes = kMinAreaBytes;
   if (!create_segment(bytes)) return init_failed("shmget");
   void* area = ::shmat(session.segment, nullptr, 0);
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): what shmat returns when it fails
   if (area == reinterpret_cast<void*>(-1)) return init_failed("shmat");
   session.area = static_cast<char*>(area);
   session.area_bytes = bytes;

@@ -5,6 +5,7 @@
 
 #include "commands/listing/batches.h"
 #include "format/number.h"
+#include "format/text.h"
 #include "platform/appliance_paths.h"
 
 namespace qsvmon {
@@ -29,9 +30,8 @@ Status parse_asset_query(Words words, AssetQuery& query) {
 
 void print_asset_objects(Printer& out, std::span<const AssetObjectRecord> objects) {
   for (const AssetObjectRecord& object : objects) {
-    const std::string_view name{object.name, ::strnlen(object.name, sizeof object.name)};
     out.put(object.num1, ' ', static_cast<std::int32_t>(object.num2), ' ',
-            static_cast<std::int32_t>(object.num3), ' ', name, '\n');
+            static_cast<std::int32_t>(object.num3), ' ', field_text(object.name), '\n');
   }
 }
 

@@ -1,6 +1,6 @@
 #include "commands/listing/key_hash.h"
 
-#include "platform/large_memory.h"
+#include "platform/random_seed.h"
 
 namespace qsvmon {
 

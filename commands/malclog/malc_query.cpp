@@ -1,9 +1,8 @@
 #include "commands/malclog/malc_query.h"
 
-#include <cstdlib>
-
 #include "format/address.h"
 #include "format/byte_order.h"
+#include "format/number.h"
 
 namespace qsvmon {
 namespace {
@@ -56,11 +55,6 @@ constexpr ListTypeWord kListTypes[] = {
     {"listtype=det", MalcListType::kDetail}, {"listtype=hos", MalcListType::kHost},
 };
 
-/// What the C library's conversion gives: leading blanks and a sign are taken, other text is 0.
-int number_of(const char* text) {
-  return static_cast<int>(std::strtol(text, nullptr, 10));
-}
-
 Status take_word(const char* word, MalcQuery& query) {
   for (const ChoiceWord& choice : kChoices) {
     if (after_prefix(word, choice.prefix)) query.*choice.member = choice.value;
@@ -68,7 +62,7 @@ Status take_word(const char* word, MalcQuery& query) {
   if (const char* text = after_prefix(word, "host=")) query.host = text;
   for (const NumberWord& number : kNumbers) {
     if (const char* text = after_prefix(word, number.prefix))
-      query.*number.member = number_of(text);
+      query.*number.member = parse_atoi(text);
   }
   for (const AddressWord& address : kAddresses) {
     const char* text = after_prefix(word, address.prefix);

@@ -3,9 +3,9 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
-#include <string_view>
 #include <type_traits>
+
+#include "format/text.h"
 
 namespace qsvmon {
 
@@ -65,11 +65,5 @@ constexpr int kSlots = 64;  ///< signatures at once; a slot is the bit number in
 /// The client's own copy of the signature table.
 using SignatureTable = std::array<MalcTid, kSlots>;
 static_assert(sizeof(SignatureTable) == 2560);
-
-/// The text in a fixed-width field: up to its NUL or its width. Valid as long as the field.
-template <std::size_t Width>
-std::string_view field_text(const char (&field)[Width]) {
-  return {field, ::strnlen(field, Width)};
-}
 
 }  // namespace qsvmon

@@ -20,13 +20,20 @@ namespace qsvmon {
 struct Tally {
   static constexpr int kFew = 4;
 
+  /// True when `slots` has more than kFew bits. For the oldest processors that this is built for,
+  /// std::popcount is a call, which every record would pay several times.
+  static bool is_many(std::uint64_t slots) {
+    for (int i = 0; i < kFew; ++i) slots &= slots - 1;
+    return slots != 0;
+  }
+
   std::uint64_t slots;  ///< slots that were ever counted
   union {
     std::uint16_t few[kFew];
     std::uint32_t block;  ///< its number, once more than kFew slots were counted
   };
 
-  bool has_block() const { return std::popcount(slots) > kFew; }
+  bool has_block() const { return is_many(slots); }
 };
 static_assert(sizeof(Tally) == 16 && std::is_trivially_copyable_v<Tally>);
 
@@ -39,17 +46,16 @@ class TallyBlocks {
   /// tallies; asked before a row is made, so that none is made that cannot be counted. False
   /// without memory.
   bool ready_for(std::uint64_t slots) {
-    return std::popcount(slots) <= Tally::kFew || blocks_.reserve(kFoldGroup);
+    return !Tally::is_many(slots) || blocks_.reserve(kFoldGroup);
   }
 
   /// Adds 1 to every slot of `slots` in `tally`. Returns false, with the tally as it was, when
   /// there is no memory.
   bool count(Tally& tally, std::uint64_t slots) {
-    if ((slots & ~tally.slots) != 0 || tally.has_block()) return count_more(tally, slots);
-    for (; slots != 0; slots &= slots - 1) {
-      const std::uint64_t below = (slots & (~slots + 1)) - 1;
-      ++tally.few[std::popcount(tally.slots & below)];
-    }
+    if (tally.has_block() || Tally::is_many(slots)) return count_many(tally, slots);
+    if (tally.slots == 0) tally.slots = slots;  // the counts are 0 already
+    if (tally.slots != slots) return count_some(tally, slots);
+    for (int i = 0; i < Tally::kFew && slots != 0; ++i, slots &= slots - 1) ++tally.few[i];
     return true;
   }
 
@@ -57,8 +63,8 @@ class TallyBlocks {
   std::uint16_t count_of(const Tally& tally, int slot) const {
     const std::uint64_t bit = std::uint64_t{1} << slot;
     if (!(tally.slots & bit)) return 0;
-    if (!tally.has_block()) return tally.few[std::popcount(tally.slots & (bit - 1))];
-    return blocks_[tally.block].counts[slot];
+    if (tally.has_block()) return blocks_[tally.block].counts[slot];
+    return tally.few[std::popcount(tally.slots & (bit - 1))];
   }
 
  private:
@@ -66,8 +72,9 @@ class TallyBlocks {
     std::uint16_t counts[kSlots];
   };
 
-  bool count_more(Tally& tally, std::uint64_t slots);
-  bool widen(Tally& tally, std::uint64_t all);
+  bool count_some(Tally& tally, std::uint64_t slots);
+  bool count_many(Tally& tally, std::uint64_t slots);
+  bool move_to_block(Tally& tally);
 
   EntryBlocks<Block> blocks_;
 };

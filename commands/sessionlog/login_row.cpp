@@ -8,6 +8,7 @@
 #include "commands/sessionlog/session_row.h"
 #include "format/address.h"
 #include "format/byte_order.h"
+#include "format/text.h"
 #include "format/time.h"
 
 namespace qsvmon {
@@ -71,15 +72,15 @@ std::string_view ftp_verb(std::uint8_t optype) {
 }
 
 void FtpRow::print(Printer& out) {
-  print_head(out, record_->head, field_text(record_->user, sizeof record_->user), labels_);
-  out.put(",\"optype\":\"", ftp_verb(record_->optype), "\",\"name\":\"",
-          field_text(record_->name, sizeof record_->name), "\"}");
+  print_head(out, record_->head, field_text(record_->user), labels_);
+  out.put(",\"optype\":\"", ftp_verb(record_->optype), "\",\"name\":\"", field_text(record_->name),
+          "\"}");
 }
 
 void FtpRow::write(CsvSheet& sheet) const {
-  write_head(sheet, record_->head, field_text(record_->user, sizeof record_->user));
+  write_head(sheet, record_->head, field_text(record_->user));
   csv_text_as_utf8(sheet, ftp_verb(record_->optype));
-  csv_text(sheet, field_text(record_->name, sizeof record_->name));
+  csv_text(sheet, field_text(record_->name));
 }
 
 void FtpRow::write_header(CsvSheet& sheet) {
@@ -89,14 +90,14 @@ void FtpRow::write_header(CsvSheet& sheet) {
 }
 
 void TelnetRow::print(Printer& out) {
-  print_head(out, record_->head, field_text(record_->user, sizeof record_->user), labels_);
+  print_head(out, record_->head, field_text(record_->user), labels_);
   const std::size_t length = std::min<std::size_t>(record_->cmdlen, sizeof record_->cmd);
   out.put(",\"cmd\":\"", CleanCommand{{record_->cmd, length}}, "\"}");
 }
 
 void TelnetRow::write(CsvSheet& sheet) const {
-  write_head(sheet, record_->head, field_text(record_->user, sizeof record_->user));
-  csv_text(sheet, field_text(record_->cmd, sizeof record_->cmd));
+  write_head(sheet, record_->head, field_text(record_->user));
+  csv_text(sheet, field_text(record_->cmd));
 }
 
 void TelnetRow::write_header(CsvSheet& sheet) {

@@ -56,7 +56,7 @@ int encoded_word(std::string_view word, char* out, int outcap) {
   if (static_cast<std::ptrdiff_t>(word.size()) < kShortestWord) return -1;
   word.remove_prefix(2);
   const std::size_t name = word.substr(0, ::strnlen(word.data(), word.size())).find('?');
-  if (name == std::string_view::npos || name >= kCharsetBytes) return -1;
+  if (name >= kCharsetBytes) return -1;  // none is larger still
   const std::string_view charset = word.substr(0, name);
   const bool utf8 = begins_with(charset, "utf-8");
   if (!utf8 && !begins_with(charset, "gb")) {

@@ -35,8 +35,4 @@ void csv_ends(CsvSheet& sheet, const SessionEnds& ends, std::uint16_t sport, std
   csv_number(sheet, dport);
 }
 
-std::string_view field_text(const char* field, std::size_t width) {
-  return {field, ::strnlen(field, width)};
-}
-
 }  // namespace qsvmon

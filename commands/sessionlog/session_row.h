@@ -36,7 +36,4 @@ void print_labels(Printer& out, const SessionEnds& ends, LabelCache& labels);
 /// The two addresses and ports, four cells. The ports are written as they are handed over.
 void csv_ends(CsvSheet& sheet, const SessionEnds& ends, std::uint16_t sport, std::uint16_t dport);
 
-/// The text of a field of `width` bytes, up to its NUL if it has one.
-std::string_view field_text(const char* field, std::size_t width);
-
 }  // namespace qsvmon

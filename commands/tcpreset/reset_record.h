@@ -7,6 +7,7 @@
 #include <type_traits>
 
 #include "format/byte_order.h"
+#include "format/text.h"
 
 namespace qsvmon {
 
@@ -31,7 +32,7 @@ struct [[gnu::packed]] ResetRecord {
   std::uint32_t metric(unsigned first_bit) const {
     return static_cast<std::uint32_t>(metrics >> first_bit) & 0xfffff;
   }
-  std::string_view domain() const { return {name, ::strnlen(name, sizeof name)}; }
+  std::string_view domain() const { return field_text(name); }
 };
 static_assert(sizeof(ResetRecord) == 64 && alignof(ResetRecord) == 1);
 static_assert(offsetof(ResetRecord, time_secs) == 0);

@@ -324,5 +324,49 @@ TEST(CommandTable, AModuleWithoutTheSubcommandDoesNotEndTheSearch) {
                  0});
 }
 
+TEST(CommandTable, EveryHandlerGetsAnAreaOfItsRowsSizeAtItsDaemon) {
+  struct {
+    Daemon daemon;
+    std::vector<std::string> words;
+    std::size_t kib;
+  } const rows[] = {
+      {Daemon::kLog, {"qsvlog", "stat"}, 64},
+      {Daemon::kLog, {"qsvquery", "stat"}, 64},
+      {Daemon::kLog, {"worker", "stat"}, 2048},
+      {Daemon::kLog, {"worker", "list"}, 8192},
+      {Daemon::kLog, {"worker", "add"}, 4096},
+      {Daemon::kLog, {"disk", "stat"}, 2048},
+      {Daemon::kLog, {"assetsobj2", "list"}, 2048},
+      {Daemon::kLog, {"table", "get"}, 2048},
+      {Daemon::kLog, {"table", "addip", "5", "1.1.1.1"}, 64},
+      {Daemon::kLog, {"table", "rmvip", "5", "1.1.1.1"}, 64},
+      {Daemon::kLog, {"table", "clear", "5"}, 64},
+      {Daemon::kLog, {"table", "getcmp", "5"}, 2048},
+      {Daemon::kMgmt, {"tcpreset", "listip"}, 2048},
+      {Daemon::kMgmt, {"tcpreset", "listdns"}, 2048},
+      {Daemon::kMgmt, {"tcpreset", "list"}, 2048},
+      {Daemon::kMgmt, {"emaillog", "list"}, 2048},
+      {Daemon::kMgmt, {"ftplog", "list"}, 2048},
+      {Daemon::kMgmt, {"telnetlog", "list"}, 2048},
+      {Daemon::kMgmt, {"malclog", "list", "listtype=dst"}, 2048},
+      {Daemon::kMgmt, {"qsviptable", "get"}, 2048},
+      {Daemon::kMgmt, {"qsviptable", "addip", "5", "1.1.1.1"}, 64},
+      {Daemon::kMgmt, {"qsviptable", "remove", "5", "1.1.1.1"}, 64},
+      {Daemon::kMgmt, {"qsviptable", "clear", "5"}, 64},
+      {Daemon::kMgmt, {"qsviptable", "getcmp", "5"}, 2048},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.words[0] + ' ' + row.words[1]);
+    Appliance appliance;
+    ScriptedDaemon daemon(appliance, row.daemon, {Reply::error(9, "not today")});
+    const Outcome outcome = appliance.run(row.words);
+    EXPECT_EQ(outcome.out, "not today\n");
+    EXPECT_EQ(outcome.exit_status, 255);
+    ASSERT_EQ(daemon.requests().size(), 1U);
+    EXPECT_EQ(daemon.requests()[0].segment_bytes, row.kib * kKib);
+    EXPECT_FALSE(segment_exists(daemon.requests()[0].shmid()));
+  }
+}
+
 }  // namespace
 }  // namespace qsvmon::harness

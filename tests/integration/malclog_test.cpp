@@ -184,6 +184,24 @@ TEST_F(MalclogTest, ACountBeyondTheAreaIsBoundedByIt) {
   }
 }
 
+TEST_F(MalclogTest, FullBatchesOfManyAddresses) {
+  // 26182 records fit behind the table, 26214 into a later batch; the claims are larger.
+  std::string events;
+  for (std::uint32_t i = 0; i < 26214; ++i) events += record({.dst = u32_bytes(i)});
+  std::string others;
+  for (std::uint32_t i = 0; i < 26214; ++i) others += record({.dst = u32_bytes(i + 26000)});
+  Reply first = Reply::records(table() + events.substr(0, 26182 * 80), 30000);
+  first.more();
+  const Outcome outcome = list({first, Reply::records(others, 30000)}, {"listtype=dst", "limit=3"});
+  // The addresses in both batches were hit twice: those of 26000 (0x6590) on, first seen first.
+  EXPECT_EQ(outcome.out,
+            R"({"data":[{"ip":"144.101.0.0","cnt":2,"ip_desc":"",)"
+            R"("list":[{"cnt":2, "id":0, "name":"Emotet", "cname":"NULL"}]},)"
+            R"({"ip":"145.101.0.0","cnt":2,"ip_desc":"",)"
+            R"("list":[{"cnt":2, "id":0, "name":"Emotet", "cname":"NULL"}]}],"count":52214})");
+  EXPECT_EQ(outcome.exit_status, 0);
+}
+
 TEST_F(MalclogTest, ErrorWordsComeBeforeAnyRequest) {
   const std::pair<std::vector<std::string>, std::string> cases[] = {
       {{}, "INV_LISTTYPE\n"},

@@ -53,16 +53,16 @@ TEST(LateAnswer, MayComeInPieces) {
 }
 
 TEST(LateAnswer, ASecondWaitThatRunsOutFails) {
-  // The waits run out after 1.0 and 2.3 seconds.
-  const TimedOutcome timed = run_with(Reply::text("three\n").in_pieces(70, 1300));
+  // The waits run out after 1.0 and 2.7 seconds.
+  const TimedOutcome timed = run_with(Reply::text("three\n").in_pieces(70, 1700));
   EXPECT_EQ(timed.outcome.out, kClosedText);
   EXPECT_EQ(timed.outcome.exit_status, 255);
-  EXPECT_GE(timed.milliseconds, 2300);
+  EXPECT_GE(timed.milliseconds, 2700);
   EXPECT_LT(timed.milliseconds, 10000);
 }
 
 TEST(BrokenAnswer, ClosingEarlyFailsTheCall) {
-  for (const std::size_t sent : {0, 1, 36, 100, 207}) {
+  for (const std::size_t sent : {0U, 1U, 36U, 100U, 207U}) {
     const TimedOutcome timed = run_with(Reply::error(9, "never whole").half(sent));
     EXPECT_EQ(timed.outcome.out, kClosedText) << sent;
     EXPECT_EQ(timed.outcome.err, "");

@@ -76,6 +76,12 @@ TEST(Address, Ipv4TakesClassicShortForms) {
     EXPECT_EQ(addr, c.result == 0 ? c.addr : kUntouched) << c.text;
   }
   std::uint32_t addr = kUntouched;
+  const std::string zeros(30, '0');
+  EXPECT_EQ(parse_ipv4((zeros + "10." + zeros + "1").c_str(), &addr), 0);
+  EXPECT_EQ(addr, 0x0a000001U);
+  addr = kUntouched;
+  EXPECT_EQ(parse_ipv4("18446744073709551617.1", &addr), -1);  // 2^64 + 1
+  EXPECT_EQ(parse_ipv4("1.18446744073709551617", &addr), -1);
   EXPECT_EQ(parse_ipv4(nullptr, &addr), -1);
   EXPECT_EQ(parse_ipv4(std::string(100000, '7').append("x").c_str(), &addr), -1);
   EXPECT_EQ(addr, kUntouched);

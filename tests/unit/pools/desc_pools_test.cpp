@@ -49,7 +49,7 @@ class DescPools : public ConfigFolderTest {
  protected:
   DescPools() { desc_pools_release(); }
   ~DescPools() override {
-    pool_calloc = std::calloc;
+    pool_take = large_memory_take;
     desc_pools_release();
   }
 
@@ -147,14 +147,14 @@ TEST_F(DescPools, ASecondCallMakesFreshPools) {
 // The pools are allocated in the order categories, descriptions, ranges, assets.
 int allocations_left;
 
-void* calloc_few(std::size_t count, std::size_t bytes) {
-  return allocations_left-- == 0 ? nullptr : std::calloc(count, bytes);
+void* take_few(std::size_t bytes, Pages pages) {
+  return allocations_left-- == 0 ? nullptr : large_memory_take(bytes, pages);
 }
 
 std::string printed_without_memory_for(int pool, int wanted_result) {
   CapturedOut out;
   allocations_left = pool;
-  pool_calloc = calloc_few;
+  pool_take = take_few;
   EXPECT_EQ(desc_pools_init(), wanted_result);
   return out.text();
 }

@@ -1,5 +1,8 @@
 #include "pools/ipmacdesc.h"
 
+#include <thread>
+#include <vector>
+
 #include "tests/unit/pools/pool_samples.h"
 
 namespace qsvmon {
@@ -172,6 +175,22 @@ TEST_F(IpMac, AFullPoolDropsNewAddressesAndUpdatesOldOnes) {
   EXPECT_STREQ(find(Bytes4{0, 0, 7, 7})->desc, "n0");
   EXPECT_STREQ(find(Bytes4{1, 2, 7, 7})->desc, "n258");
   EXPECT_EQ(find(Bytes4{16, 0, 7, 7}), nullptr);
+}
+
+TEST_F(IpMac, ThreadsShareThePool) {
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([] {
+      for (int i = 0; i < 1000; ++i) {  // the same addresses by every thread
+        const Bytes6 mac = {
+            1, 2, 3, 4, static_cast<std::uint8_t>(i >> 8), static_cast<std::uint8_t>(i)};
+        EXPECT_EQ(ipmacdesc_setmacdesc(mac.data(), "shared"), 0);
+        EXPECT_NE(find(mac), nullptr);
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(ipmacdesc_count(), 1000U);
 }
 
 TEST_F(IpMac, AFreshPoolIsEmptyAndOldEntriesStayValid) {
