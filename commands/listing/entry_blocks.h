@@ -66,13 +66,13 @@ class EntryBlocks {
   }
 
  private:
-  static constexpr std::uint32_t entries_of(std::size_t bytes) {
-    std::uint32_t entries = kBlockEntries;
-    while (std::size_t{entries} * 2 * sizeof(Entry) <= bytes) entries *= 2;
-    return entries;
-  }
-  static constexpr std::uint32_t kPieceEntries = entries_of(std::size_t{4} << 20);
-  static constexpr std::size_t kPieceBytes = std::size_t{kPieceEntries} * sizeof(Entry);
+  static constexpr std::size_t kBlockBytes = kBlockEntries * sizeof(Entry);
+  /// A whole number of large pages, so that none is left in small ones; blocks fill nearly all.
+  static constexpr std::size_t kUsualPieceBytes = std::size_t{4} << 20;
+  static constexpr std::size_t kPieceBytes =
+      kBlockBytes < kUsualPieceBytes ? kUsualPieceBytes : kBlockBytes;
+  static constexpr std::uint32_t kPieceEntries =
+      static_cast<std::uint32_t>(kPieceBytes / kBlockBytes) * kBlockEntries;
 
   bool add_block() {
     if (capacity_ > std::numeric_limits<std::uint32_t>::max() - kBlockEntries) return false;
