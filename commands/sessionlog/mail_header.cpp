@@ -47,6 +47,7 @@ int encoded_text(std::string_view text, bool base64, bool utf8, char* out, int o
   const int count = base64 ? base64_decode(decoded, text) : qp_decode(text, decoded, kWordBytes);
   if (count < 0) return -1;
   if (!utf8) return copy_cut({decoded, static_cast<std::size_t>(count)}, out, outcap);
+  std::memset(out, 0, static_cast<std::size_t>(outcap));
   if (utf8_to_gb2312(out, outcap, decoded, count) != 0) return -1;
   return static_cast<int>(std::strlen(out));  // an unmappable character has cut it short
 }
