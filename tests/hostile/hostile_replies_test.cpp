@@ -3,21 +3,17 @@
 //
 //   QSVMON_HOSTILE_RUNS   commands to run (default 2000)
 //   QSVMON_HOSTILE_SEED   seed (default 1)
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <string>
 #include <vector>
 
-#include "cli/command_table.h"
-#include "cli/forward.h"
-#include "format/printer.h"
 #include "rpc/session.h"
+#include "tests/hostile/appliance_root.h"
+#include "tests/hostile/command_rows.h"
 #include "tests/hostile/hostile_daemon.h"
 
 namespace qsvmon {
@@ -87,117 +83,47 @@ constexpr const char* kWords[] = {"type=dst",
                                   " ",
                                   "%s%n"};
 
-class ScratchRoot {
- public:
-  ScratchRoot() {
-    EXPECT_NE(::mkdtemp(path_), nullptr);
-    EXPECT_EQ(::chdir(path_), 0);
-    for (const char* folder : {"var", "var/tmp", "usr", "usr/ramdisk", "usr/ramdisk/var",
-                               "usr/ramdisk/bin", "usr/qsvlog", "conf"}) {
-      ::mkdir(folder, 0700);
-    }
-    std::ofstream("conf/korvale.conf") << "mac m=10.0.0.1 d=office\n"
-                                          "malcitlgc id=3 name=bot cname=botnet\n"
-                                          "cusiprng iprng=10.0.0.0/8 info=inside\n";
-    std::ofstream("conf/qsv_assets.conf") << "group id=1 name=g\n"
-                                             "assets id=1 pid=1 name=server value=10.0.0.9\n";
-  }
-  ~ScratchRoot() {
-    EXPECT_EQ(::chdir("/"), 0);
-    const std::string command = std::string("rm -r ") + path_;
-    EXPECT_EQ(std::system(command.c_str()), 0);
-  }
-
- private:
-  char path_[32] = "/tmp/qsvmon_hostile_XXXXXX";
-};
-
-struct Row {
-  const CommandGroup* group;
-  const ModuleEntry* module;
-  const SubcommandEntry* entry;
-};
-
-std::vector<Row> all_rows() {
-  std::vector<Row> rows;
-  for (const CommandGroup& group : command_table()) {
-    for (const ModuleEntry& module : group.modules) {
-      for (const SubcommandEntry& entry : module.subcommands) {
-        rows.push_back({&group, &module, &entry});
-      }
-    }
-  }
-  return rows;
-}
-
-void run_row(const Row& row, std::vector<char*>& words) {
-  const char* socket_path = *row.group->socket_path;
-  const std::size_t kib = row.entry->area_kib < 64 ? 64 : row.entry->area_kib;
-  ASSERT_EQ(rpc_init(socket_path, kib << 10), 0);
-  const Action& action = row.entry->action;
-  const int count = static_cast<int>(words.size());
-  switch (action.kind) {
-    case Action::Kind::kForward:
-      (void)rpc_forward(socket_path, words_of(count, words.data()), action.code);
-      break;
-    case Action::Kind::kForwardModule:
-      (void)rpc_forward_module(socket_path, row.module->name, words_of(count, words.data()),
-                               action.code);
-      break;
-    case Action::Kind::kHandler:
-      (void)action.handler(count, words.data());
-      break;
-  }
-  rpc_close(false);
-  EXPECT_EQ(rpc_shmbuf(), nullptr);
-}
-
 std::uint64_t number_from(const char* name, std::uint64_t otherwise) {
   const char* text = std::getenv(name);
   return text != nullptr ? std::strtoull(text, nullptr, 10) : otherwise;
 }
 
-// Sends what is printed nowhere, and back.
-class MutedOut {
- public:
-  MutedOut() : saved_(::dup(STDOUT_FILENO)) {
-    standard_out().flush();
-    const int null = ::open("/dev/null", O_WRONLY);
-    ::dup2(null, STDOUT_FILENO);
-    ::close(null);
-  }
-  ~MutedOut() {
-    standard_out().flush();
-    ::dup2(saved_, STDOUT_FILENO);
-    ::close(saved_);
-  }
-  MutedOut(const MutedOut&) = delete;
-  MutedOut& operator=(const MutedOut&) = delete;
+// Half of the runs have a dictionary library, in blocks, since it stays loaded from one command to
+// the next; it says that it has few, no, many or a negative number of entries.
+constexpr std::uint64_t kRunsWithOneDictionary = 50;
 
- private:
-  int saved_;
-};
+void change_dictionary(std::uint64_t block) {
+  constexpr const char* kCounts[] = {"2", "0", "300", "1000", "-1"};
+  ::setenv("FAKE_DICT_APPS", kCounts[block % std::size(kCounts)], 1);
+  ::setenv("FAKE_DICT_GROUPS", kCounts[block / 2 % std::size(kCounts)], 1);
+  ASSERT_TRUE(hostile::ScratchRoot::set_dictionary(block % 2 == 0 ? "" : QSVMON_FAKE_DICT));
+}
 
 TEST(HostileReplies, NoRowOfTheTableIsHurtByThem) {
   ::signal(SIGPIPE, SIG_IGN);
-  const ScratchRoot root;
+  const hostile::ScratchRoot root;
   const std::uint64_t seed = number_from("QSVMON_HOSTILE_SEED", 1);
   const std::uint64_t runs = number_from("QSVMON_HOSTILE_RUNS", 2000);
-  const std::vector<Row> rows = all_rows();
+  const std::vector<hostile::CommandRow> rows = hostile::command_rows();
   hostile::HostileDaemon daemon(seed, {});
   {
-    const MutedOut muted;
+    const hostile::MutedOut muted;
     std::mt19937_64 random(seed);
-    for (std::uint64_t run = 0; run < runs && !HasFatalFailure(); ++run) {
+    for (std::uint64_t run = 0; run < runs && !HasFailure(); ++run) {
+      const std::uint64_t block = run / kRunsWithOneDictionary;
+      if (run % kRunsWithOneDictionary == 0) change_dictionary(block);
       std::vector<std::string> texts(random() % 6);
       for (std::string& text : texts) text = kWords[random() % std::size(kWords)];
       std::vector<char*> words;
       for (std::string& text : texts) words.push_back(text.data());
       daemon.begin_command(run);
-      run_row(rows[random() % rows.size()], words);
+      const bool block_ends = (run + 1) % kRunsWithOneDictionary == 0;
+      EXPECT_TRUE(run_command(rows[random() % rows.size()], words, block_ends)) << "run " << run;
     }
   }
+  rpc_close(true);
   RecordProperty("replies", std::to_string(daemon.replies()));
+  std::printf("%llu replies\n", static_cast<unsigned long long>(daemon.replies()));
   EXPECT_GE(daemon.replies(), runs / 2);
 }
 
