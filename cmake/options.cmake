@@ -11,10 +11,11 @@ if(QSVMON_SANITIZE)
   target_link_options(qsvmon_options INTERFACE -fsanitize=${QSVMON_SANITIZE})
 endif()
 
-# Links the C++ runtime into `name`: a one-shot command must not pay for loading it.
+# Links the C++ runtime into `name`: a one-shot command must not pay for loading it. Not without
+# optimisation: what is then left of calls that throw would pull in what cli/runtime.cpp replaces.
 function(qsvmon_static_runtime name)
   target_link_options(${name} PRIVATE -Wl,--gc-sections)
-  if(NOT QSVMON_SANITIZE AND NOT CMAKE_CXX_FLAGS MATCHES "stdlib=libc\\+\\+")
+  if(NOT QSVMON_SANITIZE AND NOT CMAKE_BUILD_TYPE STREQUAL "Debug" AND NOT CMAKE_CXX_FLAGS MATCHES "stdlib=libc\\+\\+")
     target_link_options(${name} PRIVATE -static-libstdc++ -static-libgcc)
   endif()
 endfunction()
