@@ -30,7 +30,8 @@ Status parse_asset_query(Words words, AssetQuery& query) {
 
 void print_asset_objects(Printer& out, std::span<const AssetObjectRecord> objects) {
   for (const AssetObjectRecord& object : objects) {
-    out.put(object.num1, ' ', static_cast<std::int32_t>(object.num2), ' ',
+    // By value: records begin at any byte, and put takes references.
+    out.put(std::uint16_t{object.num1}, ' ', static_cast<std::int32_t>(object.num2), ' ',
             static_cast<std::int32_t>(object.num3), ' ', field_text(object.name), '\n');
   }
 }
