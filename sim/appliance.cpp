@@ -224,6 +224,7 @@ void Appliance::get_table(Call& call) {
     return;
   }
   const std::span<char> whole = call.body;
+  if (whole.empty()) return call.fail("AREA_TOO_SMALL");
   call.body = whole.first(whole.size() - 1);
   batches_.answer_snapshot(call, call.target, [&] { return text_source(entry_lines(*table)); });
   if (!call.failed()) whole[call.request.replylen] = '\0';
