@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -23,8 +24,8 @@ struct GbConversion {
   bool fits(int bytes) const { return limit - at > bytes; }
   /// Steps over `count` characters of `from` bytes that became `to` bytes.
   void take(unsigned count, unsigned from, unsigned to) {
-    p += count * from;
-    at += count * to;
+    p += std::size_t{count} * from;
+    at += std::size_t{count} * to;
     codes -= count;
   }
 };
@@ -151,11 +152,11 @@ void store_utf8(char* at, U16x8 cps) {
   const auto pairs = reinterpret_cast<U32x4>(cps);
   const auto even = reinterpret_cast<U64x2>(encode_utf8(pairs & 0xFFFFU));
   const auto odd = reinterpret_cast<U64x2>(encode_utf8(pairs >> 16));
-  for (int i = 0; i < kPairs / 2; ++i) {
+  for (int i = 0; i < kPairs / 2; ++i, at += 6) {
     const auto first = static_cast<std::uint32_t>(even[i / 2] >> (i % 2 * 32));
     const auto second = static_cast<std::uint32_t>(odd[i / 2] >> (i % 2 * 32));
-    std::memcpy(at + 6 * i, &first, sizeof first);
-    std::memcpy(at + 6 * i + 3, &second, sizeof second);
+    std::memcpy(at, &first, sizeof first);
+    std::memcpy(at + 3, &second, sizeof second);
   }
 }
 
