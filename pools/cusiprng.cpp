@@ -16,10 +16,18 @@ namespace {
 constexpr int kSeenBits = 14;  // twice the ranges: probes stay short
 constexpr std::uint32_t kSeenSlots = 1 << kSeenBits;
 
+constexpr int kStripeBits = 11;
+constexpr std::uint32_t kStripes = 1 << kStripeBits;
+
 struct CusIpPool {
   std::int32_t count;
   std::uint32_t high_water;  ///< highest info slot used, 1-based
   bool unsorted;             ///< the last rows stand where they were appended
+  bool unsurveyed;           ///< rows were stored since the last search
+  bool disjoint;             ///< no address lies in two ranges: the stripes hold
+  int stripe_shift;          ///< a stripe is 2 to the power of that many addresses
+  /// Where the rows of each stripe begin, counted from the lowest `lo`.
+  std::uint16_t stripes[kStripes + 1];
   CusIpRange ranges[kCusIpRanges];
   CusIpInfo infos[kCusIpRanges];
   std::uint64_t seen[kSeenSlots];    ///< the {lo, hi} of every row, hashed; 0 is free
@@ -55,6 +63,44 @@ void sort_rows(CusIpPool& pool) {
   pool.unsorted = false;
 }
 
+/// Divides the addresses from the lowest `lo` to the highest into stripes, so that a search starts
+/// among a few rows.
+void survey_rows(CusIpPool& pool) {
+  if (pool.unsorted) sort_rows(pool);
+  pool.unsurveyed = false;
+  pool.disjoint = false;
+  const CusIpRange* const rows = pool.ranges;
+  const auto count = static_cast<std::uint32_t>(pool.count);
+  for (std::uint32_t i = 1; i < count; ++i) {
+    if (rows[i - 1].hi >= rows[i].lo) return;
+  }
+  pool.disjoint = true;
+  pool.stripe_shift = 0;
+  while ((rows[count - 1].lo - rows[0].lo) >> pool.stripe_shift >= kStripes) ++pool.stripe_shift;
+  std::uint32_t row = 0;
+  for (std::uint32_t stripe = 0; stripe <= kStripes; ++stripe) {
+    while (row < count && (rows[row].lo - rows[0].lo) >> pool.stripe_shift < stripe) ++row;
+    pool.stripes[stripe] = static_cast<std::uint16_t>(row);
+  }
+}
+
+/// Rows, both ends inclusive; none when `high` < `low`.
+struct RowSpan {
+  std::int32_t low;
+  std::int32_t high;
+};
+
+/// The rows to search for `ip`. KEEP: all of them where ranges overlap, since where the halving
+/// begins decides which is met.
+RowSpan rows_to_search(const CusIpPool& pool, std::uint32_t ip) {
+  if (!pool.disjoint) return {0, pool.count - 1};
+  if (ip < pool.ranges[0].lo) return {0, -1};
+  const std::uint32_t wanted = (ip - pool.ranges[0].lo) >> pool.stripe_shift;
+  const std::uint32_t stripe = wanted < kStripes ? wanted : kStripes - 1;
+  // The row that begins before the stripe may reach into it.
+  return {pool.stripes[stripe] == 0 ? 0 : pool.stripes[stripe] - 1, pool.stripes[stripe + 1] - 1};
+}
+
 /// Stores a range unless it is there already; the first definition wins.
 void store(CusIpPool& pool, std::uint32_t lo, std::uint32_t hi, const CusIpInfo& texts) {
   const std::uint64_t pair = std::uint64_t{lo} << 32 | hi;
@@ -67,6 +113,7 @@ void store(CusIpPool& pool, std::uint32_t lo, std::uint32_t hi, const CusIpInfo&
   pool.high_water = row + 1;
   pool.ranges[row] = {lo, hi, row + 1};
   if (row > 0 && pool.ranges[row - 1].lo > lo) pool.unsorted = true;
+  pool.unsurveyed = true;
 }
 
 }  // namespace
@@ -80,15 +127,14 @@ std::int32_t cusiprng_count() {
 }
 
 void cusiprng_sort() {
-  if (holder.get() != nullptr && holder.get()->unsorted) sort_rows(*holder.get());
+  if (holder.get() != nullptr && holder.get()->unsurveyed) survey_rows(*holder.get());
 }
 
 const CusIpRange* cusiprng_find(std::uint32_t ip) {
   CusIpPool* const pool = holder.get();
-  if (pool == nullptr) return nullptr;
-  if (pool->unsorted) sort_rows(*pool);
-  std::int32_t low = 0;
-  std::int32_t high = pool->count - 1;
+  if (pool == nullptr || pool->count == 0) return nullptr;
+  if (pool->unsurveyed) survey_rows(*pool);
+  auto [low, high] = rows_to_search(*pool, ip);
   while (low <= high) {
     const std::int32_t mid = (low + high) / 2;
     const CusIpRange& range = pool->ranges[mid];

@@ -126,6 +126,39 @@ TEST_F(CusIpRng, RowsWithEqualStartsStandInTheOrderOfTheFile) {
   EXPECT_EQ(info(0x09000001), "below");
 }
 
+TEST_F(CusIpRng, WideAndNarrowRangesWithoutOverlap) {
+  EXPECT_EQ(line("iprng=200.0.0.0-254.255.255.255 info=high"), "");
+  EXPECT_EQ(line("iprng=100.0.0.2 info=two"), "");
+  EXPECT_EQ(line("iprng=1.0.0.0-99.255.255.255 info=low"), "");
+  EXPECT_EQ(line("iprng=100.0.0.0 info=zero"), "");
+  static constexpr struct {
+    std::uint32_t ip;
+    const char* info;
+  } kCases[] = {{0x00000000, "(none)"}, {0x00ffffff, "(none)"}, {0x01000000, "low"},
+                {0x32000000, "low"},    {0x63ffffff, "low"},    {0x64000000, "zero"},
+                {0x64000001, "(none)"}, {0x64000002, "two"},    {0x64000003, "(none)"},
+                {0xc7ffffff, "(none)"}, {0xc8000000, "high"},   {0xe0000000, "high"},
+                {0xfeffffff, "high"},   {0xff000000, "(none)"}, {0xffffffff, "(none)"}};
+  for (const auto& c : kCases) EXPECT_EQ(info(c.ip), c.info) << std::hex << c.ip;
+  // One more range that overlaps: the search is the plain halving again, and of the five rows (low
+  // zero two high all) the middle one comes first, then those above it.
+  EXPECT_EQ(line("iprng=201.0.0.0-255.255.255.255 info=all"), "");
+  EXPECT_EQ(info(0xe0000000), "high");
+  EXPECT_EQ(info(0xff000000), "all");
+  EXPECT_EQ(info(0x32000000), "low");
+}
+
+TEST_F(CusIpRng, ASingleRangeAtEitherEnd) {
+  EXPECT_EQ(line("iprng=255.255.255.255 info=last"), "");
+  EXPECT_EQ(info(0xffffffff), "last");
+  EXPECT_EQ(info(0xfffffffe), "(none)");
+  EXPECT_EQ(line("iprng=0.0.0.1 info=first"), "");
+  EXPECT_EQ(info(0x00000000), "(none)");
+  EXPECT_EQ(info(0x00000001), "first");
+  EXPECT_EQ(info(0x00000002), "(none)");
+  EXPECT_EQ(info(0xffffffff), "last");
+}
+
 std::string range_line(std::uint32_t i) {  // 8192 disjoint ranges with gaps, over all high octets
   const std::uint32_t lo = 0x01000000U + i * 0x7f000U;
   return "iprng=" + std::to_string(lo) + "-" + std::to_string(lo + 0xff) + " info=n" +
