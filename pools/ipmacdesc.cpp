@@ -17,13 +17,25 @@ namespace {
 
 constexpr int kBucketBits = 12;
 
+/// The head of a chain. Most addresses of the traffic have no description: the bucket alone says so
+/// of nearly all of them.
+struct Bucket {
+  std::uint16_t head;  ///< 1-based number of the newest entry, 0 for none
+  std::uint16_t kept;  ///< a bit for each key of the chain, of sixteen
+};
+
+/// An entry in a cache line of its own, so that a look-up touches one.
+struct alignas(64) Cell {
+  IpMacDesc entry;
+};
+
 struct IpMacPool {
   SpinLock lock;
   std::uint32_t count;       ///< entries in use
   std::uint32_t high_water;  ///< entries ever handed out: those from here on are free, in order
   /// By a mix of the whole key: the last two octets are often shared by hundreds of addresses.
-  IpMacDesc* buckets[1 << kBucketBits];
-  IpMacDesc entries[kIpMacEntries];
+  Bucket buckets[1 << kBucketBits];
+  Cell entries[kIpMacEntries];
 };
 
 constinit PoolHolder<IpMacPool> holder;
@@ -32,24 +44,49 @@ bool is_key_len(std::size_t len) {
   return len == kIpv4KeyLen || len == kMacKeyLen;
 }
 
-IpMacDesc** bucket_of(IpMacPool& pool, const void* key, std::size_t len) {
-  std::uint64_t packed = 0;
-  std::memcpy(&packed, key, len);
-  return &pool.buckets[key_bucket(packed, kBucketBits)];
+/// Where a key belongs.
+struct Place {
+  Bucket& bucket;
+  std::uint16_t bit;  ///< the key's own in the bucket's `kept`
+};
+
+Place place_of(IpMacPool& pool, const void* key, std::size_t len) {
+  std::uint32_t first;
+  std::uint16_t last = 0;
+  std::memcpy(&first, key, sizeof first);
+  if (len == kMacKeyLen) std::memcpy(&last, static_cast<const char*>(key) + 4, sizeof last);
+  const std::uint32_t hash = key_bucket(std::uint64_t{last} << 32 | first, kBucketBits + 4);
+  return {pool.buckets[hash >> 4], static_cast<std::uint16_t>(1U << (hash & 15))};
 }
 
-IpMacDesc* find_in_chain(IpMacDesc* entry, const void* key, std::size_t len) {
-  while (entry != nullptr && (entry->key_len != len || std::memcmp(entry->key, key, len) != 0)) {
-    entry = entry->next;
-  }
+/// False when no entry of the bucket has the key. Needs no lock.
+bool may_hold(const Place& place) {
+  return (__atomic_load_n(&place.bucket.kept, __ATOMIC_RELAXED) & place.bit) != 0;
+}
+
+bool has_key(const IpMacDesc& entry, const void* key, std::size_t len) {
+  if (entry.key_len != len) return false;
+  return len == kIpv4KeyLen ? std::memcmp(entry.key, key, kIpv4KeyLen) == 0
+                            : std::memcmp(entry.key, key, kMacKeyLen) == 0;
+}
+
+IpMacDesc* find_in_chain(IpMacPool& pool, const Place& place, const void* key, std::size_t len) {
+  if (!may_hold(place)) return nullptr;
+  IpMacDesc* entry = &pool.entries[place.bucket.head - 1].entry;
+  while (entry != nullptr && !has_key(*entry, key, len)) entry = entry->next;
   return entry;
 }
 
-/// The next free entry, counted, or null.
-IpMacDesc* take_free(IpMacPool& pool) {
+/// The next free entry, counted and put at the head of a bucket's chain; or null.
+IpMacDesc* take_free(IpMacPool& pool, const Place& place) {
   if (pool.high_water == kIpMacEntries) return nullptr;
   ++pool.count;
-  return &pool.entries[pool.high_water++];
+  IpMacDesc& entry = pool.entries[pool.high_water++].entry;
+  Bucket& bucket = place.bucket;
+  entry.next = bucket.head == 0 ? nullptr : &pool.entries[bucket.head - 1].entry;
+  bucket.head = static_cast<std::uint16_t>(pool.high_water);
+  __atomic_fetch_or(&bucket.kept, place.bit, __ATOMIC_RELAXED);
+  return &entry;
 }
 
 /// The low byte of what a "%d" field reads. `text` moves behind it; false when it reads none.
@@ -112,8 +149,10 @@ std::uint32_t ipmacdesc_count() {
 IpMacDesc* ipmacdesc_find(const void* key, std::size_t len) {
   IpMacPool* const pool = holder.get();
   if (pool == nullptr || pool->count < 1 || !is_key_len(len)) return nullptr;
+  const Place place = place_of(*pool, key, len);
+  if (!may_hold(place)) return nullptr;
   const SpinGuard guard(pool->lock);
-  return find_in_chain(*bucket_of(*pool, key, len), key, len);
+  return find_in_chain(*pool, place, key, len);
 }
 
 int ipmacdesc_getdesc(const void* key, std::size_t len, char* dest) {
@@ -144,15 +183,13 @@ IpMacDesc* ipmacdesc_set(const IpMacDesc& entry, std::uint16_t pid) {
   IpMacPool* const pool = holder.get();
   if (pool == nullptr || !is_key_len(entry.key_len)) return nullptr;
   const SpinGuard guard(pool->lock);
-  IpMacDesc** const bucket = bucket_of(*pool, entry.key, entry.key_len);
-  IpMacDesc* stored = find_in_chain(*bucket, entry.key, entry.key_len);
+  const Place place = place_of(*pool, entry.key, entry.key_len);
+  IpMacDesc* stored = find_in_chain(*pool, place, entry.key, entry.key_len);
   if (stored == nullptr) {
-    stored = take_free(*pool);
+    stored = take_free(*pool, place);
     if (stored == nullptr) return nullptr;
     stored->key_len = entry.key_len;
     std::memcpy(stored->key, entry.key, sizeof stored->key);
-    stored->next = *bucket;
-    *bucket = stored;
   }
   std::memmove(stored->desc, entry.desc, sizeof stored->desc);  // may be the entry itself
   stored->pid = pid;

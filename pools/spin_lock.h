@@ -19,7 +19,7 @@ class SpinGuard {
       }
     }
   }
-  ~SpinGuard() { __atomic_exchange_n(word_, 0, __ATOMIC_RELEASE); }
+  ~SpinGuard() { __atomic_store_n(word_, 0, __ATOMIC_RELEASE); }
   SpinGuard(const SpinGuard&) = delete;
   SpinGuard& operator=(const SpinGuard&) = delete;
 
