@@ -69,9 +69,13 @@ int desc_pools_init() {
   return assetsdesc_init();
 }
 
-char* desc_lookup(const void* addr, int family, char* dest, std::size_t size) {
+const char* desc_label(const void* addr, int family) {
   if (!ipmacdesc_ready()) return nullptr;
-  const char* const label = family == kDescFamilyMac ? mac_label(addr) : ipv4_label(addr);
+  return family == kDescFamilyMac ? mac_label(addr) : ipv4_label(addr);
+}
+
+char* desc_lookup(const void* addr, int family, char* dest, std::size_t size) {
+  const char* const label = desc_label(addr, family);
   if (label == nullptr) return nullptr;
   if (size > 0) {
     const std::size_t length = ::strnlen(label, size - 1);

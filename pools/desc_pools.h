@@ -15,11 +15,15 @@ constexpr int kDescFamilyMac = 6;
 /// A second call makes fresh pools; what the earlier ones handed out stays valid.
 int desc_pools_init();
 
-/// Copies the label of an address to `dest`, cut to `size` - 1 characters and NUL-terminated.
-/// `addr` points at the 6 bytes of a MAC (`family` kDescFamilyMac) or the 4 bytes of an IPv4
-/// address in network order. The operator's description comes first, for IPv4 then the custom range
-/// that contains the address, then the asset object with the address. Returns `dest`, or null with
-/// `dest` untouched when there is no label.
+/// The label of an address, NUL-terminated, or null when there is none. `addr` points at the 6
+/// bytes of a MAC (`family` kDescFamilyMac) or the 4 bytes of an IPv4 address in network order. The
+/// operator's description comes first, for IPv4 then the custom range that contains the address,
+/// then the asset object with the address. Valid until that label is changed or
+/// `desc_pools_release`.
+const char* desc_label(const void* addr, int family);
+
+/// Copies an address's `desc_label` to `dest`, cut to `size` - 1 characters and NUL-terminated.
+/// Returns `dest`, or null with `dest` untouched when there is no label.
 char* desc_lookup(const void* addr, int family, char* dest, std::size_t size);
 
 /// Frees all pools, those of earlier calls too; for tests and fuzzing, which build them many times.
