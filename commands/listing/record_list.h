@@ -94,16 +94,25 @@ class SortedRecords {
   Record& at(std::uint32_t position) {
     if (position >= sorted_to_) sort_up_to(position);
     // Records lie in the order they came: ask for one that will be wanted soon.
-    if (sorted_to_ - position > kAhead) {
-      const auto* ahead = reinterpret_cast<const char*>(
-          &list_[static_cast<std::uint32_t>(list_.order_[position + kAhead])]);
-      __builtin_prefetch(ahead);
-      __builtin_prefetch(ahead + sizeof(Record) / 2);
-    }
-    return list_[static_cast<std::uint32_t>(list_.order_[position])];
+    if (sorted_to_ - position > kAhead) prefetch(*record(position + kAhead));
+    return *record(position);
   }
 
  private:
+  Record* record(std::uint32_t position) {
+    return &list_[static_cast<std::uint32_t>(list_.order_[position])];
+  }
+
+  /// Asks for the first cache lines of a record, and the last.
+  static void prefetch(const Record& record) {
+    constexpr std::size_t kLine = 64;
+    const auto* bytes = reinterpret_cast<const char*>(&record);
+    for (std::size_t at = 0; at < std::min(sizeof record, 3 * kLine); at += kLine) {
+      __builtin_prefetch(bytes + at);
+    }
+    __builtin_prefetch(bytes + sizeof record - 1);
+  }
+
   /// Sorts the next positions, `position` among them: few at first, then ever more, so that all of
   /// them together cost what one sort would.
   void sort_up_to(std::uint32_t position) {
