@@ -15,30 +15,16 @@ unsigned char byte_at(const char* p) {
   return static_cast<unsigned char>(*p);
 }
 
-/// The number of set bits of a 16-bit mask; the target's baseline has no instruction for it.
-unsigned count_bits16(unsigned mask) {
-  mask -= (mask >> 1) & 0x5555;
-  mask = (mask & 0x3333) + ((mask >> 2) & 0x3333);
-  mask = (mask + (mask >> 4)) & 0x0f0f;
-  return (mask + (mask >> 8)) & 0x1f;
-}
-
-/// The GB code of `cp`; 0 when GB2312 lacks it.
+/// The EUC-CN bytes of `cp`, the first in the low byte; 0 when GB2312 lacks it.
 unsigned gb_code(std::uint32_t cp) {
-  if (cp >= 0x10000) return 0;
-  const GbBlock block = kGbBlocks[cp >> 4];
-  const unsigned bit = 1U << (cp & 15);
-  if ((block.mask & bit) == 0) return 0;
-  return kGbCodes[block.first + count_bits16(block.mask & (bit - 1))];
+  return cp < 0x10000 ? kGbCodes[kGbPages[cp >> 6] + (cp & 0x3FU)] : 0;
 }
 
 /// The code point of a pair of bytes, high bits ignored; 0 when it is no character.
 std::uint32_t gb_pair(unsigned char first, unsigned char second) {
-  const unsigned row = (first & 0x7FU) - 0x21U;  // a byte below 0x21 wraps to a large number
-  const unsigned column = (second & 0x7FU) - 0x21U;
-  if (row >= kGbRows || column >= kGbColumns) return 0;
-  const std::uint16_t cp = kGbCells[row * kGbColumns + column];
-  return cp == kGbUnassigned ? 0 : cp;
+  const std::uint32_t utf8 = kGbUtf8[gb_index(first, second)];
+  if (utf8 >> 24 != 3) return (utf8 & 0x1FU) << 6 | (utf8 >> 8 & 0x3FU);
+  return (utf8 & 0x0FU) << 12 | (utf8 >> 8 & 0x3FU) << 6 | (utf8 >> 16 & 0x3FU);
 }
 
 /// The bytes of a UTF-8 character as its lead byte says.
@@ -144,8 +130,8 @@ int uni_to_gb2312_char(std::uint32_t cp, unsigned char* out2, int len) {
   if (len < 2) return -2;
   const unsigned code = gb_code(cp);
   if (code == 0) return -1;
-  out2[0] = static_cast<unsigned char>(code >> 8);
-  out2[1] = static_cast<unsigned char>(code & 0xFF);
+  out2[0] = static_cast<unsigned char>(code & 0x7FU);
+  out2[1] = static_cast<unsigned char>(code >> 8 & 0x7FU);
   return 2;
 }
 
@@ -154,8 +140,7 @@ int utf8_to_gb2312(char* out, int outcap, const char* in, int inlen) {
   const std::size_t length = ::strnlen(in, static_cast<std::size_t>(inlen));
   GbConversion c{in, in + length, out, out + outcap, kMaxUtf8Codes};
   while (c.more()) {
-    if (byte_at(c.p) < 0x80 ? gb_bulk::copy_ascii_groups(c) : gb_bulk::convert_utf8_groups(c))
-      continue;
+    if (byte_at(c.p) < 0x80 ? gb_bulk::copy_ascii(c) : gb_bulk::convert_utf8_triples(c)) continue;
     const std::uint32_t cp = take_utf8(c);
     --c.codes;
     const unsigned code = cp <= kLastSingle ? 0 : gb_code(cp);
@@ -165,8 +150,8 @@ int utf8_to_gb2312(char* out, int outcap, const char* in, int inlen) {
       continue;
     }
     if (!c.fits(2)) break;
-    c.at[0] = static_cast<char>(0x80U | code >> 8);
-    c.at[1] = static_cast<char>(0x80U | (code & 0xFFU));
+    c.at[0] = static_cast<char>(code & 0xFFU);
+    c.at[1] = static_cast<char>(code >> 8);
     c.at += 2;
   }
   *c.at = '\0';
@@ -177,8 +162,7 @@ int gb2312_to_utf8(char* out, int outcap, const char* in, int inlen) {
   if (bad_arguments(out, outcap, in, inlen)) return -1;
   GbConversion c{in, in + inlen, out, out + outcap, kMaxGbCodes};
   while (c.more()) {
-    if (byte_at(c.p) < 0x80 ? gb_bulk::copy_ascii_groups(c) : gb_bulk::convert_gb_groups(c))
-      continue;
+    if (byte_at(c.p) < 0x80 ? gb_bulk::copy_ascii(c) : gb_bulk::convert_gb_pairs(c)) continue;
     const std::uint32_t cp = take_gb(c);
     --c.codes;
     const int length = cp < 0x80 ? 1 : cp < 0x800 ? 2 : 3;

@@ -1,32 +1,29 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 
-// The GB 2312-80 mapping as generated data (tools/gb2312_tables.py). A GB code is a row in the high
-// byte and a column in the low one, both 0x21 to 0x7E.
+// The GB 2312-80 mapping in the form the converters read: one look-up for each character, without a
+// search, and tables of about the same size for both directions. The compiler makes them from
+// gb2312_cells.h.
 namespace qsvmon {
 
-/// A cell of the grid that holds no character.
-constexpr std::uint16_t kGbUnassigned = 0xFFFD;
+/// A character's UTF-8 bytes, the first in the low byte, and their number, 2 or 3, in the high one;
+/// 0 for no character. By `gb_index` of its EUC-CN bytes.
+extern const std::array<std::uint32_t, 1 << 14> kGbUtf8;
 
-/// Code points of the 94 x 94 grid, flattened: cell 94 x (row - 0x21) + (column - 0x21). Rows 0x2A
-/// to 0x2F hold nothing; nor do those behind 0x77, which are left out.
-constexpr unsigned kGbColumns = 94;
-constexpr unsigned kGbRows = 87;
-extern const std::uint16_t kGbCells[kGbRows * kGbColumns];
+/// Where the character of two bytes is in kGbUtf8. Their high bits do not count.
+constexpr unsigned gb_index(unsigned char first, unsigned char second) {
+  return (first & 0x7FU) << 7 | (second & 0x7FU);
+}
 
-/// 16 code points that differ in their low 4 bits alone.
-struct GbBlock {
-  std::uint16_t first;  ///< index in kGbCodes of the block's first mapped code point
-  std::uint16_t mask;   ///< bit k: the code point with low bits k is mapped
-};
+/// Where the 64 code points that differ in their low 6 bits alone begin in kGbCodes. Most of these
+/// pages hold nothing and are the first one.
+extern const std::array<std::uint16_t, 1 << 10> kGbPages;
 
-/// The block of each 16 code points below U+10000. Most hold nothing and are never touched; having
-/// them spares every look-up the search for its range.
-extern const GbBlock kGbBlocks[4096];
-
-/// The GB codes of all mapped code points, in code-point order.
-constexpr unsigned kGbCharacters = 7445;
-extern const std::uint16_t kGbCodes[kGbCharacters];
+/// The EUC-CN bytes of each code point of a page, the first in the low byte; 0 when GB2312 lacks
+/// it.
+constexpr unsigned kGbUsedPages = 346;
+extern const std::array<std::uint16_t, kGbUsedPages << 6> kGbCodes;
 
 }  // namespace qsvmon
