@@ -26,9 +26,9 @@ def signature(tid, name):
     return struct.pack("<HHBBBB", tid, 1, 1, 0, 3, 1) + name.ljust(32, b"\0")
 
 
-def event(src, dst, host):
+def event(src, dst, host, signatures=1):
     return (struct.pack("<I", TIME) + NET[src] + NET[dst] + struct.pack(">HH", 1234, 443)
-            + struct.pack("<QH", 1, 7) + MAC + struct.pack("<BBB", 6, 2, len(host))
+            + struct.pack("<QH", signatures, 7) + MAC + struct.pack("<BBB", 6, 2, len(host))
             + host.ljust(45, b"\0"))
 
 
@@ -73,11 +73,16 @@ BATCHES = {
     b"assetsobj": ((struct.pack("<10xHII28x", 1, 2, 3) + b"one".ljust(96, b"\0"), 1),
                    (struct.pack("<10xHII28x", 4, 5, 6) + b"two".ljust(96, b"\0"), 1)),
 }
+# The first batch of these also brings a table, for which it must have a record: one that no signature
+# has hit and that is not counted.
+BARE = {b"qsvmalicious": ((TABLE + event("10.0.0.1", "203.0.113.7", b"", 0), 1),
+                          (event("10.0.0.1", "203.0.113.7", b"", 0), 1))}
 TEXT = b"said the daemon\n"
 
 
 class Daemon:
     dictionary = True  # sends tables when asked for them
+    withheld = ()  # numbers of the batches that are sent without their record
 
     def __init__(self, root):
         self.paths = [os.path.join(root, "var/tmp/qsvlog.d"),
@@ -116,7 +121,10 @@ class Daemon:
         """The bytes, record count, reply length and last flag of a command's next batch."""
         if name not in BATCHES:
             return TEXT + b"\0", 0, len(TEXT), True
-        data, count = BATCHES[name][min(number, 1)]
+        batches = BATCHES[name]
+        if number in self.withheld:
+            batches = BARE.get(name, [(b"", 0)] * 2)
+        data, count = batches[min(number, 1)]
         return data, count, 0, number >= 1
 
     def answer(self, connection):
