@@ -15,39 +15,36 @@ namespace qsvmon {
 /// The FTP command of an operation; "NULL" for one beyond the table.
 std::string_view ftp_verb(std::uint8_t optype);
 
-class FtpRow {
+/// What both kinds of rows have: the record they show and the labels seen so far.
+template <class LoginRecord>
+class LoginRow {
  public:
-  using Record = FtpLogRecord;
-  bool load(FtpLogRecord& record) {
+  using Record = LoginRecord;
+  bool load(Record& record) {
     record_ = &record;
     return true;
   }
+
+ protected:
+  const Record* record_ = nullptr;
+  LabelCache labels_;
+};
+
+class FtpRow : public LoginRow<FtpLogRecord> {
+ public:
   void print(Printer& out);
   void write(CsvSheet& sheet) const;
   /// KEEP: in UTF-8, unlike the other two lists.
   static void write_header(CsvSheet& sheet);
-
- private:
-  const FtpLogRecord* record_ = nullptr;
-  LabelCache labels_;
 };
 
-class TelnetRow {
+class TelnetRow : public LoginRow<TelnetLogRecord> {
  public:
-  using Record = TelnetLogRecord;
-  bool load(TelnetLogRecord& record) {
-    record_ = &record;
-    return true;
-  }
   void print(Printer& out);
   /// KEEP: the command as it stands, not cleaned as in JSON.
   void write(CsvSheet& sheet) const;
   /// KEEP: in GBK bytes.
   static void write_header(CsvSheet& sheet);
-
- private:
-  const TelnetLogRecord* record_ = nullptr;
-  LabelCache labels_;
 };
 
 }  // namespace qsvmon
