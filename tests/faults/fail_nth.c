@@ -3,7 +3,8 @@
  *   FAIL_CALL   the function's name
  *   FAIL_AT     which call, from 1; 0 only counts
  *   FAIL_MODE   "error" (default), "short" (send and recv move one byte) or "eintr"
- *   FAIL_COUNT  a file that gets the number of calls seen, in decimal, when the process ends
+ *   FAIL_COUNT  a file that gets the number of calls seen and the number of descriptors beyond
+ *               standard error that main left open, in decimal, when the process ends
  *
  * Only the command's own calls count: what the C library calls inside itself does not pass here,
  * and what follows main is the runtime's, which then writes the profile of a build with coverage.
@@ -25,6 +26,7 @@ static const char* call;
 static const char* mode;
 static long at;
 static long seen;
+static int left_open;
 
 static void start(void) {
   const char* text;
@@ -39,10 +41,10 @@ static void start(void) {
 
 __attribute__((destructor)) static void report(void) {
   const char* path = getenv("FAIL_COUNT");
-  char text[32];
+  char text[64];
   int fd, n;
   if (path == NULL || (fd = open(path, O_WRONLY | O_CREAT | O_TRUNC, 0600)) < 0) return;
-  n = snprintf(text, sizeof text, "%ld\n", seen);
+  n = snprintf(text, sizeof text, "%ld %d\n", seen, left_open);
   if (write(fd, text, (size_t)n) != n) _exit(99);
   close(fd);
 }
@@ -71,7 +73,9 @@ static main_function command_main;
 
 static int counted_main(int argc, char** argv, char** environment) {
   const int status = command_main(argc, argv, environment);
+  int fd;
   call = "";
+  for (fd = STDERR_FILENO + 1; fd < 256; ++fd) left_open += fcntl(fd, F_GETFD) >= 0;
   return status;
 }
 

@@ -5,8 +5,8 @@ usage: run_faults.py PROGRAM FAIL_NTH_LIBRARY DICT_LIBRARY
 
 For each command and each function the n-th call fails, for n counting up until the command makes
 fewer calls than n. After each run: the process ended by itself with 0 or 255, standard output is one
-of the texts that such a failure gives, and no segment and no file is left but a download. A listing
-that could not keep a record must read as if the daemon had not sent it.
+of the texts that such a failure gives, and no segment, open descriptor or file is left but a
+download. A listing that could not keep a record must read as if the daemon had not sent it.
 """
 import os
 import re
@@ -155,6 +155,7 @@ class Runner:
         self.count_file = os.path.join(appliance.root, "count")
         self.failures = []
         self.runs = 0
+        self.left_open = 0
         self.shortened = set()  # what the command prints when records are withheld
         self.files = appliance.files()
 
@@ -170,10 +171,10 @@ class Runner:
         left = segments_of(process.pid)
         try:
             with open(self.count_file, encoding="ascii") as file:
-                seen = int(file.read())
+                seen, self.left_open = (int(number) for number in file.read().split())
             os.unlink(self.count_file)
         except (OSError, ValueError):
-            seen = None  # ended by _exit: the command could not go on
+            seen, self.left_open = None, 0  # ended by _exit: the command could not go on
         return process.returncode, out.decode("latin-1"), err.decode("latin-1"), seen, left
 
     def complain(self, what, words, call, at, mode, out):
@@ -183,6 +184,8 @@ class Runner:
         status, out, err, _, left = result
         if left:
             self.complain("a segment is left", words, call, at, mode, out)
+        if self.left_open:
+            self.complain(f"{self.left_open} descriptors are open", words, call, at, mode, out)
         if status not in (0, 255):
             self.complain(f"status {status}, {err!r}", words, call, at, mode, out)
             return
