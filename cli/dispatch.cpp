@@ -66,9 +66,9 @@ int run_action(const CommandMatch& match, int argc, char** argv) {
       return rpc_forward_module(socket_path, match.module->name, words_after(argc, argv),
                                 action.code);
     case Action::Kind::kHandler:
-      return action.handler(argc - 3, argv + 3);
+      break;
   }
-  return kFailed;
+  return action.handler(argc - 3, argv + 3);
 }
 
 int run_row(const CommandMatch& match, int argc, char** argv) {

@@ -18,25 +18,18 @@ namespace {
   ::_exit(255);
 }
 
-void* allocate(std::size_t bytes) {
-  if (void* memory = std::malloc(bytes != 0 ? bytes : 1)) return memory;
-  end_of_memory();
-}
-
 }  // namespace
 
-void* operator new(std::size_t bytes) {
-  return allocate(bytes);
-}
+// The program's own calls; another form of new would bring the library's along. Nothing asks for
+// no bytes, for which malloc may have nothing.
 void* operator new[](std::size_t bytes) {
-  return allocate(bytes);
+  if (void* memory = std::malloc(bytes)) return memory;
+  end_of_memory();
 }
 void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
   return std::malloc(bytes);
 }
-void* operator new[](std::size_t bytes, const std::nothrow_t&) noexcept {
-  return std::malloc(bytes);
-}
+// With a size or without: as the compiler likes.
 void operator delete(void* memory) noexcept {
   std::free(memory);
 }
@@ -49,18 +42,3 @@ void operator delete(void* memory, std::size_t) noexcept {
 void operator delete[](void* memory, std::size_t) noexcept {
   std::free(memory);
 }
-
-#ifdef __GLIBCXX__
-namespace std {
-// What the containers call where they would throw.
-void __throw_length_error(const char*) {
-  end_of_memory();
-}
-void __throw_bad_alloc() {
-  end_of_memory();
-}
-void __throw_bad_array_new_length() {
-  end_of_memory();
-}
-}  // namespace std
-#endif
