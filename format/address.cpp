@@ -86,7 +86,7 @@ int hex_digit(char c) {
 /// Reads six plain fields (one to eight digits, nothing else) and takes what sscanf would; anything
 /// that sscanf may read differently is refused.
 bool parse_plain_mac(const char* text, char separator, unsigned (&fields)[6]) {
-  for (int i = 0; i < 6; ++i) {
+  for (int i = 0;; ++i) {
     unsigned value = 0;
     int digits = 0;
     for (int digit; digits < 9 && (digit = hex_digit(*text)) >= 0; ++digits, ++text) {
@@ -100,7 +100,6 @@ bool parse_plain_mac(const char* text, char separator, unsigned (&fields)[6]) {
     if (*text++ != separator) return false;
     fields[i] = value;
   }
-  return false;
 }
 
 bool scan_mac(const char* text, char separator, unsigned (&f)[6]) {

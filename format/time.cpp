@@ -57,7 +57,7 @@ constexpr void date_from_days(std::int64_t days, LocalTime& t) {
 LocalTime convert(std::uint32_t seconds) {
   const auto when = static_cast<std::time_t>(seconds);
   std::tm tm{};
-  if (::localtime_r(&when, &tm) == nullptr) return LocalTime{1970, 1, 1, 0, 0, 0};
+  ::localtime_r(&when, &tm);  // fails for years beyond an int alone
   return LocalTime{tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec};
 }
 
@@ -137,8 +137,8 @@ std::uint64_t shifted_local(std::uint32_t seconds, std::int32_t offset) {
 
 /// A date as text, by its number of days since the start of the shifted count.
 struct DateText {
-  std::uint32_t day;
-  char text[kDateTextBytes + 1];  ///< with the "/" after it; empty at first
+  std::uint32_t day;  ///< 0 at first, which no time falls on: the count began a year before 1970
+  char text[kDateTextBytes + 1];  ///< with the "/" after it
 };
 
 DateText dates[kDateSlots];
@@ -146,7 +146,7 @@ DateText dates[kDateSlots];
 /// The 11 bytes "2024-03-05/" of a shifted day. Times of the same month find them ready.
 const char* date_text(std::uint32_t day) {
   DateText& slot = dates[day % kDateSlots];
-  if (slot.day != day || slot.text[0] == '\0') {
+  if (slot.day != day) {
     LocalTime t{};
     date_from_days(std::int64_t{day} - kShiftDays, t);
     slot.day = day;

@@ -64,7 +64,7 @@ AssetsObject* free_object(AssetsPool& pool) {
 void link(AssetsPool& pool, AssetsObject& object) {
   if (object.kind == kAssetsText) {
     pool.by_value.add(pool.objects, object.id - 1);
-  } else if (object.value.ip != 0) {
+  } else {
     AssetsObject** const bucket = address_bucket(pool, object.value.ip);
     object.next = *bucket;
     *bucket = &object;
@@ -74,7 +74,7 @@ void link(AssetsPool& pool, AssetsObject& object) {
 void unlink(AssetsPool& pool, AssetsObject& object) {
   if (object.kind == kAssetsText) {
     pool.by_value.remove(pool.objects, object.id - 1);
-  } else if (object.value.ip != 0) {
+  } else {
     AssetsObject** at = address_bucket(pool, object.value.ip);
     while (*at != &object) at = &(*at)->next;
     *at = object.next;
@@ -246,7 +246,7 @@ void assetsobj_line(RpcRequest& line) {
   if (object.pid == 0 || object.pid > kMaxPid || assetsgrp_find(object.pid) == nullptr) {
     return set_request_error(line, "INV_PID\n");
   }
-  if (holder.get() == nullptr) return;
+  // A group was found, so there is a pool.
   if (const char* error = store(*holder.get(), object)) set_request_error(line, error);
 }
 

@@ -48,8 +48,7 @@ const char* ipv4_label(const void* addr) {
   std::memcpy(&net, addr, sizeof net);
   const std::uint32_t ip = from_net32(net);
   if (const CusIpRange* range = cusiprng_find(ip)) {
-    const CusIpInfo* const info = cusiprng_info(*range);
-    return info == nullptr ? nullptr : info->info;  // a range without text hides the asset
+    return cusiprng_info(*range)->info;
   }
   const AssetsObject* const object = assetsobj_find_ip(ip);
   return object == nullptr ? nullptr : object->name;

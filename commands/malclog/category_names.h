@@ -10,8 +10,8 @@ namespace qsvmon {
 /// The names of `category`, both empty for one that the pool does not hold.
 inline const ItlgcEntry& category_names(std::span<const ItlgcEntry> categories, int category) {
   static constexpr ItlgcEntry kNameless{};
-  const bool known = category >= 0 && static_cast<std::size_t>(category) < categories.size();
-  return known ? categories[static_cast<std::size_t>(category)] : kNameless;
+  const auto at = static_cast<std::size_t>(category);  // a negative one lies beyond any pool
+  return at < categories.size() ? categories[at] : kNameless;
 }
 
 }  // namespace qsvmon

@@ -1,6 +1,5 @@
 #include "commands/sessionlog/mail_filter.h"
 
-#include <algorithm>
 #include <cstring>
 #include <string_view>
 
@@ -13,7 +12,7 @@ namespace {
 class AttachmentText {
  public:
   AttachmentText(const MailRecord& record, const MailParts& parts) {
-    for (std::uint32_t i = 0; i < parts.attachment_count && used_ < sizeof text_; ++i) {
+    for (std::uint32_t i = 0; i < parts.attachment_count; ++i) {
       add({record.elems + parts.attachments[i].at, parts.attachments[i].length});
     }
   }
@@ -23,13 +22,12 @@ class AttachmentText {
  private:
   /// `name` with the byte that its NUL is; the separator takes that byte's place.
   void add(std::string_view name) {
-    const std::size_t count = std::min(name.size(), sizeof text_ - used_);
-    std::memcpy(text_ + used_, name.data(), count);
-    if (count == name.size()) text_[used_ + count - 1] = '\0';
-    used_ += count;
+    std::memcpy(text_ + used_, name.data(), name.size());
+    used_ += name.size();
+    text_[used_ - 1] = '\0';
   }
 
-  char text_[1024];
+  char text_[sizeof MailRecord::elems];  ///< the names lie in there apart from each other
   std::size_t used_ = 0;
 };
 

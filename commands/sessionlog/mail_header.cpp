@@ -43,9 +43,8 @@ int plain_word(std::string_view word, char* out, int outcap) {
 int encoded_text(std::string_view text, bool base64, bool utf8, char* out, int outcap) {
   static_assert(base64_decoded_bytes(kWordBytes - 1) <= kWordBytes);
   char decoded[kWordBytes];
-  text = text.substr(0, kWordBytes - 1);
+  text = text.substr(0, kWordBytes - 1);  // neither decoder makes more of it than it has bytes
   const int count = base64 ? base64_decode(decoded, text) : qp_decode(text, decoded, kWordBytes);
-  if (count < 0) return -1;
   if (!utf8) return copy_cut({decoded, static_cast<std::size_t>(count)}, out, outcap);
   std::memset(out, 0, static_cast<std::size_t>(outcap));
   if (utf8_to_gb2312(out, outcap, decoded, count) != 0) return -1;
