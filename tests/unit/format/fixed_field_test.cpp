@@ -33,6 +33,15 @@ TEST(FixedField, FormattedTextKeepsItsNul) {
   EXPECT_EQ(f.text(), "12/ab");
 }
 
+// A wide character that the "C" locale does not have cannot be printed.
+TEST(FixedField, WhatCannotBeFormattedCountsAsNothing) {
+  constexpr wchar_t kUnprintable[] = {0x4f60, 0};
+  Field f;
+  EXPECT_EQ(field32_printf(f.bytes, "%ls", kUnprintable), 0);
+  EXPECT_EQ(f.text(), "");
+  EXPECT_EQ(f.bytes[32], '#');
+}
+
 TEST(FixedField, CopyMayFillTheField) {
   for (const std::size_t length : {0u, 1u, 31u, 32u, 33u, 500u}) {
     Field f;

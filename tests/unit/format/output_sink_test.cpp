@@ -87,6 +87,17 @@ TEST(OutputSink, SmallBuffersStayInBounds) {
   }
 }
 
+// A wide character that the "C" locale does not have cannot be printed.
+TEST(OutputSink, WhatCannotBeFormattedIsNotThere) {
+  constexpr wchar_t kUnprintable[] = {0x4f60, 0};
+  BufferSink b(32);
+  EXPECT_EQ(out_printf(b.sink, "head"), 4);
+  EXPECT_EQ(out_printf(b.sink, "%ls", kUnprintable), 0);
+  EXPECT_EQ(b.sink.replylen, 4U);
+  EXPECT_EQ(out_printf(b.sink, " tail"), 5);
+  EXPECT_EQ(b.text(), "head tail");
+}
+
 TEST(OutputSink, StreamTakesEverything) {
   StreamSink s;
   s.sink.replylen = 7;

@@ -116,6 +116,26 @@ TEST(Time, FieldsAndDate) {
   EXPECT_EQ(std::string(date, 10), "2023-11-15");
 }
 
+// The clock moves by 44 minutes 30 seconds in the middle of a quarter of an hour.
+TEST(Time, FieldsAndDateWhereTheZoneChanges) {
+  const Zone zone("Africa/Monrovia");
+  char date[kDateTextBytes];
+  format_local_date(date, 63593069);
+  EXPECT_EQ(std::string(date, 10), "1972-01-06");
+  format_local_date(date, 63593070);
+  EXPECT_EQ(std::string(date, 10), "1972-01-07");
+  const LocalTime before = local_time(63593069);
+  EXPECT_EQ(before.day, 6);
+  EXPECT_EQ(before.hour, 23);
+  EXPECT_EQ(before.minute, 59);
+  EXPECT_EQ(before.second, 59);
+  const LocalTime after = local_time(63593070);
+  EXPECT_EQ(after.day, 7);
+  EXPECT_EQ(after.hour, 0);
+  EXPECT_EQ(after.minute, 44);
+  EXPECT_EQ(after.second, 30);
+}
+
 TEST(Time, PrintsThroughThePrinter) {
   const Zone zone("UTC");
   MemoryPrinter out;
