@@ -45,5 +45,26 @@ TEST(EntryBlocks, ReservingWithoutMemoryFailsAndKeepsWhatThereIs) {
   EXPECT_NE(entries.add(), nullptr);
 }
 
+/// Gives every piece of four megabytes the same memory, since nobody looks into them.
+void* take_shared(std::size_t bytes, Pages) {
+  static char piece[4U << 20];
+  return bytes == sizeof piece ? piece : std::calloc(1, bytes);
+}
+
+void give_shared(void* piece, std::size_t bytes) {
+  if (bytes != 4U << 20) std::free(piece);
+}
+
+// 0xffffff00 is the largest multiple of 256, which blocks have, that 32 bits hold. There are more
+// than a thousand pieces then, so their list has grown.
+TEST(EntryBlocks, NumbersNeverWrap) {
+  EntryBlocks<std::uint8_t> entries({take_shared, give_shared});
+  EXPECT_TRUE(entries.reserve(0xffffff00));
+  EXPECT_FALSE(entries.reserve(0xffffff01));
+  EXPECT_TRUE(entries.reserve(0xffffff00));
+  ASSERT_NE(entries.add(), nullptr);
+  EXPECT_EQ(entries.size(), 1U);
+}
+
 }  // namespace
 }  // namespace qsvmon

@@ -247,6 +247,23 @@ TEST(FoldTable, WithoutMemoryToGrowItFillsUpAndKeepsWhatItHas) {
   Scarce::refuse_from = 1000;
 }
 
+TEST(FoldTable, AnEntryThatCannotBeReplacedStays) {
+  AddressTable table(Scarce::memory(3));
+  AddressStat* const old = table.find_or_add(net(1));
+  ASSERT_NE(old, nullptr);
+  while (table.add_unfound(net(2)) != nullptr) {
+  }
+  const std::uint32_t size = table.size();
+  EXPECT_EQ(table.add_replacing(net(1)), nullptr);
+  EXPECT_EQ(table.size(), size);
+  EXPECT_EQ(table.find_or_add(net(1)), old);
+  Scarce::refuse_from = 1000;  // memory is back
+  AddressStat* const replaced = table.add_replacing(net(1));
+  EXPECT_NE(replaced, nullptr);
+  EXPECT_NE(replaced, old);
+  EXPECT_EQ(table.find_or_add(net(1)), replaced);
+}
+
 TEST(FoldTable, FoldDropsWhatHasNoEntry) {
   AddressTable table(Scarce::memory(0));
   const std::vector<std::uint32_t> records(100, 1u);

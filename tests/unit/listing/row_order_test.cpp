@@ -30,6 +30,17 @@ TEST(RowOrder, OfNoRowAndOfOne) {
   EXPECT_EQ(order_of({7}, Direction::kSmallestFirst), Numbers{0});
 }
 
+TEST(RowOrder, SortsAgainByAnotherCounter) {
+  constexpr std::uint32_t kFlows[] = {3, 1, 2};
+  constexpr std::uint32_t kTimes[] = {20, 30, 10};
+  RowOrder order(3);
+  order.sort([&](std::uint32_t number) { return kFlows[number]; }, Direction::kSmallestFirst);
+  order.sort([&](std::uint32_t number) { return kTimes[number]; }, Direction::kLargestFirst);
+  EXPECT_EQ(order[0], 1U);
+  EXPECT_EQ(order[1], 0U);
+  EXPECT_EQ(order[2], 2U);
+}
+
 TEST(RowOrder, EqualRowsStayAsFirstSeen) {
   for (std::uint32_t count : {2u, 100u, 512u, 513u, 5000u}) {
     Numbers as_seen(count);

@@ -209,6 +209,9 @@ TEST(MalcHostAgg, AnEventWithoutMemoryIsDropped) {
   hosts.add(std::vector<MalcEvent>{of_host("b", 0xff), h(k45)});
   ASSERT_EQ(hosts.size(), 2U);
   EXPECT_EQ(hosts[0].total, 1U);
+  // Four signatures of an event and those of the row are too many together.
+  hosts.add(std::vector<MalcEvent>{of_host("a", 0x0f), of_host("a", 0xf0), of_host("a", 0x0f)});
+  EXPECT_EQ(hosts[0].total, 3U);
 }
 
 }  // namespace

@@ -105,5 +105,36 @@ TEST(Tally, ManyTalliesKeepTheirOwnBlocks) {
   }
 }
 
+int takes_left = 0;
+
+FoldMemory scarce(int takes) {
+  takes_left = takes;
+  return {[](std::size_t bytes, Pages pages) -> void* {
+            if (takes_left == 0) return nullptr;
+            --takes_left;
+            return large_memory_take(bytes, pages);
+          },
+          large_memory_give};
+}
+
+TEST(Tally, WithoutMemoryForABlockItStaysAsItWas) {
+  TallyBlocks blocks(scarce(0));
+  Tally tally{};
+  EXPECT_FALSE(blocks.count(tally, 0x1f));
+  EXPECT_EQ(tally.slots, 0U);
+  EXPECT_TRUE(blocks.count(tally, bit(1) | bit(2)));
+  EXPECT_FALSE(blocks.count(tally, bit(2) | bit(5) | bit(6) | bit(7)));
+  EXPECT_EQ(tally.slots, bit(1) | bit(2));
+  EXPECT_EQ(blocks.count_of(tally, 2), 1);
+  EXPECT_EQ(blocks.count_of(tally, 5), 0);
+  EXPECT_FALSE(blocks.ready_for(0x1f));
+  EXPECT_TRUE(blocks.ready_for(0xf));
+  takes_left = 1000;  // memory is back
+  EXPECT_TRUE(blocks.count(tally, bit(2) | bit(5) | bit(6) | bit(7)));
+  EXPECT_EQ(blocks.count_of(tally, 1), 1);
+  EXPECT_EQ(blocks.count_of(tally, 2), 2);
+  EXPECT_EQ(blocks.count_of(tally, 7), 1);
+}
+
 }  // namespace
 }  // namespace qsvmon
