@@ -270,6 +270,35 @@ TEST_F(AssetsWithAGroup, AFullPool) {
   EXPECT_EQ(assetsobj_find_ip(4095), nullptr);
 }
 
+// As many addresses as there are chains: some chains hold several, the oldest of them last.
+TEST_F(AssetsWithAGroup, AnObjectIsReplacedWhereverItStandsInItsChain) {
+  const auto line = [](std::uint32_t id, const char* name, std::uint32_t ip) {
+    return "id=" + std::to_string(id) + " pid=1 name=" + name + " value=" + std::to_string(ip);
+  };
+  for (std::uint32_t id = 1; id <= 4096; ++id) ASSERT_EQ(object(line(id, "old", id * 257)), "");
+  for (std::uint32_t id = 1; id <= 4096; ++id) {
+    ASSERT_EQ(object(line(id, "new", 0x80000000 + id)), "");
+    ASSERT_EQ(assetsobj_find_ip(id * 257), nullptr) << id;
+    ASSERT_EQ(name_of(assetsobj_find_ip(0x80000000 + id)), "new") << id;
+    if (id == 4096) break;
+    ASSERT_EQ(name_of(assetsobj_find_ip((id + 1) * 257)), "old") << id;
+  }
+  for (std::uint32_t id = 1; id <= 4096; ++id) {
+    ASSERT_EQ(assetsobj_find_ip(0x80000000 + id)->id, id);
+  }
+}
+
+TEST_F(AssetsWithAGroup, UnknownWordsAreSkipped) {
+  EXPECT_EQ(group("colour=red id=2 names=y name=x i=3"), "");
+  EXPECT_STREQ(assetsgrp_find(2)->name, "x");
+  EXPECT_EQ(object("port=80 id=3 values=2.2.2.2 value=10.0.0.1 pid=2 name=web i=4 colour=red"), "");
+  const AssetsObject* const found = assetsobj_find_ip(0x0a000001);
+  ASSERT_NE(found, nullptr);
+  EXPECT_EQ(found->id, 3U);
+  EXPECT_EQ(found->pid, 2);
+  EXPECT_STREQ(found->name, "web");
+}
+
 /// Keeps the texts of one bucket the slow way: a list, the newest first.
 class SlowBucket {
  public:

@@ -126,6 +126,9 @@ TEST(CsvFileName, is_the_local_time) {
   EXPECT_STREQ("202403", cut);  // two bytes of the room stay unused
   csv_file_name(1709622489, cut, 1);
   EXPECT_STREQ("", cut);
+  cut[0] = '#';
+  csv_file_name(1709622489, cut, 0);
+  EXPECT_EQ('#', cut[0]);
   ::setenv("TZ", "UTC", 1);
   ::tzset();
   reset_local_time();

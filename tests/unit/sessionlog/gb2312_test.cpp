@@ -180,6 +180,11 @@ TEST(Gb2312, gb2312_becomes_utf8) {
 TEST(Gb2312, at_most_1024_characters_of_gb2312_are_taken) {
   EXPECT_EQ(repeat("\xE4\xBD\xA0", 1024), to_utf8(repeat("\xC4\xE3", 1100), 8192));
   EXPECT_EQ(std::string(1024, 'a'), to_utf8(std::string(1030, 'a'), 8192));
+  for (const std::size_t before :
+       {1U, 5U, 1020U}) {  // so that groups of eight do not come out even
+    EXPECT_EQ(std::string(before, 'a') + repeat("\xE4\xBD\xA0", 1024 - static_cast<int>(before)),
+              to_utf8(std::string(before, 'a') + repeat("\xC4\xE3", 1100), 8192));
+  }
   // More than 256 bytes are no trouble.
   EXPECT_EQ(repeat("\xE4\xBD\xA0", 300), to_utf8(repeat("\xC4\xE3", 300), 8192));
 }

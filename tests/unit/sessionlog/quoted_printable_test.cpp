@@ -29,6 +29,8 @@ TEST(QuotedPrintable, q_texts_are_decoded) {
       {"=1Z"sv, "\x33"sv},  // 16 + 35
       {"=-5"sv, "\x05"sv},  // 0 in the high digit
       {"=5-"sv, "P"sv},     // nothing added in the low one
+      {"=~5"sv, "\x05"sv},  // nor does "~", behind all letters, count
+      {"=5{"sv, "P"sv},
       {"==41"sv,
        "\x04"
        "1"sv},            // "=" is no digit; "4" is the low one
