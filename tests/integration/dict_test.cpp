@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "platform/appliance_paths.h"
+#include "rpc/dict_library.h"
 #include "rpc/request.h"
 #include "rpc/session.h"
 #include "tests/integration/command_case.h"
@@ -168,6 +169,29 @@ TEST(Dictionary, AFailedReplyBringsNone) {
   EXPECT_EQ(appliance.read("dict.log"), "");
 }
 
+// A caller's field for the reason may be smaller than the record's, or not there at all.
+TEST(DictionaryLibrary, SaysWhyInTheRoomThereIs) {
+  Appliance appliance;
+  appliance.install_dictionary(DictVariant::kWithoutFunctions);
+  const std::string path = appliance.path("usr/ramdisk/bin/dict.so");
+  struct {
+    std::size_t capacity;
+    const char* text;
+  } const cases[] = {{18, "AXPDICT_NOT_FOUND"}, {17, "AXPDICT_NOT_FOUN"}, {1, ""}};
+  for (const auto& c : cases) {
+    DictLibrary dict;
+    std::string error(20, '#');
+    EXPECT_FALSE(dict.load(path.c_str(), error.data(), c.capacity));
+    EXPECT_FALSE(dict.loaded());
+    EXPECT_STREQ(error.c_str(), c.text);
+    EXPECT_EQ(error.substr(c.capacity), std::string(20 - c.capacity, '#'));
+  }
+  DictLibrary dict;
+  char untouched = '#';
+  EXPECT_FALSE(dict.load(path.c_str(), &untouched, 0));
+  EXPECT_EQ(untouched, '#');
+}
+
 // Look-ups are called in this process.
 
 class DictLookUp : public testing::Test {
@@ -205,6 +229,7 @@ TEST_F(DictLookUp, NamesOfRegisteredIds) {
   EXPECT_EQ(dict_appid("all"), 9);
   EXPECT_EQ(dict_appid("nobody"), -1);
   EXPECT_EQ(dict_appid(""), -1);
+  EXPECT_EQ(dict_appid(nullptr), -1);
   EXPECT_STREQ(dict_entry_name(8), "mail");
   EXPECT_STREQ(dict_entry_extra(8), "Mail");
   EXPECT_EQ(dict_entry_name(1), nullptr);
@@ -272,6 +297,67 @@ TEST_F(DictLookUp, WithoutAnAnswerTheyFindNothing) {
   EXPECT_EQ(out.text(), "rpc_syncdesc: no dictionary(9)\nrpc_syncdesc: no dictionary(9)\n");
   EXPECT_STREQ(dict_appname(8), "undname");  // these never ask
   EXPECT_STREQ(dict_appcname(8), "undname");
+}
+
+// What stands for the whole library stands for each function that its table lacks.
+TEST_F(DictLookUp, ALibraryMayLackAnyFunction) {
+  struct {
+    const char* slots;
+    const char* name;
+    const char* display_name;
+    int id;
+    const char* record;
+    const char* log;
+  } const cases[] = {
+      {"0", "web", "Web pages", 7, "web", "register 7 5\nregister 8 0\nregister 9 6\n"},
+      {"5", "undname", "Web pages", 7, "web", "init\nregister 7 5\nregister 8 0\nregister 9 6\n"},
+      {"6", "web", "undname", 7, "web", "init\nregister 7 5\nregister 8 0\nregister 9 6\n"},
+      {"8", "web", "Web pages", -1, "web", "init\nregister 7 5\nregister 8 0\nregister 9 6\n"},
+      {"10", "web", "Web pages", 7, nullptr, "init\nregister 7 5\nregister 8 0\nregister 9 6\n"},
+      // Without its count a table has no entry; the groups then begin the reply.
+      {"40", "web", "Web pages", 7, "web", "init\nregister 7 5\n"},
+      {"41", "web", "Web pages", 7, "web", "init\nregister 7 5\nregister 8 0\n"},
+      {"42", "none", "no name", -1, nullptr, "init\n"},
+      {"0,5,6,8,10,40,41,42", "undname", "undname", -1, nullptr, ""},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.slots);
+    Appliance appliance;
+    appliance.install_dictionary();
+    ::setenv("FAKE_DICT_LOG", appliance.path("dict.log").c_str(), 1);
+    ::setenv("FAKE_DICT_WITHOUT", c.slots, 1);
+    ScriptedDaemon daemon(appliance, Daemon::kLog, {reply_behind(usual_tables(), "")});
+    OpenSession session(appliance, kLogSocketPath, 65536);
+    fetch();
+    EXPECT_STREQ(dict_appname(7), c.name);
+    EXPECT_STREQ(dict_appcname(7), c.display_name);
+    EXPECT_EQ(dict_appid("web"), c.id);
+    EXPECT_STREQ(dict_entry_name(7), c.record);
+    EXPECT_EQ(appliance.read("dict.log"), c.log);
+    ::unsetenv("FAKE_DICT_WITHOUT");
+  }
+}
+
+TEST_F(DictLookUp, AStartUpFetchThatFailsLeavesNothingBehind) {
+  {
+    Appliance appliance;  // without a daemon
+    ASSERT_EQ(::chdir(appliance.root().c_str()), 0);
+    CapturedOut out;
+    EXPECT_EQ(rpc_fetch_dictionary(), -1);
+    EXPECT_EQ(out.text(), "can't connect to ./var/tmp/qsvlog.d");
+  }
+  ScriptedDaemon daemon(appliance_, Daemon::kLog, {Reply::error(9, "no dictionary")});
+  ASSERT_EQ(::chdir(appliance_.root().c_str()), 0);
+  {
+    CapturedOut out;
+    EXPECT_EQ(rpc_fetch_dictionary(), -1);
+    EXPECT_EQ(out.text(), "rpc_syncdesc: no dictionary(9)\n");
+  }
+  EXPECT_EQ(rpc_shmbuf(), nullptr);
+  ASSERT_EQ(daemon.requests().size(), 1U);
+  EXPECT_FALSE(segment_exists(daemon.requests()[0].shmid()));
+  EXPECT_STREQ(dict_appname(7), "undname");
+  ASSERT_EQ(::chdir("/"), 0);
 }
 
 TEST_F(DictLookUp, AStartUpFetchKeepsTheDictionary) {

@@ -1,8 +1,10 @@
 // The session's own operations, called in this process against the scripted daemon.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstring>
 
+#include "commands/listing/batches.h"
 #include "platform/appliance_paths.h"
 #include "rpc/request.h"
 #include "rpc/session.h"
@@ -166,6 +168,63 @@ TEST(Exchange, TheDaemonsStatusIsTheResult) {
   EXPECT_EQ(request_errtext(request), "its text");
 }
 
+// A reply lies in the area or nowhere, whatever was put into the record.
+TEST(Reply, BytesEndWithTheArea) {
+  Appliance appliance;
+  ScriptedDaemon daemon(appliance, Daemon::kLog, {Reply::nothing()});
+  OpenSession session(appliance, kLogSocketPath, 4096);
+  RpcRequest request{};
+  std::memset(rpc_shmbuf(), 'r', 4096);
+  request.reply = rpc_shmbuf();
+  EXPECT_EQ(rpc_reply_bytes(request).size(), 4096U);
+  EXPECT_EQ(rpc_reply_text(request), std::string(4096, 'r'));
+  request.reply = rpc_shmbuf() + 4095;
+  EXPECT_EQ(rpc_reply_text(request), "r");
+  request.reply = rpc_shmbuf() + 4096;
+  EXPECT_TRUE(rpc_reply_bytes(request).empty());
+  EXPECT_EQ(rpc_reply_text(request), "");
+  request.reply = rpc_shmbuf() - 1;
+  EXPECT_TRUE(rpc_reply_bytes(request).empty());
+  char elsewhere[] = "elsewhere";
+  request.reply = elsewhere;
+  EXPECT_EQ(rpc_reply_text(request), "");
+  request.reply = nullptr;
+  EXPECT_EQ(rpc_reply_text(request), "(null)");
+  request.reply = rpc_shmbuf();
+  rpc_close(true);
+  EXPECT_TRUE(rpc_reply_bytes(request).empty());
+}
+
+TEST(Batches, WordsThatDoNotFitTheAreaAreNotSent) {
+  Appliance appliance;
+  ScriptedDaemon daemon(appliance, Daemon::kLog, {Reply::nothing()});
+  OpenSession session(appliance, kLogSocketPath, 4096);
+  const BatchPlan plan{.module = "m", .socket_path = kLogSocketPath};
+  std::string word(4095, 'w');
+  char* words[] = {word.data()};
+  BatchLoop too_long(plan, words);
+  EXPECT_EQ(too_long.fetch().line(), "argument text too long");
+  EXPECT_EQ(daemon.requests().size(), 0U);
+  word.pop_back();  // with its blank and the NUL it fills the area
+  BatchLoop whole(plan, words);
+  EXPECT_TRUE(whole.fetch().ok());
+  EXPECT_EQ(daemon.requests().at(0).text, " " + word);
+}
+
+TEST(Batches, RecordsBehindTheEndOfTheAreaAreNone) {
+  Appliance appliance;
+  ScriptedDaemon daemon(appliance, Daemon::kLog, {Reply::records("", 1000000)});
+  OpenSession session(appliance, kLogSocketPath, 4096);
+  BatchLoop batches({.module = "m", .socket_path = kLogSocketPath}, {});
+  ASSERT_TRUE(batches.fetch().ok());
+  using Record = std::array<char, 100>;
+  EXPECT_EQ(batches.records<Record>().size(), 40U);
+  EXPECT_EQ(batches.records<Record>(3996).size(), 1U);
+  EXPECT_EQ(batches.records<Record>(3997).size(), 0U);
+  EXPECT_EQ(batches.records<Record>(4096).size(), 0U);
+  EXPECT_EQ(batches.records<Record>(4097).size(), 0U);
+}
+
 TEST(Session, TheAreaHasAtLeast4096Bytes) {
   struct {
     std::size_t asked;
@@ -239,6 +298,23 @@ TEST(Session, ClosesInAnyStateAndTwice) {
   EXPECT_EQ(rpc_shmbuf(), nullptr);
   rpc_close(true);
   rpc_close(false);
+  EXPECT_TRUE(segments_made_by(::getpid()).empty());
+}
+
+// What a signal handler does, and then what the interrupted command would have done.
+TEST(Session, ClosesFromASignal) {
+  Appliance appliance;
+  ScriptedDaemon daemon(appliance, Daemon::kLog, std::vector<Reply>{});
+  OpenSession session(appliance, kLogSocketPath, 4096);
+  ASSERT_EQ(segments_made_by(::getpid()).size(), 1U);
+  const int id = segments_made_by(::getpid())[0];
+  rpc_close_from_signal();
+  for (int i = 0; i < 500 && daemon.connections() == 0; ++i) ::usleep(10000);
+  EXPECT_EQ(daemon.silent_connections(), 1);
+  EXPECT_EQ(rpc_shmbuf()[4095], '\0');  // it goes with the process, not before
+  rpc_close(true);
+  EXPECT_FALSE(segment_exists(id));
+  rpc_close_from_signal();
   EXPECT_TRUE(segments_made_by(::getpid()).empty());
 }
 

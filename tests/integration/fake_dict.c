@@ -3,6 +3,7 @@
  *
  *   FAKE_DICT_APPS    number of application entries that it says it has (default 2)
  *   FAKE_DICT_GROUPS  number of group entries (default 1)
+ *   FAKE_DICT_WITHOUT slots of the function table that are empty, for example "0,42" (default none)
  *   FAKE_DICT_LOG     file to which it appends "init", "register <id> <bytes 48..55 as a number>"
  *                     and, when it is unloaded, "unload"
  *
@@ -106,6 +107,17 @@ static Function functions[kSlots] = {
     [41] = (Function)group_count,
     [42] = (Function)take_entry,
 };
+
+__attribute__((constructor)) static void empty_slots(void) {
+  const char* text = getenv("FAKE_DICT_WITHOUT");
+  while (text != NULL && *text != '\0') {
+    char* end;
+    const unsigned long slot = strtoul(text, &end, 10);
+    if (end == text || slot >= kSlots) abort();
+    functions[slot] = NULL;
+    text = *end == ',' ? end + 1 : end;
+  }
+}
 
 #ifndef FAKE_DICT_NO_FUNCTIONS
 extern Function* _axpdict;

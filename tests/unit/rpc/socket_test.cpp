@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -206,6 +207,61 @@ TEST(SocketListen, FailuresSayWhat) {
     EXPECT_EQ(socket_listen(text), -1);
     EXPECT_EQ(out.text(), "bind tcp fail Cannot assign requested address\n");
   }
+}
+
+// No descriptor can be opened while it lives.
+class NoDescriptors {
+ public:
+  NoDescriptors() {
+    ::getrlimit(RLIMIT_NOFILE, &saved_);
+    const rlimit none{0, saved_.rlim_max};
+    ::setrlimit(RLIMIT_NOFILE, &none);
+  }
+  ~NoDescriptors() { ::setrlimit(RLIMIT_NOFILE, &saved_); }
+  NoDescriptors(const NoDescriptors&) = delete;
+  NoDescriptors& operator=(const NoDescriptors&) = delete;
+
+ private:
+  rlimit saved_;
+};
+
+TEST(Sockets, WithoutDescriptorsNoneIsMade) {
+  CapturedOut out;
+  char unix_path[] = "udp:/tmp/never";
+  char ip[] = "127.0.0.1:80";
+  {
+    const NoDescriptors none;
+    EXPECT_EQ(socket_connect(ip), -1);
+    EXPECT_EQ(errno, EMFILE);
+    EXPECT_EQ(socket_listen(unix_path), -1);
+    EXPECT_EQ(udp_listen(5353), -1);
+  }
+  EXPECT_EQ(out.text(),
+            "socket_connect: socket fail with Too many open files\n"
+            "socket_listen: socket fail with Too many open files, path=udp:/tmp/never\n"
+            "udp_listen: socket fail with Too many open files\n");
+}
+
+TEST(UdpListen, NamesAPortThatSomebodyElseHas) {
+  const int other = ::socket(AF_INET, SOCK_DGRAM, 0);
+  sockaddr_in in{};
+  in.sin_family = AF_INET;
+  ASSERT_EQ(::bind(other, reinterpret_cast<sockaddr*>(&in), sizeof in),
+            0);  // shares it with nobody
+  CapturedOut out;
+  EXPECT_EQ(udp_listen(static_cast<std::uint16_t>(port_of(other))), -1);
+  EXPECT_EQ(errno, EADDRINUSE);
+  EXPECT_EQ(out.text(), "bind tcp fail Address already in use\n");
+  ::close(other);
+}
+
+// "127." passes as a dotted address, its empty part counting as 0, but not with the C library.
+TEST(SocketListen, WhatTheCLibraryCannotReadIsAnyAddress) {
+  std::string text = "127.:" + std::to_string(free_port());
+  const int listener = socket_listen(text.data());
+  ASSERT_GE(listener, 0);
+  EXPECT_EQ(name_of(listener), "inet 0.0.0.0");
+  ::close(listener);
 }
 
 TEST(SocketAccept, TimesOutSilentlyAndNamesOtherFailures) {
