@@ -243,6 +243,7 @@ std::span<const char> rpc_reply_bytes(const RpcRequest& request) {
 std::string_view rpc_reply_text(const RpcRequest& request) {
   if (request.reply == nullptr) return "(null)";
   const std::span<const char> bytes = rpc_reply_bytes(request);
+  if (bytes.empty()) return {};
   return {bytes.data(), ::strnlen(bytes.data(), bytes.size())};
 }
 
