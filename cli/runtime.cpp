@@ -20,11 +20,14 @@ namespace {
 
 }  // namespace
 
-// The program's own calls; another form of new would bring the library's along. Nothing asks for
-// no bytes, for which malloc may have nothing.
-void* operator new[](std::size_t bytes) {
+// The forms that the program uses; another form of new would bring the library's along. Nothing
+// asks for no bytes, for which malloc may have nothing.
+void* operator new(std::size_t bytes) {
   if (void* memory = std::malloc(bytes)) return memory;
   end_of_memory();
+}
+void* operator new[](std::size_t bytes) {
+  return ::operator new(bytes);
 }
 void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
   return std::malloc(bytes);
