@@ -107,8 +107,8 @@ class SortedRecords {
   static void prefetch(const Record& record) {
     constexpr std::size_t kLine = 64;
     const auto* bytes = reinterpret_cast<const char*>(&record);
-    for (std::size_t at = 0; at < std::min(sizeof record, 3 * kLine); at += kLine) {
-      __builtin_prefetch(bytes + at);
+    for (std::size_t byte = 0; byte < std::min(sizeof record, 3 * kLine); byte += kLine) {
+      __builtin_prefetch(bytes + byte);
     }
     __builtin_prefetch(bytes + sizeof record - 1);
   }
