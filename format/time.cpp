@@ -75,7 +75,8 @@ std::int32_t block_offset(std::uint32_t block) {
   const LocalTime from = convert(first);
   const LocalTime to = convert(last);
   const std::int64_t offset = offset_of(from, first);
-  if (offset != offset_of(to, last) || from.second > 59 || to.second > 59) return kVaries;
+  // A leap second is as far from UTC as the seconds before it.
+  if (offset != offset_of(to, last) || to.second > 59) return kVaries;
   return static_cast<std::int32_t>(offset);
 }
 

@@ -1,9 +1,11 @@
 #include "format/time.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <string>
 
 #include "format/printer.h"
@@ -87,6 +89,33 @@ TEST(Time, LocalTimeAcrossEveryKindOfChange) {
     EXPECT_EQ(time_text(c.seconds), c.text) << c.zone << " " << c.seconds;
     EXPECT_EQ(time_text(c.seconds), c.text) << c.zone << " again " << c.seconds;
   }
+}
+
+/// A zone file of UTC with leap seconds: `count` of them, each as its moment and the sum so far.
+std::string zone_file(const char* leaps, int count) {
+  std::string bytes("TZif", 4);
+  bytes.append(16, '\0');
+  for (const int number : {0, 0, count, 0, 1, 4}) {  // the third counts the leap seconds
+    bytes.append(3, '\0').push_back(static_cast<char>(number));
+  }
+  bytes.append("\0\0\0\0\0\0UTC\0", 10);  // the only offset, 0, and its name
+  return bytes.append(leaps, static_cast<std::size_t>(count) * 8);
+}
+
+// The first: 59 at once, so that the second one, at 1799, is the last second of a quarter.
+TEST(Time, LeapSecondsShow) {
+  char path[] = "/tmp/qsvmon-zone-XXXXXX";
+  ::close(::mkstemp(path));
+  std::ofstream(path, std::ios::binary) << zone_file(
+      "\0\0\0\x3c\0\0\0\x3b"
+      "\0\0\x07\x07\0\0\0\x3c",
+      2);
+  const Zone zone(path);
+  EXPECT_EQ(time_text(900), "1970-01-01/00:14:01");
+  EXPECT_EQ(time_text(1798), "1970-01-01/00:28:59");
+  EXPECT_EQ(time_text(1799), "1970-01-01/00:28:60");
+  EXPECT_EQ(time_text(1800), "1970-01-01/00:29:00");
+  ::unlink(path);
 }
 
 TEST(Time, NeighboursShareNoWrongAnswer) {
