@@ -1,5 +1,5 @@
 #!/bin/sh
-# Tests of tools/check_floors and tools/count_tests. Run from the top of the tree.
+# Tests of tools/check_floors, tools/count_tests and tools/coverage_summary. Run from the top of the tree.
 set -u
 scratch=$(mktemp -d) || exit 2
 trap 'rm -rf "$scratch"' EXIT
@@ -71,6 +71,33 @@ Test Failed.
 END
 is "cases, scripts, whole programs and crashes are counted" "$(tools/count_tests "$scratch/log")" \
   "5 2"
+
+# summary <branches of rpc/a.cpp that were reached> <file left out>: what coverage_summary says.
+summary() {
+  cat >"$scratch/all.csv" <<END
+filename,line_total,line_covered,line_percent,branch_total,branch_covered,branch_percent
+cli/a.cpp,10,9,0.9,4,4,1.0
+cli/b.h,10,10,1.0,0,0,
+commands/tcpreset/a.cpp,100,100,1.0,50,45,0.9
+format/a.cpp,40,40,1.0,10,10,1.0
+pools/a.cpp,20,19,0.95,10,10,1.0
+rpc/a.cpp,20,20,1.0,10,$1,
+END
+  grep -v "^$2" "$scratch/all.csv" >"$scratch/files.csv"
+  tools/coverage_summary "$scratch/files.csv"
+  echo "$?"
+}
+
+is "shares just large enough" "$(summary 9 none)" \
+  'lines: 99.0 % of 200 (cli 95.0 %, commands 100.0 %, format 100.0 %, pools 95.0 %, rpc 100.0 %)
+branches: 92.9 % of 84 (cli 100.0 %, commands 90.0 %, format 100.0 %, pools 100.0 %, rpc 90.0 %)
+0'
+is "one folder has too few branches" "$(summary 8 none | tail -n 2)" \
+  'too few: five folders are to have 95 % of their lines and 90 % of their branches
+1'
+is "one folder has too few lines" "$(summary 10 cli/b | tail -n 1)" 1
+is "a folder is missing" "$(summary 10 pools/ | tail -n 1)" 1
+is "nothing was measured" "$(summary 10 '[c-r]' | tail -n 1)" 1
 
 echo "1..$number"
 exit "$bad"
