@@ -76,7 +76,7 @@ TEST(DecodeHeader, words_are_split_and_joined) {
 
 TEST(DecodeHeader, an_empty_header_fails) {
   for (std::string_view text : {""sv, " "sv, "\""sv, "  \" \" "sv, "\0abc"sv, " \0abc"sv, "\rabc"sv,
-                                "\n abc"sv, " \r\n abc"sv, "\"\r"sv}) {
+                                "\n abc"sv, "\nabc"sv, " \r\n abc"sv, "\"\r"sv}) {
     EXPECT_EQ(kFails, header(text)) << text;
   }
 }
@@ -181,6 +181,8 @@ TEST(DecodeWord, encoded_words) {
       {"=?g?B?Zm9v?="sv, "g?B?Zm9v?"sv},  // neither: from the name, 9 bytes
       {"=?gb?Q?x?"sv, "x"sv},             // the closing "?" may be last
       {"=?gb?Q?x"sv, kFails},             // shorter than 9 bytes
+      {"=?x?Q?a?"sv, kFails},             // 8 bytes, whatever the charset
+      {"=?x?Q?ab?"sv, "x?Q?ab"sv},        // 9
       {"=?gb?Q?xy"sv, kFails},            // no closing "?"
       {"=?UTF-8?B?5L2g5aW9"sv, kFails},
       {"=?gb?Q?xy\r?="sv, kFails},  // CR ends the text

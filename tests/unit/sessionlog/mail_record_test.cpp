@@ -67,9 +67,12 @@ TEST(MailRecord, a_later_element_overrides_an_earlier_one) {
                                 .from("second")
                                 .apid(2)
                                 .element(6, "\1\0\0\0"sv)
+                                .to("first")
+                                .to("")
                                 .record();
   const MailParts parts = mail_parts(record);
   EXPECT_EQ("second", text_of(record, parts.from));
+  EXPECT_EQ(0U, parts.to.length);
   EXPECT_EQ(2U, parts.apid);
   EXPECT_EQ(1U, parts.time);
 }

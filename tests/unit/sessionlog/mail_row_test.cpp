@@ -114,6 +114,8 @@ TEST_F(MailRowTest, attachment_names_are_decoded_and_joined) {
             member(whole_mail().attachment(std::string(127, 'x')).record(), "file"));
   EXPECT_EQ("", member(whole_mail().attachment(std::string(128, 'x')).record(), "file"));
   EXPECT_EQ("a", member(whole_mail().attachment("a " + std::string(126, 'x')).record(), "file"));
+  // A name's NUL is no byte of it, which the length of a word passed through shows.
+  EXPECT_EQ("x?Q?abcdef?", member(whole_mail().attachment("=?x?Q?abcdef?=").record(), "file"));
   // Without its NUL a name ends with its element.
   EXPECT_EQ("abc", member(whole_mail().element(kMailAttachment, "abc").time().record(), "file"));
   EXPECT_EQ("ab", member(whole_mail().element(kMailAttachment, "ab\0cd\0"sv).record(), "file"));
