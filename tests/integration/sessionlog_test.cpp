@@ -303,6 +303,20 @@ TEST_F(SessionLogTest, TheMailDownloadHasGbkHeadersAndRawPorts) {
             "BobSmith,,,one,");
 }
 
+TEST_F(SessionLogTest, TheMailDownloadHasDisplayNames) {
+  appliance_.install_dictionary();
+  const std::string dictionary =
+      field(field("\x4d\x00\x00\x00mail"s, 24) + "Electronic mail", 56) + field("", 112);
+  const std::string sheet = downloaded(
+      list("emaillog",
+           {Reply::records(dictionary + mail(1, element(9, u16(77)) + element(1, "a")), 1)
+                .with_syncdesc(1)},
+           {"download=1"}));
+  EXPECT_EQ(sheet.substr(sheet.rfind('\n')),
+            "\n10.0.0.1,260,192.168.1.2,6400,2024-03-05/07:08:09,Electronic mail,"
+            "00-00-00-00-00-00,a,,,,");
+}
+
 TEST_F(SessionLogTest, TheFtpDownloadIsInUtf8) {
   EXPECT_EQ(
       downloaded(list("ftplog", {Reply::records(ftp(kTime, 7, "n,m", "u"), 1)}, {"download=1"})),
