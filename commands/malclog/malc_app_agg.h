@@ -24,7 +24,7 @@ class MalcAppAgg {
   static constexpr std::size_t kApps = 1000;
 
   /// `tids` must outlive this and be taken before the first `add`.
-  explicit MalcAppAgg(const TidPool& tids) : tids_(tids) {}
+  explicit MalcAppAgg(const TidPool& tids, FoldMemory memory = {}) : tids_(tids), blocks_(memory) {}
 
   void add(std::span<const MalcEvent> events);
 

@@ -127,5 +127,17 @@ TEST(MalcAppListing, ApplicationZeroTakesNoPlaceOnAPage) {
   EXPECT_EQ(shown(query, events), R"~(],"count":5})~");
 }
 
+TEST(MalcAppAgg, AnEventWithoutMemoryIsNotCounted) {
+  const TidPool tids = pool(by_app(), kTable);
+  const FoldMemory none{[](std::size_t, Pages) -> void* { return nullptr; }, large_memory_give};
+  MalcAppAgg apps(tids, none);
+  apps.add(std::vector<MalcEvent>{app(7, 0x1f), app(8, bit(1)), app(8, 0xff), app(8, bit(1))});
+  EXPECT_EQ(apps.rows()[7].apid, 7);  // the row is there, and says that it was hit by nothing
+  EXPECT_EQ(apps.rows()[7].total, 0U);
+  EXPECT_EQ(apps.rows()[8].total, 2U);
+  EXPECT_EQ(apps.blocks().count_of(apps.rows()[8].tally, 1), 2);
+  EXPECT_EQ(apps.blocks().count_of(apps.rows()[8].tally, 0), 0);
+}
+
 }  // namespace
 }  // namespace qsvmon
