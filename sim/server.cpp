@@ -1,11 +1,13 @@
 #include "sim/server.h"
 
 #include <poll.h>
+#include <signal.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <ctime>
 #include <limits>
 #include <random>
 
@@ -17,6 +19,32 @@ namespace qsvmon::sim {
 namespace {
 
 constexpr std::uint32_t kBusy = 16;
+
+/// Keeps the signals that ask the server to end from coming at any moment but while it waits: one
+/// that came just before would leave it waiting.
+class SignalsWhileWaiting {
+ public:
+  SignalsWhileWaiting() {
+    sigset_t held;
+    sigemptyset(&held);
+    sigaddset(&held, SIGTERM);
+    sigaddset(&held, SIGINT);
+    ::sigprocmask(SIG_BLOCK, &held, &before_);
+  }
+  ~SignalsWhileWaiting() { ::sigprocmask(SIG_SETMASK, &before_, nullptr); }
+  SignalsWhileWaiting(const SignalsWhileWaiting&) = delete;
+  SignalsWhileWaiting& operator=(const SignalsWhileWaiting&) = delete;
+
+  /// Polls for `ms` milliseconds, below 0 without end. False when a signal came.
+  bool poll(std::vector<pollfd>& fds, int ms) const {
+    const timespec left{ms / 1000, ms % 1000 * 1000000L};
+    return ::ppoll(fds.data(), static_cast<nfds_t>(fds.size()), ms < 0 ? nullptr : &left,
+                   &before_) >= 0;
+  }
+
+ private:
+  sigset_t before_;
+};
 
 const char* socket_path(std::size_t listener) {
   return listener == 0 ? kLogSocketPath : kMgmtSocketPath;
@@ -61,6 +89,7 @@ int Server::wait_ms() const {
 }
 
 void Server::run(const volatile std::sig_atomic_t& stop) {
+  const SignalsWhileWaiting signals;
   std::vector<pollfd> polled;
   while (stop == 0) {
     polled.clear();
@@ -68,7 +97,7 @@ void Server::run(const volatile std::sig_atomic_t& stop) {
     for (const Connection& connection : connections_) {
       polled.push_back({connection.fd, POLLIN, 0});
     }
-    if (::poll(polled.data(), static_cast<nfds_t>(polled.size()), wait_ms()) < 0) continue;
+    if (!signals.poll(polled, wait_ms())) continue;
 
     const std::size_t known = connections_.size();
     for (std::size_t i = 0; i < std::size(listeners_); ++i) {
