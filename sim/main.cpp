@@ -118,15 +118,18 @@ int pretty_stdin() {
   return 0;
 }
 
-// Lets the parent return and cuts the serving process loose. False in the parent.
-bool go_background() {
+// Cuts a serving process loose and ends this one, which first notes the other's number: whoever
+// started it may stop it at once.
+void go_background(const PidFile& pid_file) {
   const pid_t pid = ::fork();
-  if (pid > 0) return false;
   if (pid < 0) throw std::runtime_error("cannot fork");
+  if (pid > 0) {
+    pid_file.write(pid);
+    ::_exit(0);  // the sockets are the child's now
+  }
   ::setsid();
   const int null = ::open("/dev/null", O_RDWR);
   for (int fd = 0; fd <= 2; ++fd) ::dup2(null, fd);
-  return true;
 }
 
 int serve(Options& o) {
@@ -144,8 +147,11 @@ int serve(Options& o) {
   o.fault.seed = o.data.seed;
   Server server(appliance, o.fault);
   if (!server.listen()) return 1;
-  if (o.background && !go_background()) ::_exit(0);  // the sockets are the child's now
-  pid_file.write_pid();
+  if (o.background) {
+    go_background(pid_file);
+  } else {
+    pid_file.write(::getpid());
+  }
   server.run(stop_asked);
   pid_file.remove();
   return 0;

@@ -43,8 +43,8 @@ bool PidFile::lock() {
   return fd_ >= 0 && ::flock(fd_, LOCK_EX | LOCK_NB) == 0;
 }
 
-void PidFile::write_pid() const {
-  const std::string text = std::to_string(::getpid()) + "\n";
+void PidFile::write(pid_t pid) const {
+  const std::string text = std::to_string(pid) + "\n";
   if (::ftruncate(fd_, 0) != 0 || ::pwrite(fd_, text.data(), text.size(), 0) < 0) return;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <string>
 
 namespace qsvmon::sim {
@@ -15,8 +17,8 @@ class PidFile {
  public:
   /// Locks the file in the working directory. False when another process holds it.
   bool lock();
-  /// Writes the process's number. Call after the last fork.
-  void write_pid() const;
+  /// Writes the number of the process that serves.
+  void write(pid_t pid) const;
   /// Removes the file; at the end of the process that serves.
   void remove() const;
 
