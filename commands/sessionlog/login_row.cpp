@@ -23,12 +23,13 @@ SessionEnds ends_of(const LoginHead& head) {
 /// All members up to "user".
 void print_head(Printer& out, const LoginHead& head, std::string_view user, LabelCache& labels) {
   const SessionEnds ends = ends_of(head);
+  const EndLabels end_labels = labels_of(ends, labels);
   out.put('{');
   print_ends(out, ends);
   print_mac(out, ends);
   out.put(",\"start\":", std::uint32_t{head.start});
   print_request_time(out, head.time);
-  print_labels(out, ends, labels);
+  print_labels(out, end_labels);
   out.put(",\"user\":\"", user, '"');
 }
 

@@ -42,13 +42,14 @@ bool MailRow::load(MailRecord& record) {
 }
 
 void MailRow::print(Printer& out) {
+  const EndLabels labels = labels_of(parts_.ends, labels_);
   out.put('{');
   print_ends(out, parts_.ends);
   // KEEP: "appname" is the display name in this list, the plain name in all others.
   out.put(",\"apid\":", parts_.apid, ",\"appname\":\"", dict_appcname(parts_.apid), '"');
   print_mac(out, parts_.ends);
   print_request_time(out, parts_.time);
-  print_labels(out, parts_.ends, labels_);
+  print_labels(out, labels);
   out.put(",\"from\":\"", CleanMailText{from_.view()}, "\",\"to\":\"", CleanMailText{to_.view()},
           "\",\"cc\":\"", CleanMailText{cc_.view()}, "\",\"subject\":\"",
           CleanMailText{subject_.view()}, "\",\"tolen\":", parts_.to.length, ",\"file\":\"",

@@ -22,10 +22,18 @@ void print_request_time(Printer& out, std::uint32_t seconds) {
   out.put(",\"req_time\":\"", LocalTimeText{seconds}, "\",\"time\":", seconds);
 }
 
-void print_labels(Printer& out, const SessionEnds& ends, LabelCache& labels) {
-  out.put(",\"srcip_desc\":\"", labels.of_ipv4(ends.src_net));
-  out.put("\",\"dstip_desc\":\"", labels.of_ipv4(ends.dst_net));
-  out.put("\",\"ipmac_desc\":\"", labels.of_mac(ends.mac), '"');
+EndLabels labels_of(const SessionEnds& ends, LabelCache& cache) {
+  const EndLabels labels{cache.of_ipv4(ends.src_net), cache.of_ipv4(ends.dst_net),
+                         cache.of_mac(ends.mac)};
+  __builtin_prefetch(labels.src);
+  __builtin_prefetch(labels.dst);
+  __builtin_prefetch(labels.mac);
+  return labels;
+}
+
+void print_labels(Printer& out, const EndLabels& labels) {
+  out.put(",\"srcip_desc\":\"", labels.src, "\",\"dstip_desc\":\"", labels.dst,
+          "\",\"ipmac_desc\":\"", labels.mac, '"');
 }
 
 void csv_ends(CsvSheet& sheet, const SessionEnds& ends, std::uint16_t sport, std::uint16_t dport) {

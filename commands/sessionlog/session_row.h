@@ -29,9 +29,19 @@ void print_mac(Printer& out, const SessionEnds& ends);
 /// ,"req_time" and ,"time"
 void print_request_time(Printer& out, std::uint32_t seconds);
 
-/// ,"srcip_desc" ,"dstip_desc" and ,"ipmac_desc": the labels of both addresses and the MAC, "" for
-/// one without a label.
-void print_labels(Printer& out, const SessionEnds& ends, LabelCache& labels);
+/// The labels of both addresses and the MAC, "" for one without a label; see LabelCache.
+struct EndLabels {
+  const char* src;
+  const char* dst;
+  const char* mac;
+};
+
+/// Looks the labels up. Their texts lie anywhere in the pools and are under way from memory when
+/// this returns: best called some time before they are printed.
+EndLabels labels_of(const SessionEnds& ends, LabelCache& cache);
+
+/// ,"srcip_desc" ,"dstip_desc" and ,"ipmac_desc"
+void print_labels(Printer& out, const EndLabels& labels);
 
 /// The two addresses and ports, four cells. The ports are written as they are handed over.
 void csv_ends(CsvSheet& sheet, const SessionEnds& ends, std::uint16_t sport, std::uint16_t dport);
