@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -26,7 +27,7 @@ template <class Entry>
 }
 
 /// The entries of a fold, numbered from 0 in the order they were made and handed out zeroed. They
-/// become usable in blocks of 256; the blocks are cut from pieces of a few megabytes. An entry
+/// become usable in blocks of 256, the last of each piece of a few megabytes shorter. An entry
 /// never moves: pointers to it are valid as long as the object.
 template <class Entry>
 class EntryBlocks {
@@ -66,18 +67,16 @@ class EntryBlocks {
   }
 
  private:
-  static constexpr std::size_t kBlockBytes = kBlockEntries * sizeof(Entry);
-  /// A whole number of large pages, so that none is left in small ones; blocks fill nearly all.
-  static constexpr std::size_t kUsualPieceBytes = std::size_t{4} << 20;
-  static constexpr std::size_t kPieceBytes =
-      kBlockBytes < kUsualPieceBytes ? kUsualPieceBytes : kBlockBytes;
-  static constexpr std::uint32_t kPieceEntries =
-      static_cast<std::uint32_t>(kPieceBytes / kBlockBytes) * kBlockEntries;
+  /// A whole number of large pages, so that none is left in small ones; entries fill all of it.
+  static constexpr std::size_t kPieceBytes = std::size_t{4} << 20;
+  static constexpr std::uint32_t kPieceEntries = kPieceBytes / sizeof(Entry);
+  static_assert(kPieceEntries >= kBlockEntries);
 
   bool add_block() {
     if (capacity_ > std::numeric_limits<std::uint32_t>::max() - kBlockEntries) return false;
-    if (capacity_ % kPieceEntries == 0 && !add_piece()) return false;
-    capacity_ += kBlockEntries;
+    const std::uint32_t in_piece = capacity_ % kPieceEntries;
+    if (in_piece == 0 && !add_piece()) return false;
+    capacity_ += std::min(kBlockEntries, kPieceEntries - in_piece);
     return true;
   }
 

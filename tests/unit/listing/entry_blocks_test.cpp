@@ -45,6 +45,31 @@ TEST(EntryBlocks, ReservingWithoutMemoryFailsAndKeepsWhatThereIs) {
   EXPECT_NE(entries.add(), nullptr);
 }
 
+// A piece of 4194304 bytes holds 4064 entries of 1032 bytes; a mail listing of millions must not
+// leave a twentieth of each empty.
+TEST(EntryBlocks, EntriesFillTheirPieces) {
+  struct Entry {
+    std::uint32_t words[258];
+  };
+  pieces_left = 2;  // the list of pieces and one of them
+  EntryBlocks<Entry> entries({take, give});
+  for (std::uint32_t i = 0; i < 4064; ++i) {
+    Entry* const entry = entries.add();
+    ASSERT_NE(entry, nullptr) << i;
+    entry->words[0] = entry->words[257] = i;
+  }
+  EXPECT_EQ(pieces_left, 0);
+  EXPECT_EQ(entries.add(), nullptr);
+  pieces_left = 1;
+  ASSERT_NE(entries.add(), nullptr);
+  EXPECT_EQ(entries.size(), 4065U);
+  EXPECT_EQ(entries[4064].words[0], 0U);
+  for (const std::uint32_t i : {0U, 255U, 256U, 3839U, 3840U, 4063U}) {
+    EXPECT_EQ(entries[i].words[0], i);
+    EXPECT_EQ(entries[i].words[257], i);
+  }
+}
+
 /// Gives every piece of four megabytes the same memory, since nobody looks into them.
 void* take_shared(std::size_t bytes, Pages) {
   static char piece[4U << 20];
