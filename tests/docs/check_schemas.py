@@ -145,6 +145,35 @@ class Schemas(unittest.TestCase):
         for name in names:
             jsonschema.Draft202012Validator.check_schema(schema_of(name))
 
+    def test_every_object_of_a_schema_is_closed_and_named(self):
+        """Every member is required, none is allowed beside, and the type made of it has a name."""
+        def walk(node):
+            if isinstance(node, dict):
+                if node.get("type") == "object":
+                    self.assertIs(node["additionalProperties"], False)
+                    self.assertEqual(node["required"], list(node["properties"]))
+                    self.assertRegex(node["title"], "^[A-Z][A-Za-z]+$")
+                for value in node.values():
+                    walk(value)
+            elif isinstance(node, list):
+                for value in node:
+                    walk(value)
+
+        for name in COMMANDS:
+            with self.subTest(name=name):
+                walk(schema_of(name))
+
+    def test_types_have_the_members_of_the_schemas(self):
+        made = {p.name.removesuffix(".d.ts") for p in (SCHEMAS / "types").glob("*.d.ts")}
+        self.assertEqual(made, set(COMMANDS))
+        for name in COMMANDS:
+            with self.subTest(name=name):
+                text = (SCHEMAS / f"types/{name}.d.ts").read_text()
+                self.assertNotIn("[k: string]", text)
+                bodies = re.findall(r"^export interface \w+ \{\n(.*?)^\}", text, re.M | re.S)
+                members = [re.findall(r"^  (\w+)(?=: )", body, re.M) for body in bodies]
+                self.assertCountEqual(members, member_orders(schema_of(name)))
+
     def test_real_output_agrees(self):
         for name, commands in COMMANDS.items():
             validator, orders = validator_of(name), member_orders(schema_of(name))
@@ -174,6 +203,14 @@ class Schemas(unittest.TestCase):
                 damaged = copy.deepcopy(document)
                 damaged["data"][0]["surprise"] = 1
                 self.assertFalse(validator.is_valid(damaged))
+
+    def test_rows_of_listip_are_of_one_kind(self):
+        row = {"ip": "10.1.1.9", "flowcnt": 1, "http": 0, "https": "0", "maxtime": 2, "mintime": 1}
+        for last, valid in (({"port": "80"}, True), ({"app": "http|Web"}, True), ({}, False),
+                            ({"port": "80", "app": "http|Web"}, False), ({"ports": "80"}, False)):
+            with self.subTest(last=last):
+                document = {"data": [{**row, **last}], "total": 1}
+                self.assertEqual(validator_of("tcpreset-listip").is_valid(document), valid)
 
     def test_examples_of_the_pages_agree(self):
         for name in COMMANDS:

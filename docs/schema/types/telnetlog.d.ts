@@ -1,0 +1,72 @@
+/** Made by tools/make_types from telnetlog.schema.json: change that one. */
+
+/**
+ * What "qsvmon telnetlog list" prints.
+ */
+export interface Telnetlog {
+  /**
+   * The rows of the page, in the listing's order.
+   */
+  data: TelnetCommand[];
+  /**
+   * Records on all pages.
+   */
+  count: number;
+}
+/**
+ * One Telnet command.
+ */
+export interface TelnetCommand {
+  /**
+   * Client address.
+   */
+  src_ip: string;
+  /**
+   * Client port.
+   */
+  src_port: number;
+  /**
+   * Server address.
+   */
+  dst_ip: string;
+  /**
+   * Server port.
+   */
+  dst_port: number;
+  /**
+   * Client MAC address.
+   */
+  mac: string;
+  /**
+   * Start of the session, seconds since the epoch.
+   */
+  start: number;
+  /**
+   * Time of the operation, local.
+   */
+  req_time: string;
+  /**
+   * Time of the operation, seconds since the epoch.
+   */
+  time: number;
+  /**
+   * Label of the client address, empty when it has none.
+   */
+  srcip_desc: string;
+  /**
+   * Label of the server address.
+   */
+  dstip_desc: string;
+  /**
+   * Label of the MAC address.
+   */
+  ipmac_desc: string;
+  /**
+   * Login name, not escaped.
+   */
+  user: string;
+  /**
+   * Command without quotes, ESC and line ends; backslashes doubled.
+   */
+  cmd: string;
+}
