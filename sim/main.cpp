@@ -31,7 +31,7 @@ void ask_stop(int) {
 
 struct Options {
   std::string root = ".";
-  DataOptions data{QSVSIM_DATA_FOLDER, 0, 0, 1};
+  DataOptions data{"sample", 0, 0, 1};
   std::string dict_library = QSVSIM_DICT_LIBRARY;
   std::size_t batch = 0;
   FaultPlan fault;
@@ -56,7 +56,10 @@ void describe(CLI::App& app, Options& o) {
   app.add_option("--root", o.root, "folder of the appliance tree; made when missing")
       ->type_name("DIR")
       ->capture_default_str();
-  app.add_option("--data", o.data.folder, "folder of the data files")->type_name("DIR");
+  app.add_option("--data", o.data.folder,
+                 "what to serve: sample or nasty, which come with the program, or a folder")
+      ->type_name("SET")
+      ->default_str("sample");
   app.add_option("--dict", o.dict_library, "dictionary library that the tree gets")
       ->type_name("FILE");
   app.add_flag("--background", o.background,
@@ -107,6 +110,13 @@ int complain(const std::string& why) {
   return 1;
 }
 
+// The folder that `--data` names: the sets that come with the program go by their name alone.
+std::string data_folder(const std::string& given) {
+  if (given == "sample") return QSVSIM_DATA_FOLDER;
+  if (given == "nasty") return QSVSIM_DATA_FOLDER "/nasty";
+  return std::filesystem::absolute(given).string();
+}
+
 int pretty_stdin() {
   std::string text;
   char buffer[65536];
@@ -135,7 +145,7 @@ void go_background(const PidFile& pid_file) {
 int serve(Options& o) {
   std::filesystem::create_directories(o.root);
   // Before the working directory moves.
-  o.data.folder = std::filesystem::absolute(o.data.folder).string();
+  o.data.folder = data_folder(o.data.folder);
   o.dict_library = std::filesystem::absolute(o.dict_library).string();
   std::filesystem::current_path(o.root);
 

@@ -13,10 +13,10 @@
 
 namespace qsvmon::sim {
 
-/// Copies `text` into a zeroed field with room for a NUL behind it.
+/// Copies `text` into a zeroed field; a text as long as the field has no NUL behind it.
 template <std::size_t Width>
 void copy_field(const CsvTable::Row& row, const std::string& text, char (&to)[Width]) {
-  if (text.size() >= Width) row.fail("longer than " + std::to_string(Width - 1) + ": " + text);
+  if (text.size() > Width) row.fail("longer than " + std::to_string(Width) + ": " + text);
   std::memcpy(to, text.data(), text.size());
 }
 

@@ -64,13 +64,14 @@ class Appliance:
 
 
 class SimulatedTest(unittest.TestCase):
-    """Each test has an appliance of its own; the class's OPTIONS go to qsvsim."""
+    """Each test has an appliance of its own; the class's DATA and OPTIONS go to qsvsim."""
 
+    DATA = DATA
     OPTIONS = ()
     maxDiff = None
 
     def setUp(self):
-        self.appliance = Appliance(*self.OPTIONS)
+        self.appliance = Appliance(*self.OPTIONS, data=self.DATA)
         self.addCleanup(self.appliance.close)
 
     def expect(self, words, out, status=0):
