@@ -98,23 +98,23 @@ std::string table_bytes() {
   return {reinterpret_cast<const char*>(table->data()), sizeof(SignatureTable)};
 }
 
-/// Chunks of events in memory in the shape of a BatchLoop.
-class Chunks {
+/// Chunks of events in memory, behind a first one that holds the signature table alone.
+class Chunks final : public BatchSource {
  public:
   explicit Chunks(std::span<const MalcEvent> events) : left_(events), table_(table_bytes()) {}
-  bool done() const { return next_ != 0 && left_.empty(); }
-  Status fetch() {
-    const std::size_t count = std::min(left_.size(), kChunkEvents);
-    chunk_ = left_.first(count);
-    left_ = left_.subspan(count);
-    ++next_;
+  bool done() const override { return next_ != 0 && left_.empty(); }
+  Status fetch() override {
+    if (next_++ == 0) return Status::good();
+    chunk_ = left_.first(std::min(left_.size(), kChunkEvents));
+    left_ = left_.subspan(chunk_.size());
     return Status::good();
   }
-  std::span<const char> bytes() const { return table_; }
-  std::uint32_t claimed() const { return static_cast<std::uint32_t>(chunk_.size()); }
-  template <class Record>
-  std::span<const Record> records(std::size_t) const {
-    return chunk_;
+  std::span<const char> bytes() const override {
+    if (next_ == 1) return table_;
+    return {reinterpret_cast<const char*>(chunk_.data()), chunk_.size_bytes()};
+  }
+  std::uint32_t claimed() const override {
+    return next_ == 1 ? 1 : static_cast<std::uint32_t>(chunk_.size());
   }
 
  private:

@@ -15,13 +15,13 @@
 #include <string>
 #include <vector>
 
-#include "commands/sessionlog/base64.h"
-#include "commands/sessionlog/gb2312.h"
+#include "commands/sessionlog/codec/base64.h"
+#include "commands/sessionlog/codec/gb2312.h"
+#include "commands/sessionlog/codec/mail_header.h"
+#include "commands/sessionlog/codec/quoted_printable.h"
 #include "commands/sessionlog/login_row.h"
 #include "commands/sessionlog/mail_filter.h"
-#include "commands/sessionlog/mail_header.h"
 #include "commands/sessionlog/mail_row.h"
-#include "commands/sessionlog/quoted_printable.h"
 #include "commands/sessionlog/session_page.h"
 #include "format/address.h"
 #include "pools/desc_pools.h"

@@ -5,20 +5,15 @@
 #include "commands/mgmt/mgmt.h"
 #include "commands/sessionlog/sessionlog.h"
 #include "commands/tcpreset/tcpreset.h"
-#include "platform/appliance_paths.h"
-#include "rpc/request.h"
+#include "rpc/wire/message_codes.h"
 
 namespace qsvmon {
 namespace {
 
-constexpr std::uint32_t kCodeTableLoadFile = 249;
-constexpr std::uint32_t kCodeModuleList = 387;
-constexpr std::uint32_t kCodeModuleStat = 388;
-
-constexpr Action forward(std::uint32_t code) {
+constexpr Action forward(MessageCode code) {
   return {Action::Kind::kForward, code, nullptr};
 }
-constexpr Action forward_module(Verb verb) {
+constexpr Action forward_module(MessageCode verb) {
   return {Action::Kind::kForwardModule, verb, nullptr};
 }
 constexpr Action handler(Handler function) {
@@ -92,8 +87,8 @@ constexpr ModuleEntry kMgmtModules[] = {
 };
 
 constexpr CommandGroup kGroups[] = {
-    {&kLogSocketPath, kLogModules},
-    {&kMgmtSocketPath, kMgmtModules},
+    {Daemon::kLog, kLogModules},
+    {Daemon::kMgmt, kMgmtModules},
 };
 
 constexpr SubcommandEntry kFallbackVerbs[] = {

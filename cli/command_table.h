@@ -4,6 +4,8 @@
 #include <span>
 #include <string_view>
 
+#include "rpc/wire/daemon.h"
+
 namespace qsvmon {
 
 /// A command's code: gets the words after the sub-command, returns the result (-1: failure).
@@ -34,7 +36,7 @@ struct ModuleEntry {
 
 /// The commands that one daemon serves.
 struct CommandGroup {
-  const char* const* socket_path;
+  Daemon daemon;
   std::span<const ModuleEntry> modules;
 };
 

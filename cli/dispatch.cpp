@@ -5,17 +5,16 @@
 #include "cli/command_table.h"
 #include "cli/forward.h"
 #include "cli/signals.h"
-#include "commands/listing/words.h"
 #include "format/printer.h"
-#include "platform/appliance_paths.h"
 #include "platform/boot_time.h"
 #include "rpc/dict.h"
 #include "rpc/session.h"
+#include "rpc/wire/message_codes.h"
+#include "rpc/words.h"
 
 namespace qsvmon {
 namespace {
 
-constexpr std::uint32_t kCodeKeyTableList = 282;
 constexpr std::size_t kKeyTableAreaBytes = 4096;
 constexpr std::uint32_t kMinRowAreaKib = 64;
 constexpr int kFailed = -1;
@@ -57,14 +56,13 @@ int invalid_command(const char* module, const char* subcommand) {
 }
 
 int run_action(const CommandMatch& match, int argc, char** argv) {
-  const char* socket_path = *match.group->socket_path;
+  const Daemon daemon = match.group->daemon;
   const Action& action = match.row->action;
   switch (action.kind) {
     case Action::Kind::kForward:
-      return rpc_forward(socket_path, words_after(argc, argv), action.code);
+      return rpc_forward(daemon, words_after(argc, argv), action.code);
     case Action::Kind::kForwardModule:
-      return rpc_forward_module(socket_path, match.module->name, words_after(argc, argv),
-                                action.code);
+      return rpc_forward_module(daemon, match.module->name, words_after(argc, argv), action.code);
     case Action::Kind::kHandler:
       break;
   }
@@ -74,7 +72,7 @@ int run_action(const CommandMatch& match, int argc, char** argv) {
 int run_row(const CommandMatch& match, int argc, char** argv) {
   const std::uint32_t kib =
       match.row->area_kib < kMinRowAreaKib ? kMinRowAreaKib : match.row->area_kib;
-  if (rpc_init(*match.group->socket_path, std::size_t{kib} << 10) != 0) return kFailed;
+  if (rpc_init(daemon_path(match.group->daemon), std::size_t{kib} << 10) != 0) return kFailed;
   const int result = run_action(match, argc, argv);
   rpc_close(true);
   return result;
@@ -83,8 +81,8 @@ int run_row(const CommandMatch& match, int argc, char** argv) {
 // KEEP: the words come from the front of the vector, the program's name first, and the daemon's
 // answer does not show in the exit status; callers count on both.
 int list_key_table(int argc, char** argv) {
-  if (rpc_init(kLogSocketPath, kKeyTableAreaBytes) != 0) return kFailed;
-  (void)rpc_forward(kLogSocketPath, words_of(argc - 3, argv), kCodeKeyTableList);
+  if (rpc_init(daemon_path(Daemon::kLog), kKeyTableAreaBytes) != 0) return kFailed;
+  (void)rpc_forward(Daemon::kLog, words_of(argc - 3, argv), kCodeKeyTableList);
   rpc_close(true);
   return 0;
 }
@@ -94,9 +92,9 @@ int list_key_table(int argc, char** argv) {
 int run_fallback_verb(int argc, char** argv) {
   const SubcommandEntry* verb = find_fallback_verb(argv[2]);
   if (verb == nullptr) return invalid_command(argv[1], argv[2]);
-  if (rpc_init(kLogSocketPath, std::size_t{verb->area_kib} << 10) != 0) return kFailed;
+  if (rpc_init(daemon_path(Daemon::kLog), std::size_t{verb->area_kib} << 10) != 0) return kFailed;
   const int result =
-      rpc_forward_module(kLogSocketPath, argv[1], words_after(argc, argv), verb->action.code);
+      rpc_forward_module(Daemon::kLog, argv[1], words_after(argc, argv), verb->action.code);
   rpc_close(true);
   return result;
 }

@@ -3,7 +3,7 @@
 #include <cstdarg>
 #include <cstdint>
 
-#include "rpc/request.h"
+#include "rpc/wire/request.h"
 
 // Writers of text replies: every value goes through `out_printf`, to a stdio stream or into a
 // bounded buffer. Nothing reports an error: a full buffer cuts the text in silence and drops what

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "rpc/request.h"
+#include "rpc/wire/request.h"
 
 namespace qsvmon {
 

@@ -19,8 +19,8 @@
 #include <thread>
 #include <vector>
 
-#include "rpc/request.h"
 #include "rpc/socket.h"
+#include "rpc/wire/request.h"
 #include "tests/hostile/appliance_root.h"
 #include "tests/hostile/command_rows.h"
 

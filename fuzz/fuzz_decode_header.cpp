@@ -4,7 +4,7 @@
 #include <cstring>
 #include <memory>
 
-#include "commands/sessionlog/mail_header.h"
+#include "commands/sessionlog/codec/mail_header.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 

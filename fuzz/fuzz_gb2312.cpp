@@ -5,7 +5,7 @@
 #include <cstring>
 #include <memory>
 
-#include "commands/sessionlog/gb2312.h"
+#include "commands/sessionlog/codec/gb2312.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 

@@ -48,27 +48,20 @@ Input read_input(std::string_view bytes) {
   return input;
 }
 
-class Chunks {
+class Chunks final : public BatchSource {
  public:
   explicit Chunks(const Input& input) : claimed_(input.claimed) {
     const std::size_t first = std::min(input.first_bytes, input.reply.size());
     add(input.reply.substr(0, first));
     add(input.reply.substr(first));
   }
-  bool done() const { return next_ == chunks_.size(); }
-  Status fetch() {
+  bool done() const override { return next_ == chunks_.size(); }
+  Status fetch() override {
     ++next_;
     return Status::good();
   }
-  std::span<const char> bytes() const { return chunks_[next_ - 1]; }
-  std::uint32_t claimed() const { return claimed_; }
-  template <class Record>
-  std::span<const Record> records(std::size_t skip) const {
-    if (skip >= bytes().size()) return {};
-    const std::size_t room = (bytes().size() - skip) / sizeof(Record);
-    return {reinterpret_cast<const Record*>(bytes().data() + skip),
-            std::min<std::size_t>(claimed_, room)};
-  }
+  std::span<const char> bytes() const override { return chunks_[next_ - 1]; }
+  std::uint32_t claimed() const override { return claimed_; }
 
  private:
   void add(std::string_view bytes) { chunks_.emplace_back(bytes.begin(), bytes.end()); }

@@ -7,7 +7,7 @@
 
 #include "format/text.h"
 #include "platform/large_memory.h"
-#include "rpc/request.h"
+#include "rpc/wire/request.h"
 
 namespace qsvmon {
 

@@ -3,7 +3,7 @@
 #include <cstdint>
 
 #include "platform/large_memory.h"
-#include "rpc/request.h"
+#include "rpc/wire/request.h"
 
 namespace qsvmon {
 

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "rpc/request.h"
+#include "rpc/wire/request.h"
 
 namespace qsvmon {
 

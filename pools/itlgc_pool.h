@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "rpc/request.h"
+#include "rpc/wire/request.h"
 
 namespace qsvmon {
 

@@ -7,9 +7,6 @@ namespace qsvmon {
 namespace {
 
 constexpr char kUndefinedName[] = "undname";
-constexpr std::size_t kNameAt = 4;
-constexpr std::size_t kExtraAt = 24;
-
 // Asks the daemon for the dictionary when none has come yet. A daemon that answers without tables
 // leaves no function table to ask.
 bool dict_ready() {
@@ -17,10 +14,8 @@ bool dict_ready() {
   return session_dict().loaded();
 }
 
-const char* record_at(std::uint16_t id, std::size_t offset) {
-  if (!dict_ready()) return nullptr;
-  const char* record = session_dict().record(id);
-  return record != nullptr ? record + offset : nullptr;
+const DictEntry* entry_of(std::uint16_t id) {
+  return dict_ready() ? session_dict().entry(id) : nullptr;
 }
 
 }  // namespace
@@ -44,11 +39,13 @@ int dict_appid(const char* name) {
 }
 
 const char* dict_entry_name(std::uint16_t id) {
-  return record_at(id, kNameAt);
+  const DictEntry* entry = entry_of(id);
+  return entry != nullptr ? entry->name : nullptr;
 }
 
 const char* dict_entry_extra(std::uint16_t id) {
-  return record_at(id, kExtraAt);
+  const DictEntry* entry = entry_of(id);
+  return entry != nullptr ? entry->display_name : nullptr;
 }
 
 int dict_startup() {

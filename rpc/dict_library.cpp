@@ -9,10 +9,6 @@
 namespace qsvmon {
 namespace {
 
-constexpr std::size_t kInUseAt = 4;     // non-zero: the entry is registered
-constexpr std::size_t kPointerAt = 48;  // the daemon's pointer, meaningless here
-constexpr std::size_t kPointerBytes = 8;
-
 void set_error(char* error, std::size_t capacity, std::string_view text) {
   if (capacity == 0) return;
   const std::size_t n = std::min(text.size(), capacity - 1);
@@ -32,8 +28,8 @@ bool DictLibrary::load(const char* path, char* error, std::size_t capacity) {
   }
   const auto* table = static_cast<void* const* const*>(::dlsym(handle_, "_axpdict"));
   if (table != nullptr) functions_ = *table;
-  apps_ = static_cast<char*>(::dlsym(handle_, "_usraxps"));
-  groups_ = static_cast<char*>(::dlsym(handle_, "_usragps"));
+  apps_ = static_cast<DictEntry*>(::dlsym(handle_, "_usraxps"));
+  groups_ = static_cast<DictEntry*>(::dlsym(handle_, "_usragps"));
   const char* missing = functions_ == nullptr ? "AXPDICT_NOT_FOUND"
                         : apps_ == nullptr    ? "USRAXPS_NOT_FOUND"
                         : groups_ == nullptr  ? "USRAGPS_NOT_FOUND"
@@ -75,8 +71,8 @@ const std::uint16_t* DictLibrary::id_of(const char* name) const {
   return ask != nullptr ? ask(name) : nullptr;
 }
 
-const char* DictLibrary::record(std::uint16_t id) const {
-  auto ask = slot<const char* (*)(int)>(kRecord);
+const DictEntry* DictLibrary::entry(std::uint16_t id) const {
+  auto ask = slot<const DictEntry* (*)(int)>(kEntry);
   return ask != nullptr ? ask(id) : nullptr;
 }
 
@@ -86,29 +82,28 @@ std::size_t DictLibrary::count(Slot index) const {
   return n > 0 ? static_cast<std::size_t>(n) : 0;
 }
 
-std::size_t DictLibrary::copy_table(std::span<const char> from, char* to, Slot count_slot) const {
-  const std::size_t entries = std::min(count(count_slot), from.size() / kEntryBytes);
-  if (entries > 0) std::memcpy(to, from.data(), entries * kEntryBytes);
+std::size_t DictLibrary::copy_table(std::span<const char> from, DictEntry* to,
+                                    Slot count_slot) const {
+  const std::size_t entries = std::min(count(count_slot), from.size() / sizeof(DictEntry));
+  if (entries > 0) std::memcpy(to, from.data(), entries * sizeof(DictEntry));
   return entries;
 }
 
-void DictLibrary::register_if_used(char* entry) const {
-  // KEEP: the flag is signed and any value but 0 counts as in use.
-  if (entry[kInUseAt] == 0) return;
-  if (auto take = slot<void (*)(void*)>(kRegister)) take(entry);
+void DictLibrary::register_if_used(DictEntry& entry) const {
+  if (!entry.in_use()) return;
+  if (auto take = slot<void (*)(void*)>(kRegister)) take(&entry);
 }
 
 std::size_t DictLibrary::take_tables(std::span<const char> reply) {
   const std::size_t apps = copy_table(reply, apps_, kAppCount);
-  const std::size_t group_at = apps * kEntryBytes;
+  const std::size_t group_at = apps * sizeof(DictEntry);
   const std::size_t groups = copy_table(reply.subspan(group_at), groups_, kGroupCount);
-  for (std::size_t i = 0; i < apps; ++i) register_if_used(apps_ + i * kEntryBytes);
-  for (std::size_t i = 0; i < groups; ++i) {
-    char* entry = groups_ + i * kEntryBytes;
-    register_if_used(entry);
-    std::memset(entry + kPointerAt, 0, kPointerBytes);
+  for (DictEntry& app : std::span(apps_, apps)) register_if_used(app);
+  for (DictEntry& group : std::span(groups_, groups)) {
+    register_if_used(group);
+    group.pointer = 0;
   }
-  return group_at + groups * kEntryBytes;
+  return group_at + groups * sizeof(DictEntry);
 }
 
 }  // namespace qsvmon

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <span>
 
+#include "rpc/wire/dict_entry.h"
+
 namespace qsvmon {
 
 /// The appliance's application dictionary: a shared library with a function table ("_axpdict") and
@@ -11,8 +13,6 @@ namespace qsvmon {
 /// requests or sessions. Not thread-safe.
 class DictLibrary {
  public:
-  static constexpr std::size_t kEntryBytes = 56;
-
   /// Loads the library at `path` and runs its initialiser; nothing when one is loaded already.
   /// Returns false with why in `error` (NUL-terminated, cut to `capacity`): the loader's text,
   /// "AXPDICT_NOT_FOUND", "USRAXPS_NOT_FOUND" or "USRAGPS_NOT_FOUND". Nothing stays loaded then.
@@ -38,7 +38,7 @@ class DictLibrary {
   const char* name(std::uint16_t id) const;
   const char* display_name(std::uint16_t id) const;
   const std::uint16_t* id_of(const char* name) const;
-  const char* record(std::uint16_t id) const;
+  const DictEntry* entry(std::uint16_t id) const;
 
  private:
   enum Slot : std::size_t {
@@ -46,7 +46,7 @@ class DictLibrary {
     kName = 5,
     kDisplayName = 6,
     kIdOf = 8,
-    kRecord = 10,
+    kEntry = 10,
     kAppCount = 40,
     kGroupCount = 41,
     kRegister = 42,
@@ -57,13 +57,13 @@ class DictLibrary {
     return reinterpret_cast<Function>(functions_[index]);
   }
   std::size_t count(Slot index) const;
-  std::size_t copy_table(std::span<const char> from, char* to, Slot count_slot) const;
-  void register_if_used(char* entry) const;
+  std::size_t copy_table(std::span<const char> from, DictEntry* to, Slot count_slot) const;
+  void register_if_used(DictEntry& entry) const;
 
   void* handle_ = nullptr;
   void* const* functions_ = nullptr;
-  char* apps_ = nullptr;
-  char* groups_ = nullptr;
+  DictEntry* apps_ = nullptr;
+  DictEntry* groups_ = nullptr;
 };
 
 }  // namespace qsvmon

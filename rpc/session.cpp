@@ -15,13 +15,13 @@
 #include "platform/appliance_paths.h"
 #include "rpc/session_dict.h"
 #include "rpc/socket.h"
+#include "rpc/wire/message_codes.h"
 
 namespace qsvmon {
 namespace {
 
 constexpr std::size_t kDefaultAreaBytes = 2097152;
 constexpr std::size_t kPathBytes = 256;
-constexpr std::uint32_t kCodeSyncDesc = 511;
 constexpr std::size_t kDictFetchAreaBytes = 98304;
 
 struct RpcSession {
@@ -118,6 +118,10 @@ bool take_dictionary(RpcRequest& request) {
 }
 
 }  // namespace
+
+const char* daemon_path(Daemon daemon) {
+  return daemon == Daemon::kLog ? kLogSocketPath : kMgmtSocketPath;
+}
 
 int rpc_init(const char* path, std::size_t bytes) {
   close_socket();
@@ -218,7 +222,7 @@ int rpc_syncdesc() {
 }
 
 int rpc_fetch_dictionary() {
-  if (rpc_init(kLogSocketPath, kDictFetchAreaBytes) != 0) return -1;
+  if (rpc_init(daemon_path(Daemon::kLog), kDictFetchAreaBytes) != 0) return -1;
   const int result = rpc_syncdesc();
   rpc_close(false);
   return result == 0 ? 0 : -1;

@@ -5,12 +5,16 @@
 #include <span>
 #include <string_view>
 
-#include "rpc/request.h"
+#include "rpc/wire/daemon.h"
+#include "rpc/wire/request.h"
 
 /// One exchange with a daemon, and the process-wide session that all exchanges share: a
 /// shared-memory area that the client creates and removes, and a connection that lives for one
 /// call. Not thread-safe; `rpc_close_from_signal` alone may interrupt the others.
 namespace qsvmon {
+
+/// The socket of a daemon.
+const char* daemon_path(Daemon daemon);
 
 constexpr std::size_t kMinAreaBytes = 4096;
 

@@ -8,7 +8,7 @@
 #include <stdexcept>
 
 #include "cli/command_table.h"
-#include "commands/iptable/asset_objects.h"
+#include "commands/iptable/asset_object_record.h"
 #include "format/address.h"
 #include "format/json_writer.h"
 #include "format/number.h"
@@ -17,20 +17,6 @@
 
 namespace qsvmon::sim {
 namespace {
-
-/// Codes beside the generic verbs.
-enum Code : std::uint32_t {
-  kTableAddIp = 121,
-  kTableRemoveIp = 122,
-  kTableClear = 125,
-  kTableCompare = 126,
-  kTableLoadFile = 249,
-  kKeyTableList = 282,
-  kTableMatch = 348,
-  kModuleList = 387,
-  kModuleStat = 388,
-  kSyncDictionary = 511,
-};
 
 // The numbers are the group, the object and its logical object.
 AssetObjectRecord asset_record(const Item& item) {
@@ -135,28 +121,28 @@ void Appliance::route(Call& call) {
 void Appliance::route_coded(Call& call) {
   IpTables& ips = tables(call.daemon);
   switch (call.request.msgcode) {
-    case kTableAddIp:
+    case kCodeTableAddIp:
       return ips.add(call);
-    case kTableRemoveIp:
+    case kCodeTableRemoveIp:
       return ips.remove(call);
-    case kTableClear:
+    case kCodeTableClear:
       return ips.clear(call, call.target);
-    case kTableCompare:
+    case kCodeTableGetCmp:
       return ips.compiled(call, call.target);
-    case kTableLoadFile:
+    case kCodeTableLoadFile:
       return ips.load(call);
-    case kTableMatch:
+    case kCodeTableMatchTest:
       return ips.match(call, std::to_string(call.request.argval), call.target);
-    case kModuleList:
-    case kModuleStat:
+    case kCodeModuleList:
+    case kCodeModuleStat:
       return show_modules(call);
-    case kKeyTableList:
+    case kCodeKeyTableList:
       begin_text(call);
       for (const auto& [name, id] : dictionary_.id_by_name) {
         out_printf(call.request, "%d %s\n", id, name.c_str());
       }
       return end_text(call);
-    case kSyncDictionary:
+    case kCodeSyncDesc:
       begin_text(call);
       return end_text(call);
     default:
@@ -248,7 +234,7 @@ void Appliance::show_modules(Call& call) {
   begin_text(call);
   for (const CommandGroup& group : command_table()) {
     for (const ModuleEntry& module : group.modules) {
-      if (call.request.msgcode == kModuleList) {
+      if (call.request.msgcode == kCodeModuleList) {
         out_printf(call.request, "%s\n", module.name);
       } else {
         out_printf(call.request, "module=%s ", module.name);

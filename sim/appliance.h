@@ -3,7 +3,7 @@
 #include <map>
 #include <string>
 
-#include "rpc/request.h"
+#include "rpc/wire/request.h"
 #include "sim/area.h"
 #include "sim/call.h"
 #include "sim/data.h"

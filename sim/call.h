@@ -7,13 +7,12 @@
 #include <utility>
 #include <vector>
 
-#include "rpc/request.h"
+#include "rpc/wire/daemon.h"
+#include "rpc/wire/message_codes.h"
+#include "rpc/wire/request.h"
 #include "sim/area.h"
 
 namespace qsvmon::sim {
-
-/// Which of the two daemons is asked.
-enum class Daemon { kLog, kMgmt };
 
 /// The blank-separated words of an argument text.
 using Words = std::vector<std::string>;

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "sim/dict_entry.h"
+#include "sim/dict_tables.h"
 #include "sim/listing.h"
 
 namespace qsvmon::sim {

@@ -3,11 +3,11 @@
 #include <array>
 #include <cstring>
 
-#include "sim/dict_entry.h"
+#include "sim/dict_tables.h"
 
 namespace {
 
-using qsvmon::sim::DictEntry;
+using qsvmon::DictEntry;
 using qsvmon::sim::kBuiltinApps;
 using qsvmon::sim::kUserApps;
 using qsvmon::sim::kUserGroups;
@@ -49,10 +49,13 @@ const char* app_display_name(int id) {
   return entry != nullptr ? entry->display_name : "Unknown";
 }
 
+// The answer stays valid until the next call: an entry's own id may lie at an odd address.
 const std::uint16_t* id_of(const char* name) {
+  static std::uint16_t id;
   for (const DictEntry* entry : registered) {
     if (entry != nullptr && std::strncmp(entry->name, name, sizeof entry->name) == 0) {
-      return &entry->id;
+      id = entry->id;
+      return &id;
     }
   }
   return nullptr;

@@ -6,7 +6,7 @@
 #include "commands/sessionlog/login_record.h"
 #include "commands/tcpreset/reset_record.h"
 #include "format/byte_order.h"
-#include "sim/dict_entry.h"
+#include "sim/dict_tables.h"
 #include "sim/mail_elements.h"
 
 namespace qsvmon::sim {

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <nlohmann/json.hpp>
 
-#include "commands/sessionlog/gb2312.h"
+#include "commands/sessionlog/codec/gb2312.h"
 
 namespace qsvmon::sim {
 namespace {

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "rpc/request.h"
+#include "rpc/wire/request.h"
 #include "sim/appliance.h"
 
 namespace qsvmon::sim {

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Writes commands/sessionlog/gb2312_cells.h: the GB 2312-80 mapping, 7445 characters.
+"""Writes commands/sessionlog/codec/gb2312_cells.h: the GB 2312-80 mapping, 7445 characters.
 
-    tools/gb2312_tables.py > commands/sessionlog/gb2312_cells.h
+    tools/gb2312_tables.py > commands/sessionlog/codec/gb2312_cells.h
 
 The mapping is the published one as Python's "gb2312" codec holds it (A1A4 is U+30FB, A1AA is
 U+2015).

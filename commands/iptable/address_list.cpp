@@ -10,15 +10,13 @@ void print_addresses(Printer& out, std::span<const TableAddress> addresses) {
   for (const TableAddress& address : addresses) out.put(Ipv4Text{address.host}, '\n');
 }
 
-int list_addresses(const char* socket_path, std::string_view module, Words words) {
-  BatchLoop batches({.module = module,
-                     .socket_path = socket_path,
-                     .style = WordStyle::kBlankAfter,
-                     .msgcode = kVerbGet},
-                    words);
+int list_addresses(Daemon daemon, std::string_view module, Words words) {
+  RpcBatches batches(
+      {.module = module, .daemon = daemon, .style = WordStyle::kBlankAfter, .msgcode = kVerbGet},
+      words);
   while (!batches.done()) {
     if (Status s = batches.fetch(); !s.ok()) return fail(s);
-    if (batches.replylen() < 1) {
+    if (batches.request().replylen < 1) {
       print_addresses(standard_out(), batches.records<TableAddress>());
     } else {
       standard_out().put(rpc_reply_text(batches.request()));

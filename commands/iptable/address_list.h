@@ -3,8 +3,9 @@
 #include <cstdint>
 #include <span>
 
-#include "commands/listing/words.h"
 #include "format/printer.h"
+#include "rpc/wire/daemon.h"
+#include "rpc/words.h"
 
 namespace qsvmon {
 
@@ -17,8 +18,8 @@ static_assert(sizeof(TableAddress) == 4 && alignof(TableAddress) == 1);
 /// Prints each address in dotted form on a line.
 void print_addresses(Printer& out, std::span<const TableAddress> addresses);
 
-/// Asks the daemon at `socket_path` for the tables that `words` name, addressed to `module`, and
+/// Asks `daemon` for the tables that `words` name, addressed to `module`, and
 /// prints every batch: addresses, or the daemon's text where it sent a length. Returns 0 or -1.
-int list_addresses(const char* socket_path, std::string_view module, Words words);
+int list_addresses(Daemon daemon, std::string_view module, Words words);
 
 }  // namespace qsvmon

@@ -6,7 +6,6 @@
 #include "commands/listing/batches.h"
 #include "format/number.h"
 #include "format/text.h"
-#include "platform/appliance_paths.h"
 
 namespace qsvmon {
 namespace {
@@ -42,9 +41,8 @@ int list_asset_objects(Words words, AllocateWorkArea allocate) {
   // A list that could not hold its largest page says so before anything is asked.
   const std::unique_ptr<void, Free> work_area(allocate(kWorkAreaBytes));
   if (work_area == nullptr) return fail(Status::error("CMPBASE_MALLOC_ERROR"));
-  BatchLoop batches(
-      {.module = "assetsobj", .socket_path = kLogSocketPath, .style = WordStyle::kBlankAfter},
-      words);
+  RpcBatches batches(
+      {.module = "assetsobj", .daemon = Daemon::kLog, .style = WordStyle::kBlankAfter}, words);
   while (!batches.done()) {
     if (Status s = batches.fetch(); !s.ok()) return fail(s);
     print_asset_objects(standard_out(), batches.records<AssetObjectRecord>());

@@ -5,7 +5,7 @@
 #include "commands/iptable/address_list.h"
 #include "commands/iptable/asset_objects.h"
 #include "commands/iptable/iptable_command.h"
-#include "platform/appliance_paths.h"
+#include "rpc/wire/message_codes.h"
 
 namespace qsvmon {
 namespace {
@@ -13,17 +13,12 @@ namespace {
 using Output = IpTableCommand::Output;
 
 constexpr std::size_t kAnyMore = static_cast<std::size_t>(-1);
-constexpr std::uint32_t kCodeTableAddIp = 121;
-constexpr std::uint32_t kCodeTableRemoveIp = 122;
-constexpr std::uint32_t kCodeTableClear = 125;
-constexpr std::uint32_t kCodeTableGetCmp = 126;
-constexpr std::uint32_t kCodeTableMatchTest = 348;
 constexpr char kQsvIpTable[] = "qsviptable";
 
 // KEEP: the usage texts differ in style, and some name another command or verb than their own; they
 // are the wording that operators know.
 constexpr IpTableCommand kQsvIpTableAddIp = {
-    &kMgmtSocketPath,
+    Daemon::kMgmt,
     kVerbAdd,
     2,
     kAnyMore,
@@ -32,9 +27,9 @@ constexpr IpTableCommand kQsvIpTableAddIp = {
     put_joined_words,
     Output::kNothing};
 constexpr IpTableCommand kQsvIpTableRemove = {
-    &kMgmtSocketPath, kVerbRemove,     2, 2, "qsviptable remove tid=n ip=xxxx\n", kQsvIpTable,
+    Daemon::kMgmt,    kVerbRemove,     2, 2, "qsviptable remove tid=n ip=xxxx\n", kQsvIpTable,
     put_joined_words, Output::kNothing};
-constexpr IpTableCommand kQsvIpTableClear = {&kMgmtSocketPath,
+constexpr IpTableCommand kQsvIpTableClear = {Daemon::kMgmt,
                                              kVerbRemove,
                                              1,
                                              1,
@@ -42,7 +37,7 @@ constexpr IpTableCommand kQsvIpTableClear = {&kMgmtSocketPath,
                                              kQsvIpTable,
                                              put_joined_words,
                                              Output::kNothing};
-constexpr IpTableCommand kQsvIpTableGetCmp = {&kMgmtSocketPath,
+constexpr IpTableCommand kQsvIpTableGetCmp = {Daemon::kMgmt,
                                               kVerbGet,
                                               1,
                                               1,
@@ -50,27 +45,27 @@ constexpr IpTableCommand kQsvIpTableGetCmp = {&kMgmtSocketPath,
                                               kQsvIpTable,
                                               put_joined_words,
                                               Output::kTextIfAny};
-constexpr IpTableCommand kTableAddIp = {&kLogSocketPath, kCodeTableAddIp,          2,
+constexpr IpTableCommand kTableAddIp = {Daemon::kLog,    kCodeTableAddIp,          2,
                                         kAnyMore,        "iptbl addip table ip\n", {},
                                         put_table_addip, Output::kNothing};
 constexpr IpTableCommand kTableRemoveIp = {
-    &kLogSocketPath, kCodeTableRemoveIp, 2, 2, "iptbl rmvip table ip\n", {},
+    Daemon::kLog,    kCodeTableRemoveIp, 2, 2, "iptbl rmvip table ip\n", {},
     put_table_rmvip, Output::kNothing};
 constexpr IpTableCommand kTableClear = {
-    &kLogSocketPath,     kCodeTableClear, 1, 1, "vexacli iptbl clear tblid|tblname\n", {},
+    Daemon::kLog,        kCodeTableClear, 1, 1, "vexacli iptbl clear tblid|tblname\n", {},
     put_word_in_errtext, Output::kNothing};
 constexpr IpTableCommand kTableGetCmp = {
-    &kLogSocketPath,     kCodeTableGetCmp,  1, 1, "vexacli iptbl getcmp tblid|tblname\n", {},
+    Daemon::kLog,        kCodeTableGetCmp,  1, 1, "vexacli iptbl getcmp tblid|tblname\n", {},
     put_word_in_errtext, Output::kTextIfAny};
 constexpr IpTableCommand kTableMatchTest = {
-    &kLogSocketPath, kCodeTableMatchTest, 2, 2, "vexacli table matchtest tblid ip\n", {},
-    put_matchtest,   Output::kTextLine};
+    Daemon::kLog,  kCodeTableMatchTest, 2, 2, "vexacli table matchtest tblid ip\n", {},
+    put_matchtest, Output::kTextLine};
 
 }  // namespace
 
 int qsviptable_get(int argc, char** argv) {
   // KEEP: addressed to the sibling module, which holds the tables' contents.
-  return list_addresses(kMgmtSocketPath, "qsvtable", words_of(argc, argv));
+  return list_addresses(Daemon::kMgmt, "qsvtable", words_of(argc, argv));
 }
 
 int qsviptable_addip(int argc, char** argv) {
@@ -90,7 +85,7 @@ int qsviptable_getcmp(int argc, char** argv) {
 }
 
 int table_get(int argc, char** argv) {
-  return list_addresses(kLogSocketPath, "table", words_of(argc, argv));
+  return list_addresses(Daemon::kLog, "table", words_of(argc, argv));
 }
 
 int table_addip(int argc, char** argv) {

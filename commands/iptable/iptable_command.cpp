@@ -101,7 +101,7 @@ int run_iptable_command(const IpTableCommand& command, Words words) {
   request.msgcode = command.code;
   set_errtext(request, command.module);
   if (!command.put_words(words, rpc_area(), request)) return fail(argument_too_long());
-  if (rpc_call(*command.socket_path, request) != 0) {
+  if (rpc_call(daemon_path(command.daemon), request) != 0) {
     return fail(Status::error(request_errtext(request)));
   }
   print_answer(command.output, request);

@@ -5,14 +5,15 @@
 #include <span>
 #include <string_view>
 
-#include "commands/listing/words.h"
-#include "rpc/request.h"
+#include "rpc/wire/daemon.h"
+#include "rpc/wire/request.h"
+#include "rpc/words.h"
 
 namespace qsvmon {
 
 /// What one exchange of an IP table command sends and prints.
 struct IpTableCommand {
-  const char* const* socket_path;
+  Daemon daemon;
   std::uint32_t code;
   std::size_t least_words;
   std::size_t most_words;

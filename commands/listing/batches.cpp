@@ -4,7 +4,7 @@
 
 namespace qsvmon {
 
-Status BatchLoop::fetch() {
+Status RpcBatches::fetch() {
   const std::optional<std::uint32_t> length = write_words(words_, rpc_area(), plan_.style);
   if (!length) return argument_too_long();
   if (first_) {
@@ -19,7 +19,8 @@ Status BatchLoop::fetch() {
   if (plan_.clear_result) request_.result = 0;
   set_errtext(request_, plan_.module);
   bytes_ = {};
-  if (rpc_call(plan_.socket_path, request_) != 0) return Status::error(request_errtext(request_));
+  if (rpc_call(daemon_path(plan_.daemon), request_) != 0)
+    return Status::error(request_errtext(request_));
   bytes_ = rpc_reply_bytes(request_);
   done_ = request_.islast != 0;
   return Status::good();

@@ -2,6 +2,7 @@
 
 #include <span>
 
+#include "commands/listing/batches.h"
 #include "commands/malclog/malc_detail.h"
 #include "commands/malclog/malc_print.h"
 #include "commands/malclog/malc_query.h"
@@ -16,9 +17,8 @@ namespace qsvmon {
 /// Feeds the events of every chunk to `sink`: the first chunk begins with the signature table,
 /// which goes into `tids`, the later ones hold events alone. Where the table cannot be allocated,
 /// says so on `out` and reads no further, which is no failure: what was gathered is listed.
-/// `Batches` is a BatchLoop or an object of its shape.
-template <class Batches, class Sink>
-Status for_each_chunk(Printer& out, Batches& batches, TidPool& tids, Sink&& sink) {
+template <class Sink>
+Status for_each_chunk(Printer& out, BatchSource& batches, TidPool& tids, Sink&& sink) {
   while (!batches.done()) {
     if (Status s = batches.fetch(); !s.ok()) return s;
     std::size_t skip = 0;
@@ -29,14 +29,14 @@ Status for_each_chunk(Printer& out, Batches& batches, TidPool& tids, Sink&& sink
       }
       skip = sizeof(SignatureTable);
     }
-    sink(batches.template records<MalcEvent>(skip));
+    sink(batches.records<MalcEvent>(skip));
   }
   return Status::good();
 }
 
 /// Folds every chunk into `agg`, then prints with `print()`.
-template <class Batches, class Agg, class Print>
-Status list_folded(Printer& out, Batches& batches, TidPool& tids, Agg& agg, Print&& print) {
+template <class Agg, class Print>
+Status list_folded(Printer& out, BatchSource& batches, TidPool& tids, Agg& agg, Print&& print) {
   const auto add = [&agg](std::span<const MalcEvent> events) { agg.add(events); };
   if (Status s = for_each_chunk(out, batches, tids, add); !s.ok()) return s;
   print();
@@ -46,9 +46,8 @@ Status list_folded(Printer& out, Batches& batches, TidPool& tids, Agg& agg, Prin
 /// Everything of one listing behind the words and the pools. `categories` are the category pool's
 /// entries, whose hit totals the signature listing raises. A failure leaves what was printed before
 /// it: of the event-by-event listing, its beginning.
-template <class Batches>
-Status list_events(Printer& out, const MalcQuery& query, Batches& batches, TidPool& tids,
-                   std::span<ItlgcEntry> categories) {
+inline Status list_events(Printer& out, const MalcQuery& query, BatchSource& batches, TidPool& tids,
+                          std::span<ItlgcEntry> categories) {
   const MalcNames names{tids, categories};
   const PageRange range = query.range();
   switch (query.listtype) {

@@ -3,8 +3,8 @@
 #include <cstdint>
 
 #include "commands/listing/page.h"
-#include "commands/listing/words.h"
 #include "format/status.h"
+#include "rpc/words.h"
 
 namespace qsvmon {
 

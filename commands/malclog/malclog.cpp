@@ -6,7 +6,6 @@
 
 #include "commands/listing/batches.h"
 #include "commands/malclog/malc_listing.h"
-#include "platform/appliance_paths.h"
 #include "pools/desc_pools.h"
 
 namespace qsvmon {
@@ -21,7 +20,7 @@ std::span<ItlgcEntry> category_pool() {
 
 BatchPlan batch_plan(MalcListType listtype) {
   return {.module = "qsvmalicious",
-          .socket_path = kMgmtSocketPath,
+          .daemon = Daemon::kMgmt,
           .want_dict = listtype == MalcListType::kApp || listtype == MalcListType::kDetail,
           .clear_syncdesc_later = true,
           .clear_result = true};
@@ -39,7 +38,7 @@ int malclog_list(int argc, char** argv) {
   if (query.listtype == MalcListType::kDetail) print_detail_begin(out);
   (void)desc_pools_init();  // without pools addresses have no labels
   TidPool tids(query);
-  BatchLoop batches(batch_plan(query.listtype), words);
+  RpcBatches batches(batch_plan(query.listtype), words);
   if (Status s = list_events(out, query, batches, tids, category_pool()); !s.ok()) return fail(s);
   return 0;
 }

@@ -88,7 +88,7 @@ int run_mgmt_command(const MgmtCommand& command, Words words) {
     if (!length) return fail(argument_too_long());
     request.datalen = *length + 1;
   }
-  const int status = rpc_call(kLogSocketPath, request);
+  const int status = rpc_call(daemon_path(Daemon::kLog), request);
   if (status != 0 && command.call == MgmtCall::kStrict) {
     return fail(Status::error(request_errtext(request)));
   }

@@ -4,8 +4,9 @@
 #include <span>
 #include <string_view>
 
-#include "commands/listing/words.h"
-#include "rpc/request.h"
+#include "rpc/wire/message_codes.h"
+#include "rpc/wire/request.h"
+#include "rpc/words.h"
 
 namespace qsvmon {
 
@@ -22,7 +23,7 @@ enum class MgmtReturn { kZero, kResult };
 struct MgmtCommand {
   std::string_view module;  ///< target name
   std::string_view verb;    ///< what the command is called by
-  Verb code;
+  MessageCode code;
   bool sends_words;   ///< else they are ignored and nothing is written
   const char* keys;   ///< the keys it documents, separated by blanks; they go out like any word
   const char* usage;  ///< printed, with its newline, when there is no word; null: words may lack

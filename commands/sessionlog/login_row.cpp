@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "commands/sessionlog/clean_text.h"
-#include "commands/sessionlog/gb2312.h"
+#include "commands/sessionlog/codec/gb2312.h"
 #include "commands/sessionlog/session_row.h"
 #include "format/address.h"
 #include "format/byte_order.h"

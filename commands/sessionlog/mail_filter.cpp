@@ -3,7 +3,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "commands/sessionlog/mail_header.h"
+#include "commands/sessionlog/codec/mail_header.h"
 
 namespace qsvmon {
 namespace {

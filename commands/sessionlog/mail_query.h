@@ -4,9 +4,9 @@
 #include <optional>
 #include <string_view>
 
-#include "commands/listing/words.h"
 #include "commands/sessionlog/session_query.h"
 #include "format/status.h"
+#include "rpc/words.h"
 
 namespace qsvmon {
 

@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "commands/sessionlog/clean_text.h"
-#include "commands/sessionlog/mail_header.h"
+#include "commands/sessionlog/codec/mail_header.h"
 #include "format/address.h"
 #include "format/time.h"
 #include "rpc/dict.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "commands/listing/page.h"
-#include "commands/listing/words.h"
+#include "rpc/words.h"
 
 namespace qsvmon {
 

@@ -7,7 +7,6 @@
 #include "commands/sessionlog/mail_row.h"
 #include "commands/sessionlog/session_page.h"
 #include "commands/sessionlog/session_query.h"
-#include "platform/appliance_paths.h"
 #include "pools/desc_pools.h"
 
 namespace qsvmon {
@@ -16,7 +15,7 @@ namespace {
 /// The lists differ in their requests by the module's name alone, and by the mail list's wish for
 /// the dictionary.
 BatchPlan plan_of(std::string_view module, bool want_dict) {
-  BatchPlan plan{module, kMgmtSocketPath};
+  BatchPlan plan{module, Daemon::kMgmt};
   plan.want_dict = want_dict;
   plan.clear_result = true;
   return plan;
@@ -45,15 +44,29 @@ int show(const SessionQuery& query, RecordList<typename Row::Record>& list, Row&
 }
 
 /// FTP and Telnet: every record is listed.
+template <class Record>
+struct LoginFold {
+  RecordList<Record>& list;
+  void add(std::span<const Record> records) {
+    for (const Record& record : records) list.append(record, record.head.time);
+  }
+};
+
+struct MailFold {
+  const MailQuery& query;
+  MailLogList& list;
+  void add(std::span<const MailRecord> records) {
+    for (const MailRecord& record : records) collect_mail(record, query, list);
+  }
+};
+
 template <class Row>
 int list_logins(std::string_view module, Words words) {
   const SessionQuery query = parse_session_query(words);
   RecordList<typename Row::Record> list;
-  RpcBatches<typename Row::Record> batches(plan_of(module, false), words);
-  const Status fetched = for_each_batch(batches, [&](const auto& records) {
-    for (const auto& record : records) list.append(record, record.head.time);
-  });
-  if (!fetched.ok()) return fail(fetched);
+  LoginFold<typename Row::Record> fold{list};
+  RpcBatches batches(plan_of(module, false), words);
+  if (Status s = fold_all<typename Row::Record>(batches, fold); !s.ok()) return fail(s);
   Row row;
   return show(query, list, row);
 }
@@ -65,11 +78,9 @@ int emaillog_list(int argc, char** argv) {
   MailQuery query;
   if (Status s = parse_mail_query(words, query); !s.ok()) return fail(s);
   MailLogList list;
-  RpcBatches<MailRecord> batches(plan_of("emaillog", true), words);
-  const Status fetched = for_each_batch(batches, [&](const auto& records) {
-    for (const MailRecord& record : records) collect_mail(record, query, list);
-  });
-  if (!fetched.ok()) return fail(fetched);
+  MailFold fold{query, list};
+  RpcBatches batches(plan_of("emaillog", true), words);
+  if (Status s = fold_all<MailRecord>(batches, fold); !s.ok()) return fail(s);
   MailRow row;
   return show(query.common, list, row);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <span>
+
 #include "commands/tcpreset/reset_record.h"
 #include "format/printer.h"
 
@@ -13,5 +15,13 @@ void put_value(Printer& out, Hundredths metric);
 
 /// Prints one session as a line of text, its addresses as decimal numbers.
 void print_plain_line(Printer& out, const ResetRecord& record);
+
+/// Prints every session that it is given.
+struct PlainPrint {
+  Printer& out;
+  void add(std::span<const ResetRecord> records) const {
+    for (const ResetRecord& record : records) print_plain_line(out, record);
+  }
+};
 
 }  // namespace qsvmon

@@ -5,8 +5,8 @@
 #include <string_view>
 
 #include "commands/listing/row_order.h"
-#include "commands/listing/words.h"
 #include "format/status.h"
+#include "rpc/words.h"
 
 namespace qsvmon {
 

@@ -5,7 +5,6 @@
 #include "commands/tcpreset/ip_print.h"
 #include "commands/tcpreset/plain_print.h"
 #include "format/printer.h"
-#include "platform/appliance_paths.h"
 
 namespace qsvmon {
 
@@ -14,7 +13,7 @@ namespace {
 /// Only the first request asks for the dictionary.
 BatchPlan reset_plan(bool want_dict) {
   return {.module = "tcpreset",
-          .socket_path = kMgmtSocketPath,
+          .daemon = Daemon::kMgmt,
           .want_dict = want_dict,
           .clear_syncdesc_later = true};
 }
@@ -26,10 +25,8 @@ int tcpreset_listip(int argc, char** argv) {
   IpQuery query;
   if (Status s = parse_ip_query(words, query); !s.ok()) return fail(s);
   IpFold fold(query.side);
-  RpcBatches<ResetRecord> batches(reset_plan(query.side == IpSide::kSrc), words);
-  if (Status s = for_each_batch(batches, [&](auto records) { fold.add(records); }); !s.ok()) {
-    return fail(s);
-  }
+  RpcBatches batches(reset_plan(query.side == IpSide::kSrc), words);
+  if (Status s = fold_all<ResetRecord>(batches, fold); !s.ok()) return fail(s);
   print_ip_page(standard_out(), fold, query);
   return 0;
 }
@@ -39,20 +36,16 @@ int tcpreset_listdns(int argc, char** argv) {
   DnsQuery query;
   if (Status s = parse_dns_query(words, query); !s.ok()) return fail(s);
   DnsFold fold;
-  RpcBatches<ResetRecord> batches(reset_plan(false), words);
-  if (Status s = for_each_batch(batches, [&](auto records) { fold.add(records); }); !s.ok()) {
-    return fail(s);
-  }
+  RpcBatches batches(reset_plan(false), words);
+  if (Status s = fold_all<ResetRecord>(batches, fold); !s.ok()) return fail(s);
   print_dns_page(standard_out(), fold, query);
   return 0;
 }
 
 int tcpreset_list(int argc, char** argv) {
-  RpcBatches<ResetRecord> batches(reset_plan(true), words_of(argc, argv));
-  Printer& out = standard_out();
-  const Status s = for_each_batch(batches, [&](std::span<const ResetRecord> records) {
-    for (const ResetRecord& record : records) print_plain_line(out, record);
-  });
+  RpcBatches batches(reset_plan(true), words_of(argc, argv));
+  PlainPrint lines{standard_out()};
+  const Status s = fold_all<ResetRecord>(batches, lines);
   return s.ok() ? 0 : fail(s);
 }
 

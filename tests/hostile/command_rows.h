@@ -33,17 +33,17 @@ inline std::vector<CommandRow> command_rows() {
 /// (which it may change). `unload` also drops the dictionary afterwards.
 /// Returns false when the session cannot be opened or something of it is left.
 inline bool run_command(const CommandRow& row, std::vector<char*>& words, bool unload) {
-  const char* socket_path = *row.group->socket_path;
+  const Daemon daemon = row.group->daemon;
   const std::size_t kib = row.entry->area_kib < 64 ? 64 : row.entry->area_kib;
-  if (rpc_init(socket_path, kib << 10) != 0) return false;
+  if (rpc_init(daemon_path(daemon), kib << 10) != 0) return false;
   const Action& action = row.entry->action;
   const int count = static_cast<int>(words.size());
   switch (action.kind) {
     case Action::Kind::kForward:
-      (void)rpc_forward(socket_path, words_of(count, words.data()), action.code);
+      (void)rpc_forward(daemon, words_of(count, words.data()), action.code);
       break;
     case Action::Kind::kForwardModule:
-      (void)rpc_forward_module(socket_path, row.module->name, words_of(count, words.data()),
+      (void)rpc_forward_module(daemon, row.module->name, words_of(count, words.data()),
                                action.code);
       break;
     case Action::Kind::kHandler:

@@ -8,8 +8,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "rpc/request.h"
 #include "rpc/socket.h"
+#include "rpc/wire/request.h"
 
 namespace qsvmon::hostile {
 namespace {

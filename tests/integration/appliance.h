@@ -4,15 +4,10 @@
 #include <string_view>
 #include <vector>
 
+#include "rpc/wire/daemon.h"
 #include "tests/integration/program_run.h"
 
 namespace qsvmon::harness {
-
-/// The two daemons that the program talks to.
-enum class Daemon {
-  kLog,   ///< "./var/tmp/qsvlog.d"
-  kMgmt,  ///< "./usr/ramdisk/var/mgmt.d"
-};
 
 /// Builds of the test's dictionary library.
 enum class DictVariant { kWhole, kWithoutFunctions, kWithoutApps, kWithoutGroups };

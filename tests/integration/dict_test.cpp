@@ -8,8 +8,8 @@
 
 #include "platform/appliance_paths.h"
 #include "rpc/dict_library.h"
-#include "rpc/request.h"
 #include "rpc/session.h"
+#include "rpc/wire/request.h"
 #include "tests/integration/command_case.h"
 #include "tests/integration/open_session.h"
 #include "tests/unit/support/captured_out.h"

@@ -6,8 +6,8 @@
 
 #include "commands/listing/batches.h"
 #include "platform/appliance_paths.h"
-#include "rpc/request.h"
 #include "rpc/session.h"
+#include "rpc/wire/request.h"
 #include "tests/integration/command_case.h"
 #include "tests/integration/open_session.h"
 #include "tests/unit/support/captured_out.h"
@@ -199,14 +199,14 @@ TEST(Batches, WordsThatDoNotFitTheAreaAreNotSent) {
   Appliance appliance;
   ScriptedDaemon daemon(appliance, Daemon::kLog, {Reply::nothing()});
   OpenSession session(appliance, kLogSocketPath, 4096);
-  const BatchPlan plan{.module = "m", .socket_path = kLogSocketPath};
+  const BatchPlan plan{.module = "m", .daemon = Daemon::kLog};
   std::string word(4095, 'w');
   char* words[] = {word.data()};
-  BatchLoop too_long(plan, words);
+  RpcBatches too_long(plan, words);
   EXPECT_EQ(too_long.fetch().line(), "argument text too long");
   EXPECT_EQ(daemon.requests().size(), 0U);
   word.pop_back();  // with its blank and the NUL it fills the area
-  BatchLoop whole(plan, words);
+  RpcBatches whole(plan, words);
   EXPECT_TRUE(whole.fetch().ok());
   EXPECT_EQ(daemon.requests().at(0).text, " " + word);
 }
@@ -215,7 +215,7 @@ TEST(Batches, RecordsBehindTheEndOfTheAreaAreNone) {
   Appliance appliance;
   ScriptedDaemon daemon(appliance, Daemon::kLog, {Reply::records("", 1000000)});
   OpenSession session(appliance, kLogSocketPath, 4096);
-  BatchLoop batches({.module = "m", .socket_path = kLogSocketPath}, {});
+  RpcBatches batches({.module = "m", .daemon = Daemon::kLog}, {});
   ASSERT_TRUE(batches.fetch().ok());
   using Record = std::array<char, 100>;
   EXPECT_EQ(batches.records<Record>().size(), 40U);

@@ -32,7 +32,7 @@ is "own folder" "$(floors format/a.cpp format/a.h)" 0
 is "down a floor" "$(floors cli/a.cpp commands/tcpreset/a.h)" 0
 is "down to the bottom" "$(floors commands/malclog/a.cpp platform/a.h)" 0
 is "a family may use what listings share" "$(floors commands/malclog/a.h commands/listing/a.h)" 0
-is "the record alone, from below" "$(floors format/a.h rpc/request.h)" 0
+is "the record alone, from below" "$(floors format/a.h rpc/wire/request.h)" 0
 is "up from format" "$(floors format/a.h rpc/session.h)" \
   'format/a.h: #include "rpc/session.h" goes up a floor
 1'

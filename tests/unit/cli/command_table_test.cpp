@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "rpc/session.h"
+
 namespace qsvmon {
 namespace {
 
@@ -22,7 +24,7 @@ std::string action_text(const Action& action) {
 std::string table_text() {
   std::string text;
   for (const CommandGroup& group : command_table()) {
-    text += std::string(*group.socket_path) + "\n";
+    text += std::string(daemon_path(group.daemon)) + "\n";
     for (const ModuleEntry& module : group.modules) {
       for (const SubcommandEntry& row : module.subcommands) {
         text += std::string(module.name) + " " + row.name + " " + action_text(row.action) + " " +

@@ -5,7 +5,7 @@
 #include <map>
 #include <string>
 
-#include "rpc/request.h"
+#include "rpc/wire/request.h"
 
 // docs/protocol.md is what writers of daemons go by: its table of the request has to be the record.
 namespace qsvmon {

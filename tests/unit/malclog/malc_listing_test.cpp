@@ -38,7 +38,7 @@ TEST(MalcListing, AnEmptyReplyListsNothing) {
     FakeBatches batches = one_chunk(kTable, {});
     EXPECT_EQ(listing(query_of(listtype), batches, {}), no_rows(listtype));
     FakeBatches nothing;
-    nothing.chunk("", 0);
+    nothing.batch("", 0);
     EXPECT_EQ(listing(query_of(listtype), nothing, {}), no_rows(listtype));
   }
 }
@@ -46,10 +46,10 @@ TEST(MalcListing, AnEmptyReplyListsNothing) {
 TEST(MalcListing, RecordsThatTheAreaHasNoRoomForAreNotRead) {
   for (const MalcListType listtype : kAllTypes) {
     FakeBatches batches;
-    batches.chunk(bytes_of(kTable) + std::string(79, '\xff'), 0xffffffffU);
+    batches.batch(bytes_of(kTable) + std::string(79, '\xff'), 0xffffffffU);
     EXPECT_EQ(listing(query_of(listtype), batches, {}), no_rows(listtype));
     FakeBatches cut_table;
-    cut_table.chunk(std::string(100, '\xff'), 5);
+    cut_table.batch(std::string(100, '\xff'), 5);
     EXPECT_EQ(listing(query_of(listtype), cut_table, {}), no_rows(listtype));
   }
 }
@@ -76,7 +76,7 @@ TEST(MalcListing, EveryTypeFoldsAllChunks) {
   };
   for (const auto& [listtype, text] : expected) {
     FakeBatches batches = one_chunk(kTable, {e});
-    batches.chunk(bytes_of({e}), 1).chunk("", 0).chunk(bytes_of({e, MalcEvent{}}), 2);
+    batches.batch(bytes_of({e}), 1).batch("", 0).batch(bytes_of({e, MalcEvent{}}), 2);
     EXPECT_EQ(listing(query_of(listtype), batches, {}), text);
     EXPECT_EQ(batches.fetched(), 4U);
   }
@@ -84,15 +84,15 @@ TEST(MalcListing, EveryTypeFoldsAllChunks) {
 
 TEST(MalcListing, AFirstChunkWithoutRecordsLeavesNoSignatures) {
   FakeBatches batches = one_chunk(kTable, {});
-  batches.chunk(bytes_of({to(net(9, 9, 9, 9), bit(1))}), 1);
+  batches.batch(bytes_of({to(net(9, 9, 9, 9), bit(1))}), 1);
   EXPECT_EQ(listing(query_of(MalcListType::kDst), batches, {}),
             R"~({"data":[{"ip":"9.9.9.9","cnt":1,"ip_desc":"",)~"
             R"~("list":[{"cnt":1, "id":0, "name":"", "cname":"NULL"}]}],"count":1})~");
   FakeBatches detail = one_chunk(kTable, {});
-  detail.chunk(bytes_of({to(net(9, 9, 9, 9), bit(1))}), 1);
+  detail.batch(bytes_of({to(net(9, 9, 9, 9), bit(1))}), 1);
   EXPECT_EQ(listing(query_of(MalcListType::kDetail), detail, {}), R"~(], "count":0})~");
   FakeBatches signatures = one_chunk(kTable, {});
-  signatures.chunk(bytes_of({to(net(9, 9, 9, 9), bit(1))}), 1);
+  signatures.batch(bytes_of({to(net(9, 9, 9, 9), bit(1))}), 1);
   EXPECT_EQ(listing(query_of(MalcListType::kTable), signatures, {}), R"~({"data":[],"count":0})~");
 }
 
@@ -100,7 +100,7 @@ TEST(MalcListing, LaterChunksBeginWithRecords) {
   // What looks like a table in a second chunk is records.
   FakeBatches batches = one_chunk(kTable, {to(net(9, 9, 9, 9), bit(1))});
   std::vector<MalcEvent> many(40, to(net(8, 8, 8, 8), bit(2)));
-  batches.chunk(bytes_of(many), 40);
+  batches.batch(bytes_of(many), 40);
   EXPECT_EQ(listing(query_of(MalcListType::kDst), batches, {}),
             R"~({"data":[{"ip":"8.8.8.8","cnt":40,"ip_desc":"",)~"
             R"~("list":[{"cnt":40, "id":7, "name":"", "cname":""}]},)~"
@@ -130,7 +130,7 @@ TEST(MalcListing, EventsPrintedBeforeAFailureStay) {
 TEST(MalcListing, WithoutMemoryForTheTableNothingMoreIsRead) {
   for (const MalcListType listtype : kAllTypes) {
     FakeBatches batches = one_chunk(kTable, {event(bit(1))});
-    batches.chunk("", 0);
+    batches.batch("", 0);
     const MalcQuery query = query_of(listtype);
     TidPool tids(query, [] { return static_cast<SignatureTable*>(nullptr); });
     MemoryPrinter out;

@@ -15,6 +15,7 @@
 #include "commands/malclog/tidpool.h"
 #include "format/printer.h"
 #include "pools/itlgc_pool.h"
+#include "tests/unit/support/fake_batches.h"
 
 /// Signatures, events and chunks for the malicious-event tests.
 namespace qsvmon::malc_samples {
@@ -104,53 +105,10 @@ inline std::string bytes_of(const std::vector<MalcEvent>& events) {
   return {reinterpret_cast<const char*>(events.data()), events.size() * sizeof(MalcEvent)};
 }
 
-/// A reply of several chunks in the shape of a BatchLoop. Like a shared area, a chunk ends where
-/// its bytes do, whatever it claims to hold.
-class FakeBatches {
- public:
-  FakeBatches& chunk(std::string bytes, std::uint32_t claimed) {
-    chunks_.push_back({std::move(bytes), claimed});
-    return *this;
-  }
-  /// The fetch behind the last chunk fails with `line` instead of the last chunk being the last.
-  FakeBatches& then_fail(std::string line) {
-    failure_ = std::move(line);
-    return *this;
-  }
-
-  bool done() const { return failure_.empty() && next_ == chunks_.size(); }
-  Status fetch() {
-    if (next_ == chunks_.size()) return Status::error(failure_);
-    current_ = &chunks_[next_++];
-    return Status::good();
-  }
-  std::span<const char> bytes() const { return current_->bytes; }
-  std::uint32_t claimed() const { return current_->claimed; }
-  std::size_t fetched() const { return next_; }
-
-  template <class Record>
-  std::span<const Record> records(std::size_t skip) const {
-    if (skip > current_->bytes.size()) return {};
-    const std::size_t room = (current_->bytes.size() - skip) / sizeof(Record);
-    return {reinterpret_cast<const Record*>(current_->bytes.data() + skip),
-            std::min<std::size_t>(room, current_->claimed)};
-  }
-
- private:
-  struct Chunk {
-    std::string bytes;
-    std::uint32_t claimed;
-  };
-  std::vector<Chunk> chunks_;
-  std::size_t next_ = 0;
-  const Chunk* current_ = nullptr;
-  std::string failure_;
-};
-
 /// One chunk with the table and all events.
 inline FakeBatches one_chunk(const SignatureTable& table, const std::vector<MalcEvent>& events) {
   FakeBatches batches;
-  batches.chunk(bytes_of(table) + bytes_of(events), static_cast<std::uint32_t>(events.size()));
+  batches.batch(bytes_of(table) + bytes_of(events), static_cast<std::uint32_t>(events.size()));
   return batches;
 }
 

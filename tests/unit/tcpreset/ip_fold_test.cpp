@@ -100,8 +100,9 @@ TEST(IpFold, SourcesKeepApplicationsByTheirRemainder) {
 
 TEST(IpFold, BatchesAddUp) {
   IpFold fold(IpSide::kDst);
-  FakeBatches batches({records_of({{.dst = 1}, {.dst = 2}}), {}, records_of({{.dst = 2}})});
-  EXPECT_TRUE(for_each_batch(batches, [&](auto records) { fold.add(records); }).ok());
+  FakeBatches batches;
+  batches.batch(records_of({{.dst = 1}, {.dst = 2}})).batch("", 0).batch(records_of({{.dst = 2}}));
+  EXPECT_TRUE(fold_all<ResetRecord>(batches, fold).ok());
   ASSERT_EQ(fold.size(), 2u);
   EXPECT_EQ(fold[0].flowcnt, 1u);
   EXPECT_EQ(fold[1].flowcnt, 2u);
@@ -109,8 +110,9 @@ TEST(IpFold, BatchesAddUp) {
 
 TEST(IpFold, AFailedBatchEndsTheFold) {
   IpFold fold(IpSide::kDst);
-  FakeBatches batches({records_of({{.dst = 1}}), records_of({{.dst = 2}})}, 1);
-  const Status status = for_each_batch(batches, [&](auto records) { fold.add(records); });
+  FakeBatches batches;
+  batches.batch(records_of({{.dst = 1}})).then_fail("tcpreset");
+  const Status status = fold_all<ResetRecord>(batches, fold);
   EXPECT_EQ(status.line(), "tcpreset");
   EXPECT_EQ(fold.size(), 1u);
 }

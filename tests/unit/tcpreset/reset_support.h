@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "commands/tcpreset/reset_record.h"
-#include "format/status.h"
+#include "tests/unit/support/fake_batches.h"
 
 namespace qsvmon {
 
@@ -45,25 +45,6 @@ inline std::vector<ResetRecord> records_of(const std::vector<Session>& sessions)
   for (const Session& session : sessions) records.push_back(record_of(session));
   return records;
 }
-
-/// Batches from vectors, in the shape of RpcBatches; the fetch numbered `fail_at` fails.
-class FakeBatches {
- public:
-  explicit FakeBatches(std::vector<std::vector<ResetRecord>> batches, std::size_t fail_at = 999)
-      : batches_(std::move(batches)), fail_at_(fail_at) {}
-  bool done() const { return next_ == batches_.size(); }
-  Status fetch() {
-    if (next_ == fail_at_) return Status::error("tcpreset");
-    ++next_;
-    return Status::good();
-  }
-  std::span<const ResetRecord> records() const { return batches_[next_ - 1]; }
-
- private:
-  std::vector<std::vector<ResetRecord>> batches_;
-  std::size_t fail_at_;
-  std::size_t next_ = 0;
-};
 
 /// Argument words from literals.
 class WordList {

@@ -1,4 +1,4 @@
-#include "commands/sessionlog/mail_header.h"
+#include "commands/sessionlog/codec/mail_header.h"
 
 #include <gtest/gtest.h>
 

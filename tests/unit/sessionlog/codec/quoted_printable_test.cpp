@@ -1,4 +1,4 @@
-#include "commands/sessionlog/quoted_printable.h"
+#include "commands/sessionlog/codec/quoted_printable.h"
 
 #include <gtest/gtest.h>
 

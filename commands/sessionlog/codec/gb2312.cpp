@@ -1,9 +1,9 @@
-#include "commands/sessionlog/gb2312.h"
+#include "commands/sessionlog/codec/gb2312.h"
 
 #include <cstring>
 
-#include "commands/sessionlog/gb2312_bulk.h"
-#include "commands/sessionlog/gb2312_tables.h"
+#include "commands/sessionlog/codec/gb2312_bulk.h"
+#include "commands/sessionlog/codec/gb2312_tables.h"
 
 namespace qsvmon {
 namespace {

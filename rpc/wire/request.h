@@ -9,19 +9,6 @@
 
 namespace qsvmon {
 
-/// Message codes shared by every module that is addressed by name.
-enum Verb : std::uint32_t {
-  kVerbStat = 2050,
-  kVerbAdd = 2051,
-  kVerbRemove = 2052,
-  kVerbSet = 2053,
-  kVerbGet = 2054,
-  kVerbList = 2055,
-  kVerbLoad = 2056,
-  kVerbConfig = 2057,
-  kVerbDebug = 2064,
-};
-
 /// Values of `RpcRequest::status` that the client sets itself; any other is the daemon's.
 enum RpcStatus : std::uint32_t {
   kRpcOk = 0,
@@ -34,7 +21,7 @@ enum RpcStatus : std::uint32_t {
 /// Every request starts zero-filled (`RpcRequest request{};`). The five fields `flags`, `stream`,
 /// `replylen`, `shmsize` and `reply` double as an output sink (format/output_sink.h).
 struct RpcRequest {
-  std::uint32_t msgcode;   ///< what is asked
+  std::uint32_t msgcode;   ///< what is asked, see MessageCode
   std::uint32_t datalen;   ///< bytes of argument data; each command says whether with its NUL
   char* data;              ///< argument data in the client; the daemon finds it at the area's start
   std::int32_t shmid;      ///< the client's shared-memory segment

@@ -1,8 +1,8 @@
-#include "commands/sessionlog/gb2312_tables.h"
+#include "commands/sessionlog/codec/gb2312_tables.h"
 
 #include <cstddef>
 
-#include "commands/sessionlog/gb2312_cells.h"
+#include "commands/sessionlog/codec/gb2312_cells.h"
 
 namespace qsvmon {
 namespace {

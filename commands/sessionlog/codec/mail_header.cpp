@@ -1,4 +1,4 @@
-#include "commands/sessionlog/mail_header.h"
+#include "commands/sessionlog/codec/mail_header.h"
 
 #include <strings.h>
 
@@ -7,9 +7,9 @@
 #include <cstring>
 #include <string_view>
 
-#include "commands/sessionlog/base64.h"
-#include "commands/sessionlog/gb2312.h"
-#include "commands/sessionlog/quoted_printable.h"
+#include "commands/sessionlog/codec/base64.h"
+#include "commands/sessionlog/codec/gb2312.h"
+#include "commands/sessionlog/codec/quoted_printable.h"
 
 namespace qsvmon {
 namespace {

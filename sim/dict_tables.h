@@ -2,25 +2,11 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <type_traits>
+
+#include "rpc/wire/dict_entry.h"
 
 /// What the simulated daemon and the demo dictionary library agree on.
 namespace qsvmon::sim {
-
-/// One entry of the dictionary's tables. The client knows its size, the in-use byte (the name's
-/// first) and the pointer, and passes the rest on.
-struct DictEntry {
-  std::uint16_t id;
-  std::uint16_t group;     ///< of an application: the group it belongs to
-  char name[20];           ///< NUL-terminated; empty: the entry is not in use
-  char display_name[24];   ///< NUL-terminated
-  std::uint64_t reserved;  ///< a pointer of the daemon's, cleared by the client in group entries
-};
-static_assert(sizeof(DictEntry) == 56);
-static_assert(offsetof(DictEntry, name) == 4);
-static_assert(offsetof(DictEntry, display_name) == 24);
-static_assert(offsetof(DictEntry, reserved) == 48);
-static_assert(std::is_trivially_copyable_v<DictEntry>);
 
 constexpr std::size_t kUserApps = 64;    ///< entries of the table of user-defined applications
 constexpr std::size_t kUserGroups = 16;  ///< entries of the table of user-defined groups

@@ -1,4 +1,4 @@
-#include "commands/sessionlog/gb2312.h"
+#include "commands/sessionlog/codec/gb2312.h"
 
 #include <gtest/gtest.h>
 #include <iconv.h>

@@ -1,4 +1,4 @@
-#include "commands/sessionlog/base64.h"
+#include "commands/sessionlog/codec/base64.h"
 
 #include <gtest/gtest.h>
 

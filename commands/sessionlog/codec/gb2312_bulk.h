@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "commands/sessionlog/gb2312_tables.h"
+#include "commands/sessionlog/codec/gb2312_tables.h"
 
 // The converters' way for runs of characters of one kind; part of gb2312.cpp, where the conversion
 // stays in registers.

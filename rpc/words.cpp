@@ -1,4 +1,4 @@
-#include "commands/listing/words.h"
+#include "rpc/words.h"
 
 #include <cstring>
 
