@@ -9,10 +9,15 @@
 namespace qsvmon::sim {
 namespace {
 
-// Takes the cells of one row from `text` at `at`, which moves behind the row's line end.
-std::vector<std::string> take_row(const std::string& text, std::size_t& at, std::size_t& line) {
+// What some programs put in front of UTF-8: the byte-order mark.
+constexpr std::string_view kMark = "\xef\xbb\xbf";
+
+// Reads the cells of one row from `text` at `at`, which moves behind the row's line end. `quoted`
+// is set when the text ends within quotes.
+std::vector<std::string> take_row(const std::string& text, std::size_t& at, std::size_t& line,
+                                  bool& quoted) {
   std::vector<std::string> cells(1);
-  bool quoted = false;
+  quoted = false;
   for (; at < text.size(); ++at) {
     const char c = text[at];
     if (c == '\n') ++line;
@@ -55,11 +60,17 @@ CsvTable CsvTable::read(const std::string& path) {
   CsvTable table;
   table.path_ = path;
   std::size_t line = 1;
-  for (std::size_t at = 0; at < text.size();) {
+  for (std::size_t at = text.rfind(kMark, 0) == 0 ? kMark.size() : 0; at < text.size();) {
     const std::size_t row_line = line;
-    const bool comment = text[at] == '#';
-    Row row{&table, row_line, take_row(text, at, line)};
-    if (comment || (row.cells.size() == 1 && row.cells[0].empty())) continue;
+    if (text[at] == '#') {  // quotes mean nothing there
+      at = std::min(text.find('\n', at), text.size() - 1) + 1;
+      ++line;
+      continue;
+    }
+    bool quoted = false;
+    Row row{&table, row_line, take_row(text, at, line, quoted)};
+    if (quoted) row.fail("a quote that is not closed");
+    if (row.cells.size() == 1 && row.cells[0].empty()) continue;
     if (table.header_.empty()) {
       table.header_ = std::move(row.cells);
       continue;

@@ -40,7 +40,9 @@ void append(std::vector<char>& bytes, const std::vector<DictEntry>& entries) {
 std::uint16_t Dictionary::id(const std::string& name) const {
   if (name.empty()) return 0;
   if (name.find_first_not_of("0123456789") == std::string::npos) {
-    return static_cast<std::uint16_t>(std::stoul(name));
+    const unsigned long number = name.size() > 5 ? 65536 : std::stoul(name);
+    if (number > 65535) throw std::runtime_error("not an application's number: " + name);
+    return static_cast<std::uint16_t>(number);
   }
   const auto found = id_by_name.find(name);
   if (found == id_by_name.end()) throw std::runtime_error("unknown application: " + name);

@@ -52,13 +52,26 @@ void write(std::string& out, const Json& value, std::size_t indent, std::size_t 
 
 }  // namespace
 
-std::string pretty_json(const std::string& text) {
+bool pretty_json(const std::string& text, std::string& shown, std::string& trouble) {
+  // A byte for a byte: places are those of the text as it came.
+  std::string marked = text;
+  for (char& c : marked) {
+    if (static_cast<unsigned char>(c) >= 0x80) c = '?';
+  }
+  try {
+    const Json readable = Json::parse(marked);
+  } catch (const Json::parse_error& error) {
+    shown = text;
+    trouble = text.empty() ? "no JSON document: nothing was read"
+                           : "no JSON document: broken at byte " + std::to_string(error.byte);
+    return false;
+  }
   Json document = Json::parse(text, nullptr, false);
   if (document.is_discarded()) document = Json::parse(from_gb2312(text), nullptr, false);
-  if (document.is_discarded()) return text;
-  std::string out;
-  write(out, document, 0, 0);
-  return out + "\n";
+  shown.clear();
+  write(shown, document, 0, 0);
+  shown += '\n';
+  return true;
 }
 
 }  // namespace qsvmon::sim

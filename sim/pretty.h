@@ -4,9 +4,10 @@
 
 namespace qsvmon::sim {
 
-/// Indents the JSON document `text` for a person to read: members in their order, what fits a line
-/// on one. Text that is not JSON comes back as it is. When there are bytes that are not UTF-8, all
-/// are taken for GB2312; what is neither is shown as "?".
-std::string pretty_json(const std::string& text);
+/// Writes the JSON document `text` to `shown`, indented for a person to read: members in their
+/// order, what fits a line on one. When there are bytes that are not UTF-8, all are taken for
+/// GB2312; what is neither is shown as "?". False for text that is no JSON document: `shown` is the
+/// text as it is and `trouble` says where it breaks.
+bool pretty_json(const std::string& text, std::string& shown, std::string& trouble);
 
 }  // namespace qsvmon::sim

@@ -2,11 +2,13 @@
 
 #include <cstdint>
 #include <cstring>
+#include <stdexcept>
 #include <string>
 
 #include "format/address.h"
 #include "format/byte_order.h"
 #include "sim/csv.h"
+#include "sim/data.h"
 
 // From the cells of a data file's row to the fields of a wire record. Each throws, naming file and
 // line, for what does not fit.
@@ -32,6 +34,19 @@ inline std::uint16_t port_net(const CsvTable::Row& row, const char* column) {
 
 inline std::uint32_t time_of(const CsvTable::Row& row, const char* column) {
   return static_cast<std::uint32_t>(row.number(column, 0xffffffff));
+}
+
+/// The column "app": a name of the dictionary or a number up to `max`.
+inline std::uint16_t app_of(const CsvTable::Row& row, const Dictionary& dictionary,
+                            std::uint16_t max) {
+  const std::string& name = row.text("app");
+  try {
+    const std::uint16_t id = dictionary.id(name);
+    if (id <= max) return id;
+  } catch (const std::runtime_error& error) {
+    row.fail(error.what());
+  }
+  row.fail("not an application's number here: " + name);
 }
 
 /// The column "mac".

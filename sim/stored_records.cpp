@@ -1,5 +1,7 @@
 #include "sim/stored_records.h"
 
+#include <cstdlib>
+
 #include "commands/malclog/malc_record.h"
 #include "commands/tcpreset/reset_record.h"
 #include "sim/csv.h"
@@ -10,12 +12,16 @@ namespace {
 
 using Row = CsvTable::Row;
 
+constexpr std::uint16_t kMaxResetApp = 0x3fff;  // the record has 14 bits for it
+
 // "12.80" as 1280; at most 20 bits.
 std::uint64_t hundredths(const Row& row, const char* column) {
   const std::string& text = row.text(column);
   if (text.empty()) return 0;
-  const double value = std::stod(text) * 100 + 0.5;
-  if (value < 0 || value >= 0x100000) row.fail("not within 0 and 10485.75: " + text);
+  char* end = nullptr;
+  const double value = std::strtod(text.c_str(), &end) * 100 + 0.5;
+  const bool fits = value >= 0.5 && value < 0x100000;  // not for what is no number
+  if (!fits || *end != '\0') row.fail("not within 0 and 10485.75: " + text);
   return static_cast<std::uint64_t>(value);
 }
 
@@ -39,7 +45,7 @@ ResetRecord reset_record(const Row& row, const Dictionary& dictionary) {
   record.val1 = static_cast<std::uint16_t>(row.number("val1", 65535));
   record.val2 = static_cast<std::uint16_t>(row.number("val2", 65535));
   record.val3 = static_cast<std::uint8_t>(row.number("val3", 255));
-  record.appword = dictionary.id(row.text("app")) |
+  record.appword = app_of(row, dictionary, kMaxResetApp) |
                    static_cast<std::uint32_t>(row.number("status", 1023)) << 14 |
                    class_of(row) << 26;
   copy_field(row, row.text("name"), record.name);
@@ -62,12 +68,12 @@ MalcEvent malc_event(const Row& row, const Dictionary& dictionary) {
   event.dport_net = port_net(row, "dport");
   std::uint64_t bitmap = 0;
   for (const std::string& slot : split_words(row.text("slots"))) {
-    const unsigned long n = std::stoul(slot);
-    if (n >= 64) row.fail("no slot " + slot);
-    bitmap |= std::uint64_t{1} << n;
+    const bool digits = slot.find_first_not_of("0123456789") == std::string::npos;
+    if (!digits || slot.size() > 2 || std::stoul(slot) >= kSlots) row.fail("no slot " + slot);
+    bitmap |= std::uint64_t{1} << std::stoul(slot);
   }
   event.bitmap = bitmap;
-  event.apid = dictionary.id(row.text("app"));
+  event.apid = app_of(row, dictionary, 65535);
   copy_mac(row, event.mac);
   event.proto = protocol(row);
   event.sign = static_cast<std::uint8_t>(row.number("sign", 15));

@@ -111,6 +111,12 @@ MailRecord mail_record(const Json& mail, const Dictionary& dictionary) {
   return elements.record(mail.value("key", time));
 }
 
+// What the JSON library says, without the name that it gives its exceptions.
+std::string plain(const std::string& what) {
+  const std::size_t end = what.rfind("[json.exception", 0) == 0 ? what.find("] ") : what.npos;
+  return end == what.npos ? what : what.substr(end + 2);
+}
+
 std::vector<MailRecord> read_mails(const std::string& path, const Dictionary& dictionary) {
   std::ifstream in(path);
   if (!in) throw std::runtime_error("cannot open " + path);
@@ -122,7 +128,7 @@ std::vector<MailRecord> read_mails(const std::string& path, const Dictionary& di
     try {
       records.push_back(mail_record(Json::parse(line), dictionary));
     } catch (const std::exception& error) {
-      throw std::runtime_error(path + ":" + std::to_string(number) + ": " + error.what());
+      throw std::runtime_error(path + ":" + std::to_string(number) + ": " + plain(error.what()));
     }
   }
   return records;
