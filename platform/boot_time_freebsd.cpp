@@ -3,6 +3,9 @@
 #include <sys/sysctl.h>
 #include <sys/time.h>
 
+#include <cstddef>
+#include <cstdint>
+
 #include "platform/boot_time.h"
 
 namespace qsvmon {
