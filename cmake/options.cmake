@@ -13,9 +13,11 @@ endif()
 
 # Links the C++ runtime into `name`: a one-shot command must not pay for loading it. Not without
 # optimisation: what is then left of calls that throw would pull in what cli/runtime.cpp replaces.
+# FreeBSD's is part of the base system and is found there.
 function(qsvmon_static_runtime name)
   target_link_options(${name} PRIVATE -Wl,--gc-sections)
-  if(NOT QSVMON_SANITIZE AND NOT CMAKE_BUILD_TYPE STREQUAL "Debug" AND NOT CMAKE_CXX_FLAGS MATCHES "stdlib=libc\\+\\+")
+  if(NOT QSVMON_SANITIZE AND NOT CMAKE_SYSTEM_NAME STREQUAL "FreeBSD" AND NOT CMAKE_BUILD_TYPE STREQUAL "Debug"
+     AND NOT CMAKE_CXX_FLAGS MATCHES "stdlib=libc\\+\\+")
     target_link_options(${name} PRIVATE -static-libstdc++ -static-libgcc)
   endif()
 endfunction()
