@@ -81,7 +81,18 @@ void Appliance::install_dictionary(DictVariant variant) const {
   fs::create_symlink(library_of(variant), path("usr/ramdisk/bin/dict.so"));
 }
 
+// A test's own process loads the library of its own system, the program that of its own.
+void Appliance::exchange_dictionary() const {
+  const std::string link = path("usr/ramdisk/bin/dict.so");
+  std::error_code none;
+  const fs::path target = fs::read_symlink(link, none);
+  if (none || target.parent_path() != QSVMON_FAKE_DICT_FOLDER) return;
+  fs::remove(link);
+  fs::create_symlink(fake_dict_folder() / target.filename(), link);
+}
+
 Outcome Appliance::run(const std::vector<std::string>& words, const RunOptions& options) const {
+  if (freebsd_program()) exchange_dictionary();
   return run_program(root_, words, options);
 }
 

@@ -38,6 +38,8 @@ class Appliance {
   Outcome run(const std::vector<std::string>& words, const RunOptions& options = {}) const;
 
  private:
+  void exchange_dictionary() const;
+
   std::string root_;
 };
 

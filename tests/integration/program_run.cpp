@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <limits>
@@ -46,9 +47,52 @@ struct Pipe {
   }
 };
 
+std::string environment(const char* name) {
+  const char* value = std::getenv(name);
+  return value != nullptr ? value : "";
+}
+
+// What is executed, and the words in front of the program's own.
+struct Client {
+  std::string file = QSVMON_PROGRAM;
+  std::vector<std::string> words;
+};
+
+// A runner takes the program's own name from a link in `folder`, which it runs.
+Client client_in(const std::string& folder, const std::string& name) {
+  Client client;
+  if (freebsd_program()) {
+    std::error_code exists;
+    std::filesystem::create_symlink(environment("FREEBSD_BUILD") + "/qsvmon-here",
+                                    folder + "/" + name, exists);
+    client.file = environment("FREEBSD_RUN");
+    client.words.push_back(client.file);
+  }
+  client.words.push_back(name);
+  return client;
+}
+
+// With FREEBSD_RUN, a test that only calls the program's functions says nothing of FreeBSD's
+// program: it is set aside in the output, and tools/count_tests does not count it.
+class ClientRuns : public testing::EmptyTestEventListener {
+ public:
+  static inline int runs = 0;
+  void OnTestStart(const testing::TestInfo&) override { runs = 0; }
+  void OnTestEnd(const testing::TestInfo& test) override {
+    if (runs > 0 || test.result()->Failed()) return;
+    std::printf("[  ASIDE   ] %s.%s\n", test.test_suite_name(), test.name());
+  }
+};
+
+[[maybe_unused]] const bool listening = [] {
+  if (!freebsd_program()) return false;
+  testing::UnitTest::GetInstance()->listeners().Append(new ClientRuns);
+  return true;
+}();
+
 std::vector<std::string> environment_of(const RunOptions& options) {
   std::vector<std::string> pairs = {"TZ=" + options.time_zone, "PATH=/usr/bin:/bin"};
-  for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"}) {
+  for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS", "FREEBSD_SYSROOT"}) {
     if (const char* value = std::getenv(name)) pairs.push_back(std::string(name) + "=" + value);
   }
   pairs.insert(pairs.end(), options.environment.begin(), options.environment.end());
@@ -63,15 +107,15 @@ std::vector<char*> pointers_to(std::vector<std::string>& texts) {
 }
 
 // Between fork and exec in a process with threads: system calls alone.
-[[noreturn]] void become_program(const char* folder, int out, int err, char* const* argv,
-                                 char* const* envp) {
+[[noreturn]] void become_program(const char* file, const char* folder, int out, int err,
+                                 char* const* argv, char* const* envp) {
   const int null = ::open("/dev/null", O_RDONLY);
   sigset_t none;
   ::sigemptyset(&none);
   ::sigprocmask(SIG_SETMASK, &none, nullptr);
   if (::chdir(folder) == 0 && ::dup2(null, STDIN_FILENO) >= 0 && ::dup2(out, STDOUT_FILENO) >= 0 &&
       ::dup2(err, STDERR_FILENO) >= 0) {
-    ::execve(QSVMON_PROGRAM, argv, envp);
+    ::execve(file, argv, envp);
   }
   ::_exit(127);
 }
@@ -111,9 +155,24 @@ void expect_no_segments(pid_t pid) {
 
 }  // namespace
 
+bool freebsd_program() {
+  return !environment("FREEBSD_RUN").empty();
+}
+
+std::string closed_line() {
+  return freebsd_program() ? "r_No error: 0_0\n" : "r_Success_0\n";
+}
+
+std::filesystem::path fake_dict_folder() {
+  if (freebsd_program()) return std::filesystem::path(environment("FREEBSD_BUILD")) / "tests";
+  return QSVMON_FAKE_DICT_FOLDER;
+}
+
 Outcome run_program(const std::string& folder, const std::vector<std::string>& words,
                     const RunOptions& options) {
-  std::vector<std::string> arguments = {options.name};
+  ++ClientRuns::runs;
+  const Client client = client_in(folder, options.name);
+  std::vector<std::string> arguments = client.words;
   arguments.insert(arguments.end(), words.begin(), words.end());
   std::vector<std::string> environment = environment_of(options);
   const std::vector<char*> argv = pointers_to(arguments);
@@ -124,7 +183,8 @@ Outcome run_program(const std::string& folder, const std::vector<std::string>& w
   Outcome outcome;
   outcome.pid = ::fork();
   if (outcome.pid == 0) {
-    become_program(folder.c_str(), out.write_end, err.write_end, argv.data(), envp.data());
+    become_program(client.file.c_str(), folder.c_str(), out.write_end, err.write_end, argv.data(),
+                   envp.data());
   }
   if (outcome.pid < 0) {
     ADD_FAILURE() << "fork failed";

@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,15 @@ struct Outcome {
   int signal = 0;        ///< the signal that ended it, or 0
   pid_t pid = -1;
 };
+
+/// True when the program under test is FreeBSD's: with FREEBSD_RUN in the environment it is
+/// `qsvmon-here` of the build folder FREEBSD_BUILD, run by the program that FREEBSD_RUN names. The
+/// systems' own texts and numbers differ (errno, dlerror); an expectation names both.
+bool freebsd_program();
+/// What the program prints of an exchange that the daemon ended early: errno is 0.
+std::string closed_line();
+/// The folder of the test's dictionary libraries that the program under test can load.
+std::filesystem::path fake_dict_folder();
 
 /// Runs the program in `folder` and waits for its end. Expects that the program leaves no shared
 /// memory behind (one that it left is removed).

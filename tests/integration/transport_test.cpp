@@ -4,7 +4,6 @@
 
 #include <chrono>
 #include <csignal>
-#include <cstring>
 
 #include "platform/appliance_paths.h"
 #include "rpc/session.h"
@@ -16,8 +15,6 @@ namespace {
 
 using namespace std::string_literals;
 using Clock = std::chrono::steady_clock;
-
-const std::string kClosedText = "r_"s + std::strerror(0) + "_0\n";
 
 struct TimedOutcome {
   Outcome outcome;
@@ -55,7 +52,7 @@ TEST(LateAnswer, MayComeInPieces) {
 TEST(LateAnswer, ASecondWaitThatRunsOutFails) {
   // The waits run out after 1.0 and 2.7 seconds.
   const TimedOutcome timed = run_with(Reply::text("three\n").in_pieces(70, 1700));
-  EXPECT_EQ(timed.outcome.out, kClosedText);
+  EXPECT_EQ(timed.outcome.out, closed_line());
   EXPECT_EQ(timed.outcome.exit_status, 255);
   EXPECT_GE(timed.milliseconds, 2700);
   EXPECT_LT(timed.milliseconds, 10000);
@@ -64,7 +61,7 @@ TEST(LateAnswer, ASecondWaitThatRunsOutFails) {
 TEST(BrokenAnswer, ClosingEarlyFailsTheCall) {
   for (const std::size_t sent : {0U, 1U, 36U, 100U, 207U}) {
     const TimedOutcome timed = run_with(Reply::error(9, "never whole").half(sent));
-    EXPECT_EQ(timed.outcome.out, kClosedText) << sent;
+    EXPECT_EQ(timed.outcome.out, closed_line()) << sent;
     EXPECT_EQ(timed.outcome.err, "");
     EXPECT_EQ(timed.outcome.exit_status, 255);
     EXPECT_LT(timed.milliseconds, 5000);
@@ -84,7 +81,7 @@ TEST(BrokenAnswer, InTheMiddleOfAListing) {
   ScriptedDaemon daemon(appliance, Daemon::kLog,
                         {Reply::text("first\n").more(), Reply::text("second\n").half(50)});
   const Outcome outcome = appliance.run({"table", "get", "5"});
-  EXPECT_EQ(outcome.out, "first\n" + kClosedText);
+  EXPECT_EQ(outcome.out, "first\n" + closed_line());
   EXPECT_EQ(outcome.exit_status, 255);
 }
 

@@ -1,8 +1,9 @@
 """Runs qsvmon against the simulated appliance as a user does, each test in a scratch folder.
 
 The programs come from the environment: QSVMON_PROGRAM (built with the root ".") and
-QSVSIM_PROGRAM. Every test file ends with harness.main(), which reports in the Test Anything
-Protocol, one line a test.
+QSVSIM_PROGRAM. With FREEBSD_RUN the client is FreeBSD's, qsvmon-here of the build folder
+FREEBSD_BUILD, started by the program that FREEBSD_RUN names. Every test file ends with
+harness.main(), which reports in the Test Anything Protocol, one line a test.
 """
 import os
 import shutil
@@ -12,6 +13,10 @@ import tempfile
 import unittest
 
 CLIENT = os.environ.get("QSVMON_PROGRAM", "qsvmon-here")
+RUNNER = os.environ.get("FREEBSD_RUN")
+if RUNNER:
+    CLIENT = os.path.join(os.environ["FREEBSD_BUILD"], "qsvmon-here")
+    DICTIONARY = os.path.join(os.environ["FREEBSD_BUILD"], "sim", "dict.so")
 SIMULATOR = os.environ.get("QSVSIM_PROGRAM", "qsvsim")
 DATA = os.path.join(os.path.dirname(os.path.abspath(__file__)), "data")
 
@@ -33,9 +38,14 @@ class Result:
 class Appliance:
     """A simulated appliance in a scratch folder, with the small data of tests/simulated/data."""
 
+    clients = 0  # started so far, of all appliances
+
     def __init__(self, *options, data=DATA):
         self.root = tempfile.mkdtemp(prefix="qsvsim-")
         command = [SIMULATOR, "--root", self.root, "--data", data, "--background"]
+        if RUNNER:
+            command += ["--dict", DICTIONARY]
+            os.symlink(CLIENT, os.path.join(self.root, "qsvmon"))
         started = subprocess.run(command + list(options), capture_output=True, text=True,
                                  stdin=subprocess.DEVNULL, timeout=60)
         if started.returncode != 0:
@@ -43,7 +53,10 @@ class Appliance:
 
     def start(self, *words, **more):
         environment = dict(os.environ, TZ="UTC")
-        return subprocess.Popen([CLIENT, *words], cwd=self.root, env=environment,
+        Appliance.clients += 1
+        # A runner takes the client's own name from the link.
+        command = [RUNNER, "qsvmon"] if RUNNER else [CLIENT]
+        return subprocess.Popen([*command, *words], cwd=self.root, env=environment,
                                 stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                                 stderr=subprocess.PIPE, **more)
 
@@ -90,6 +103,7 @@ class _TapResult(unittest.TestResult):
     def startTest(self, test):
         super().startTest(test)
         self.trouble = []
+        self.clients = Appliance.clients
 
     def addFailure(self, test, err):
         super().addFailure(test, err)
@@ -109,6 +123,8 @@ class _TapResult(unittest.TestResult):
 
     def stopTest(self, test):
         super().stopTest(test)
+        if RUNNER and self.clients == Appliance.clients and not self.trouble:
+            print("[  ASIDE   ]", test.id())  # says nothing of FreeBSD's program: not counted
         print(("not ok" if self.trouble else "ok"), self.testsRun, test.id(), flush=True)
         for text in self.trouble:
             print("\n".join("# " + line for line in text.splitlines()))

@@ -71,6 +71,18 @@ Test Failed.
 END
 is "cases, scripts, whole programs and crashes are counted" "$(tools/count_tests "$scratch/log")" \
   "5 2"
+cat >"$scratch/log" <<'END'
+1/2 Testing: partly
+[  ASIDE   ] A.b
+[       OK ] A.b (0 ms)
+[       OK ] A.c (0 ms)
+Test Passed.
+2/2 Testing: wholly
+[  ASIDE   ] script.A.b
+ok 1 script.A.b
+Test Passed.
+END
+is "what was set aside is not counted" "$(tools/count_tests "$scratch/log")" "1 0"
 
 # summary <branches of rpc/a.cpp that were reached> <file left out>: what coverage_summary says.
 summary() {
