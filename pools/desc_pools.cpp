@@ -12,6 +12,7 @@
 #include "pools/cusiprng.h"
 #include "pools/ipmacdesc.h"
 #include "pools/itlgc_pool.h"
+#include "pools/text_field.h"
 
 namespace qsvmon {
 namespace {
@@ -41,22 +42,14 @@ int load_ranges() {
   return 0;
 }
 
-/// The label of an IPv4 address, or null.
-const char* ipv4_label(const void* addr) {
-  if (const IpMacDesc* entry = ipmacdesc_find(addr, kIpv4KeyLen)) return entry->desc;
+/// The label that the ranges or, outside of them, the assets give an IPv4 address; or null.
+const char* range_or_asset_label(const void* addr) {
   std::uint32_t net = 0;
   std::memcpy(&net, addr, sizeof net);
   const std::uint32_t ip = from_net32(net);
-  if (const CusIpRange* range = cusiprng_find(ip)) {
-    return cusiprng_info(*range)->info;
-  }
+  if (const CusIpRange* range = cusiprng_find(ip)) return cusiprng_info(*range)->info;
   const AssetsObject* const object = assetsobj_find_ip(ip);
   return object == nullptr ? nullptr : object->name;
-}
-
-const char* mac_label(const void* mac) {
-  const IpMacDesc* const entry = ipmacdesc_find(mac, kMacKeyLen);
-  return entry == nullptr ? nullptr : entry->desc;
 }
 
 }  // namespace
@@ -70,17 +63,18 @@ int desc_pools_init() {
 
 const char* desc_label(const void* addr, int family) {
   if (!ipmacdesc_ready()) return nullptr;
-  return family == kDescFamilyMac ? mac_label(addr) : ipv4_label(addr);
+  const std::size_t len = family == kDescFamilyMac ? kMacKeyLen : kIpv4KeyLen;
+  if (const IpMacDesc* entry = ipmacdesc_find(addr, len)) return entry->desc;
+  return family == kDescFamilyMac ? nullptr : range_or_asset_label(addr);
 }
 
 char* desc_lookup(const void* addr, int family, char* dest, std::size_t size) {
-  const char* const label = desc_label(addr, family);
+  if (!ipmacdesc_ready()) return nullptr;
+  const std::size_t len = family == kDescFamilyMac ? kMacKeyLen : kIpv4KeyLen;
+  if (ipmacdesc_getdesc(addr, len, dest, size) == 0) return dest;
+  const char* const label = family == kDescFamilyMac ? nullptr : range_or_asset_label(addr);
   if (label == nullptr) return nullptr;
-  if (size > 0) {
-    const std::size_t length = ::strnlen(label, size - 1);
-    std::memcpy(dest, label, length);
-    dest[length] = '\0';
-  }
+  copy_text(dest, label, size);
   return dest;
 }
 

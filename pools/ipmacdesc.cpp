@@ -77,6 +77,19 @@ IpMacDesc* find_in_chain(IpMacPool& pool, const Place& place, const void* key, s
   return entry;
 }
 
+/// What `use` makes of the entry with this key, or `absent` without one. `use` runs while the
+/// pool's lock is held, so that no other thread changes what it reads.
+template <class Result, class Use>
+Result with_entry(const void* key, std::size_t len, Result absent, const Use& use) {
+  IpMacPool* const pool = holder.get();
+  if (pool == nullptr || !is_key_len(len)) return absent;
+  const Place place = place_of(*pool, key, len);
+  if (!may_hold(place)) return absent;
+  const SpinGuard guard(pool->lock);
+  IpMacDesc* const entry = find_in_chain(*pool, place, key, len);
+  return entry == nullptr ? absent : use(*entry);
+}
+
 /// The next free entry, counted and put at the head of a bucket's chain; or null.
 IpMacDesc* take_free(IpMacPool& pool, const Place& place) {
   if (pool.high_water == kIpMacEntries) return nullptr;
@@ -143,23 +156,22 @@ bool ipmacdesc_ready() {
 }
 
 std::uint32_t ipmacdesc_count() {
-  return holder.get() == nullptr ? 0 : holder.get()->count;
+  IpMacPool* const pool = holder.get();
+  if (pool == nullptr) return 0;
+  const SpinGuard guard(pool->lock);
+  return pool->count;
 }
 
 IpMacDesc* ipmacdesc_find(const void* key, std::size_t len) {
-  IpMacPool* const pool = holder.get();
-  if (pool == nullptr || pool->count < 1 || !is_key_len(len)) return nullptr;
-  const Place place = place_of(*pool, key, len);
-  if (!may_hold(place)) return nullptr;
-  const SpinGuard guard(pool->lock);
-  return find_in_chain(*pool, place, key, len);
+  return with_entry(key, len, static_cast<IpMacDesc*>(nullptr),
+                    [](IpMacDesc& entry) { return &entry; });
 }
 
-int ipmacdesc_getdesc(const void* key, std::size_t len, char* dest) {
-  const IpMacDesc* const entry = ipmacdesc_find(key, len);
-  if (entry == nullptr) return -1;
-  std::strcpy(dest, entry->desc);
-  return 0;
+int ipmacdesc_getdesc(const void* key, std::size_t len, char* dest, std::size_t size) {
+  return with_entry(key, len, -1, [&](const IpMacDesc& entry) {
+    copy_text(dest, entry.desc, size);
+    return 0;
+  });
 }
 
 int ipmacdesc_getmacdesc(const void* mac, char* dest) {
@@ -167,8 +179,8 @@ int ipmacdesc_getmacdesc(const void* mac, char* dest) {
 }
 
 std::uint16_t ipmacdesc_getpid(const void* mac) {
-  const IpMacDesc* const entry = ipmacdesc_find(mac, kMacKeyLen);
-  return entry == nullptr ? std::uint16_t{0} : entry->pid;
+  return with_entry(mac, kMacKeyLen, std::uint16_t{0},
+                    [](const IpMacDesc& entry) { return entry.pid; });
 }
 
 int ipmacdesc_setmacdesc(const void* mac, const char* desc) {

@@ -7,13 +7,15 @@
 
 namespace qsvmon {
 
+constexpr std::size_t kIpMacDescBytes = 34;  ///< of a description with its NUL
+
 /// The operator's description of one IPv4 address or MAC address.
 struct IpMacDesc {
   IpMacDesc* next;        ///< in its chain
   std::uint16_t key_len;  ///< 4 for an IPv4 address, 6 for a MAC address
   std::uint16_t pid;      ///< group number from the file, only kept
   std::uint8_t key[6];    ///< the address's bytes in network order
-  char desc[34];          ///< NUL-terminated
+  char desc[kIpMacDescBytes];
 };
 
 constexpr std::uint32_t kIpMacEntries = 4096;
@@ -30,11 +32,13 @@ bool ipmacdesc_ready();
 /// The number of entries in use.
 std::uint32_t ipmacdesc_count();
 
-/// The entry with this key of `len` bytes, or null.
+/// The entry with this key of `len` bytes, or null. Where another thread may change the entry, read
+/// it with the operations below instead: they copy it while the lock is held.
 IpMacDesc* ipmacdesc_find(const void* key, std::size_t len);
-/// Copies an entry's description (at most 34 bytes with its NUL) to `dest`. Returns 0, or -1 with
-/// `dest` untouched when there is no entry.
-int ipmacdesc_getdesc(const void* key, std::size_t len, char* dest);
+/// Copies an entry's description to `dest`, cut to `size` - 1 characters and NUL-terminated.
+/// Returns 0, or -1 with `dest` untouched when there is no entry.
+int ipmacdesc_getdesc(const void* key, std::size_t len, char* dest,
+                      std::size_t size = kIpMacDescBytes);
 /// `ipmacdesc_getdesc` of the 6 bytes at `mac`.
 int ipmacdesc_getmacdesc(const void* mac, char* dest);
 /// The `pid` of the 6 bytes at `mac`, 0 without an entry.

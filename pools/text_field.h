@@ -13,4 +13,13 @@ void set_field(char (&field)[N], const char* text) {
   std::memset(field + length, 0, N - length);
 }
 
+/// Copies `text` to the `size` bytes at `dest`, cut to `size` - 1 characters and NUL-terminated;
+/// nothing when `size` is 0.
+inline void copy_text(char* dest, const char* text, std::size_t size) {
+  if (size == 0) return;
+  const std::size_t length = ::strnlen(text, size - 1);
+  std::memcpy(dest, text, length);
+  dest[length] = '\0';
+}
+
 }  // namespace qsvmon

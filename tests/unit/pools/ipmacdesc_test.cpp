@@ -1,5 +1,10 @@
 #include "pools/ipmacdesc.h"
 
+#include <sys/mman.h>
+
+#include <atomic>
+#include <csignal>
+#include <ctime>
 #include <thread>
 #include <vector>
 
@@ -143,6 +148,8 @@ TEST_F(IpMac, OperationsOnMacs) {
   EXPECT_STREQ(dest, "scanner");
   EXPECT_EQ(ipmacdesc_getpid(kMac.data()), 0);  // set to 0 with the description
   EXPECT_EQ(ipmacdesc_getdesc(kMac.data(), 4, dest), -1);
+  EXPECT_EQ(ipmacdesc_getdesc(kMac.data(), 6, dest, 5), 0);
+  EXPECT_STREQ(dest, "scan");
 }
 
 TEST_F(IpMac, SettingByEntryTakesThePidBesideIt) {
@@ -191,6 +198,81 @@ TEST_F(IpMac, ThreadsShareThePool) {
   }
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(ipmacdesc_count(), 1000U);
+}
+
+/// A page whose first write finds a writer at work: the fault lets another thread try to change an
+/// entry before it lets the write go on.
+class PageThatWaits {
+ public:
+  PageThatWaits() {
+    bytes_ = ::mmap(nullptr, kBytes, PROT_NONE, MAP_PRIVATE | MAP_ANON, -1, 0);
+    EXPECT_NE(bytes_, MAP_FAILED);
+    is_reached = is_changed = was_changed_before = false;
+    struct sigaction action = {};
+    action.sa_handler = on_fault;
+    ::sigaction(SIGSEGV, &action, &segv_before_);
+    ::sigaction(SIGBUS, &action, &bus_before_);
+  }
+  ~PageThatWaits() {
+    ::sigaction(SIGSEGV, &segv_before_, nullptr);
+    ::sigaction(SIGBUS, &bus_before_, nullptr);
+    ::munmap(bytes_, kBytes);
+  }
+
+  static char* text() { return static_cast<char*>(bytes_); }
+  static inline std::atomic<bool> is_reached = false;
+  static inline std::atomic<bool> is_changed = false;          ///< the other thread is done
+  static inline std::atomic<bool> was_changed_before = false;  ///< so before the write went on
+
+ private:
+  static constexpr std::size_t kBytes = 4096;
+
+  static void on_fault(int) {
+    is_reached = true;
+    constexpr timespec kLongEnough = {0, 100000000};
+    ::nanosleep(&kLongEnough, nullptr);
+    was_changed_before = is_changed.load();
+    ::mprotect(bytes_, kBytes, PROT_READ | PROT_WRITE);
+  }
+
+  static inline void* bytes_ = nullptr;
+  struct sigaction segv_before_ = {};
+  struct sigaction bus_before_ = {};
+};
+
+TEST_F(IpMac, NothingChangesAnEntryWhileItIsCopied) {
+  ASSERT_EQ(ipmacdesc_setmacdesc(kMac.data(), "before"), 0);
+  const PageThatWaits page;
+  std::thread writer([] {
+    while (!PageThatWaits::is_reached) std::this_thread::yield();
+    EXPECT_EQ(ipmacdesc_setmacdesc(kMac.data(), "after"), 0);
+    PageThatWaits::is_changed = true;
+  });
+  EXPECT_EQ(ipmacdesc_getmacdesc(kMac.data(), PageThatWaits::text()), 0);
+  writer.join();
+  EXPECT_FALSE(PageThatWaits::was_changed_before);
+  EXPECT_STREQ(PageThatWaits::text(), "before");
+  EXPECT_STREQ(find(kMac)->desc, "after");
+}
+
+// The description is always 33 equal letters; a copy of two kinds was taken while it was written.
+TEST_F(IpMac, AReaderGetsTheWholeDescriptionWhileAWriterChangesIt) {
+  const auto letters = [](int i) { return std::string(33, static_cast<char>('a' + i % 2)); };
+  ASSERT_EQ(ipmacdesc_setmacdesc(kMac.data(), letters(0).c_str()), 0);
+  std::atomic<bool> done = false;
+  std::thread writer([&] {
+    for (int i = 0; !done; ++i) ipmacdesc_setmacdesc(kMac.data(), letters(i).c_str());
+  });
+  int torn = 0;
+  char dest[kIpMacDescBytes];
+  for (int i = 0; i < 20000; ++i) {
+    ASSERT_EQ(ipmacdesc_getmacdesc(kMac.data(), dest), 0);
+    if (dest != letters(dest[0] - 'a')) ++torn;
+    ASSERT_EQ(ipmacdesc_getpid(kMac.data()), 0);
+  }
+  done = true;
+  writer.join();
+  EXPECT_EQ(torn, 0);
 }
 
 TEST_F(IpMac, AFreshPoolIsEmptyAndOldEntriesStayValid) {
