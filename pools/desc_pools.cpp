@@ -52,6 +52,14 @@ const char* range_or_asset_label(const void* addr) {
   return object == nullptr ? nullptr : object->name;
 }
 
+void put_label(Printer& out, const void* addr, int family) {
+  constexpr std::size_t kLongest = sizeof CusIpInfo::info;
+  static_assert(sizeof AssetsObject::name < kLongest && kIpMacDescBytes < kLongest);
+  char* const label = out.room(kLongest);
+  if (desc_lookup(addr, family, label, kLongest) != nullptr)
+    out.advance(label + std::strlen(label));
+}
+
 }  // namespace
 
 int desc_pools_init() {
@@ -76,6 +84,14 @@ char* desc_lookup(const void* addr, int family, char* dest, std::size_t size) {
   if (label == nullptr) return nullptr;
   copy_text(dest, label, size);
   return dest;
+}
+
+void put_value(Printer& out, AddressLabel label) {
+  put_label(out, &label.net, kDescFamilyIpv4);
+}
+
+void put_value(Printer& out, MacLabel label) {
+  put_label(out, label.mac, kDescFamilyMac);
 }
 
 void desc_pools_release() {

@@ -1,11 +1,15 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+
+#include "format/printer.h"
 
 namespace qsvmon {
 
 /// The `family` of a MAC address; any other value means IPv4.
 constexpr int kDescFamilyMac = 6;
+constexpr int kDescFamilyIpv4 = 4;
 
 /// Builds the four description pools and loads both configuration files (kMainConfigPath, then
 /// kAssetsConfigPath). Returns 0, or -1 when a pool could not be allocated or the main file could
@@ -25,6 +29,20 @@ const char* desc_label(const void* addr, int family);
 /// Copies an address's `desc_label` to `dest`, cut to `size` - 1 characters and NUL-terminated.
 /// Returns `dest`, or null with `dest` untouched when there is no label.
 char* desc_lookup(const void* addr, int family, char* dest, std::size_t size);
+
+/// The label of an address as a value to print: `out.put("...", AddressLabel{net}, "...")`. Without
+/// a label nothing is printed. The text goes straight into the printer's buffer. Each costs a
+/// look-up in every pool up to the one that has the label.
+struct AddressLabel {
+  std::uint32_t net;  ///< IPv4, network order
+};
+void put_value(Printer& out, AddressLabel label);
+
+/// The same for a MAC, which one pool alone is asked for.
+struct MacLabel {
+  const std::uint8_t* mac;  ///< 6 bytes, read when the label is printed
+};
+void put_value(Printer& out, MacLabel label);
 
 /// Frees all pools, those of earlier calls too; for tests and fuzzing, which build them many times.
 void desc_pools_release();

@@ -5,7 +5,6 @@
 namespace qsvmon {
 
 const char* LabelCache::look_up(std::uint64_t key, const void* address) {
-  constexpr int kDescFamilyIpv4 = 4;  // any value but kDescFamilyMac
   const char* const label =
       desc_label(address, (key & kMac) != 0 ? kDescFamilyMac : kDescFamilyIpv4);
   return label == nullptr ? "" : label;

@@ -80,6 +80,29 @@ TEST_F(DescPools, LabelsInOrderOfTheirSources) {
   EXPECT_EQ(assetsgrp_count(), 1U);
 }
 
+// As the values of rows are printed: a label, or nothing, between what stands around it.
+TEST_F(DescPools, LabelsArePrintedAsValues) {
+  const std::string longest(63, 'r');
+  write_main(std::string(kMain) + "cusiprng iprng=10.8.0.0/16 info=" + longest + "\n");
+  write_assets(kAssets);
+  EXPECT_EQ(printed_by_init(0), "");
+  MemoryPrinter out;
+  const auto print = [&](Bytes4 ip) {
+    std::uint32_t net = 0;
+    std::memcpy(&net, ip.data(), sizeof net);
+    out.put('<', AddressLabel{net}, '>');
+  };
+  print({10, 0, 0, 1});
+  print({10, 0, 0, 7});
+  print({192, 168, 1, 1});
+  print({192, 168, 1, 2});
+  print({10, 8, 0, 0});
+  const Bytes6 known = {0, 0x11, 0x22, 0x33, 0x44, 0x55};
+  const Bytes6 unknown = {0, 0x11, 0x22, 0x33, 0x44, 0x56};
+  out.put('<', MacLabel{known.data()}, "><", MacLabel{unknown.data()}, '>');
+  EXPECT_EQ(out.str(), "<gateway><office><web><><" + longest + "><printer><>");
+}
+
 TEST_F(DescPools, AnyFamilyButTheMacIsIpv4) {
   write_main(kMain);
   EXPECT_EQ(printed_by_init(0), "");
