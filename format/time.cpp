@@ -1,5 +1,6 @@
 #include "format/time.h"
 
+#include <algorithm>
 #include <cstring>
 #include <ctime>
 
@@ -12,8 +13,10 @@ constexpr std::uint32_t kBlockSeconds = 900;
 constexpr std::uint32_t kSlots = 4096;  // 42 days of blocks
 constexpr std::int64_t kDaySeconds = 86400;
 constexpr std::int64_t kShiftDays = 365;
+/// Zones are within 26 hours of UTC. What a damaged zone file has beyond is left to the C library.
+constexpr std::int64_t kFarthestSeconds = 2 * kDaySeconds;
 constexpr std::uint32_t kDateSlots = 64;
-/// Stands for a block without one offset; no local time is that far from UTC.
+/// Stands for a block without one offset of at most kFarthestSeconds.
 constexpr std::int32_t kVaries = 0x7fffffff;
 
 /// The distance of local time from UTC during one block of 900 seconds.
@@ -53,12 +56,15 @@ constexpr void date_from_days(std::int64_t days, LocalTime& t) {
 }
 
 /// The C library's answer. It reads the zone once, at the first call, not at every one as
-/// localtime does.
+/// localtime does. A damaged zone file may ask for any year, and for any number of leap seconds at
+/// once: the year is cut to four digits, the second to two.
 LocalTime convert(std::uint32_t seconds) {
   const auto when = static_cast<std::time_t>(seconds);
   std::tm tm{};
   ::localtime_r(&when, &tm);  // fails for years beyond an int alone
-  return LocalTime{tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec};
+  const int year = std::clamp(tm.tm_year, -1900, 9999 - 1900) + 1900;
+  const int second = std::clamp(tm.tm_sec, 0, 99);
+  return LocalTime{year, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, second};
 }
 
 std::int64_t offset_of(const LocalTime& t, std::uint32_t seconds) {
@@ -77,6 +83,7 @@ std::int32_t block_offset(std::uint32_t block) {
   const std::int64_t offset = offset_of(from, first);
   // A leap second is as far from UTC as the seconds before it.
   if (offset != offset_of(to, last) || to.second > 59) return kVaries;
+  if (offset < -kFarthestSeconds || offset > kFarthestSeconds) return kVaries;
   return static_cast<std::int32_t>(offset);
 }
 
@@ -132,6 +139,7 @@ char* put_clock(char* dst, int hour, int minute, int second) {
 }
 
 /// Seconds since the start of the year before 1970, so that no local time is negative.
+/// REQUIRES: `offset` is at most kFarthestSeconds either way.
 std::uint64_t shifted_local(std::uint32_t seconds, std::int32_t offset) {
   return static_cast<std::uint64_t>(std::int64_t{seconds} + offset + kShiftDays * kDaySeconds);
 }

@@ -7,8 +7,11 @@
 #include <cstring>
 #include <fstream>
 #include <string>
+#include <string_view>
 
 #include "format/printer.h"
+
+using namespace std::literals;
 
 namespace qsvmon {
 namespace {
@@ -91,31 +94,87 @@ TEST(Time, LocalTimeAcrossEveryKindOfChange) {
   }
 }
 
-/// A zone file of UTC with leap seconds: `count` of them, each as its moment and the sum so far.
-std::string zone_file(const char* leaps, int count) {
-  std::string bytes("TZif", 4);
-  bytes.append(16, '\0');
-  for (const int number : {0, 0, count, 0, 1, 4}) {  // the third counts the leap seconds
-    bytes.append(3, '\0').push_back(static_cast<char>(number));
+/// A zone file for the lifetime of a test, and that zone.
+class ZoneFile {
+ public:
+  /// One offset from UTC (seconds, big-endian) and `count` leap seconds, each as its moment and the
+  /// sum so far.
+  ZoneFile(std::string_view offset, std::string_view leaps, char count) {
+    std::string bytes("TZif", 4);
+    bytes.append(16, '\0');
+    for (const char number : {'\0', '\0', count, '\0', '\1', '\4'}) {
+      bytes.append(3, '\0').push_back(number);
+    }
+    bytes.append(offset).append("\0\0XYZ\0", 6).append(leaps);  // no summer time, the name
+    ::close(::mkstemp(path_));
+    std::ofstream(path_, std::ios::binary) << bytes;
+    ::setenv("TZ", path_, 1);
+    reset_local_time();
   }
-  bytes.append("\0\0\0\0\0\0UTC\0", 10);  // the only offset, 0, and its name
-  return bytes.append(leaps, static_cast<std::size_t>(count) * 8);
-}
+  explicit ZoneFile(std::string_view offset) : ZoneFile(offset, "", '\0') {}
+  ~ZoneFile() {
+    ::unlink(path_);
+    ::unsetenv("TZ");
+    reset_local_time();
+  }
+  ZoneFile(const ZoneFile&) = delete;
+  ZoneFile& operator=(const ZoneFile&) = delete;
+
+ private:
+  char path_[32] = "/tmp/qsvmon-zone-XXXXXX";
+};
 
 // The first: 59 at once, so that the second one, at 1799, is the last second of a quarter.
 TEST(Time, LeapSecondsShow) {
-  char path[] = "/tmp/qsvmon-zone-XXXXXX";
-  ::close(::mkstemp(path));
-  std::ofstream(path, std::ios::binary) << zone_file(
-      "\0\0\0\x3c\0\0\0\x3b"
-      "\0\0\x07\x07\0\0\0\x3c",
-      2);
-  const Zone zone(path);
+  const ZoneFile zone("\0\0\0\0"sv,
+                      "\0\0\0\x3c\0\0\0\x3b"
+                      "\0\0\x07\x07\0\0\0\x3c"sv,
+                      2);
   EXPECT_EQ(time_text(900), "1970-01-01/00:14:01");
   EXPECT_EQ(time_text(1798), "1970-01-01/00:28:59");
   EXPECT_EQ(time_text(1799), "1970-01-01/00:28:60");
   EXPECT_EQ(time_text(1800), "1970-01-01/00:29:00");
-  ::unlink(path);
+}
+
+// No zone is more than 26 hours off UTC; a damaged file may say so all the same.
+TEST(Time, OffsetsThatNoZoneHas) {
+  {
+    const ZoneFile zone("\x80\0\0\1"sv);  // -2147483647: 24855 days, 3 hours, 14 min and 7 s back
+    EXPECT_EQ(time_text(0), "1901-12-13/20:45:53");
+    EXPECT_EQ(time_text(4294967295u), "2038-01-19/03:14:08");
+  }
+  {
+    const ZoneFile zone("\xfe\x1e\x7a\x80"sv);  // -31556992: 365 days, 5 hours, 49 min and 52 s
+    EXPECT_EQ(time_text(0), "1968-12-31/18:10:08");
+    EXPECT_EQ(time_text(20992), "1969-01-01/00:00:00");
+    char date[kDateTextBytes];
+    format_local_date(date, 0);
+    EXPECT_EQ(std::string(date, 10), "1968-12-31");
+    EXPECT_EQ(local_time(0).year, 1968);
+  }
+  {
+    const ZoneFile zone("\x7f\xff\xff\xff"sv);  // the same days ahead
+    EXPECT_EQ(time_text(0), "2038-01-19/03:14:07");
+    EXPECT_EQ(time_text(4294967295u), "2174-02-25/09:42:22");
+  }
+  {
+    const ZoneFile zone("\xff\xfd\x5d\0"sv);  // -172800, the farthest that is kept: two days
+    EXPECT_EQ(time_text(0), "1969-12-30/00:00:00");
+    EXPECT_EQ(time_text(900), "1969-12-30/00:15:00");
+  }
+}
+
+// Hundreds of leap seconds in a row are all shown in one minute by the C library.
+TEST(Time, LeapSecondsWithoutEnd) {
+  std::string leaps;
+  for (int i = 0; i < 120; ++i) {  // one more at each second from 59 on
+    leaps.append(3, '\0').push_back(static_cast<char>(59 + i));
+    leaps.append(3, '\0').push_back(static_cast<char>(1 + i));
+  }
+  const ZoneFile zone("\0\0\0\0"sv, leaps, 120);
+  for (std::uint32_t second = 0; second < 1000; ++second) {
+    for (const char c : time_text(second)) EXPECT_TRUE(c >= '-' && c <= ':') << second;
+  }
 }
 
 TEST(Time, NeighboursShareNoWrongAnswer) {
