@@ -1,6 +1,7 @@
 #include "commands/sessionlog/csv_sheet.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -10,6 +11,22 @@
 #include "platform/appliance_paths.h"
 
 namespace qsvmon {
+namespace {
+
+/// Opens the file at `path` empty, or returns -1. Its name can be guessed and others may have put
+/// something else there: no link is followed (a refusal: ELOOP, on FreeBSD EMLINK), a FIFO that
+/// nobody reads does not hang, and what is no regular file is left alone.
+int open_empty_file(const char* path) {
+  const int fd =
+      ::open(path, O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666);
+  if (fd < 0) return -1;
+  struct stat about;
+  if (::fstat(fd, &about) == 0 && S_ISREG(about.st_mode) && ::ftruncate(fd, 0) == 0) return fd;
+  ::close(fd);
+  return -1;
+}
+
+}  // namespace
 
 CsvSheet::~CsvSheet() {
   csv_close(*this);
@@ -30,7 +47,7 @@ int csv_open(CsvSheet& sheet, char* name, std::size_t namecap) {
   csv_file_name(std::time(nullptr), name, namecap);
   char path[1024];  // the folder is a short constant
   std::snprintf(path, sizeof path, "%s%s", kCsvFolder, name);
-  const int fd = ::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  const int fd = open_empty_file(path);
   if (fd < 0) return -1;
   sheet.out.reset(new (std::nothrow) FilePrinter(fd));
   if (sheet.out == nullptr) {

@@ -33,7 +33,9 @@ void csv_file_name(std::time_t now, char* name, std::size_t namecap);
 
 /// Creates the file named by the current local time in the download folder, or empties the one of
 /// that name (a second download within the same second replaces the first). The name without the
-/// folder is left in `name`. Returns 0 with the sheet at row 0, column 0; or -1.
+/// folder is left in `name`. Returns 0 with the sheet at row 0, column 0; or -1, also when
+/// something else than a regular file has that name: a link, whatever it leads to, a FIFO, a
+/// device.
 int csv_open(CsvSheet& sheet, char* name, std::size_t namecap);
 
 /// Goes to the first column of the next row.

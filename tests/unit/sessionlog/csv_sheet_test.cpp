@@ -1,7 +1,9 @@
 #include "commands/sessionlog/csv_sheet.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -94,6 +96,62 @@ TEST_F(CsvSheetTest, the_file_bears_the_current_time_and_replaces_one_of_its_nam
   EXPECT_LE(std::strcmp(early, name), 0);
   EXPECT_LE(std::strcmp(name, late), 0);
   EXPECT_EQ("\nx", read(name));
+}
+
+/// Puts something at every name that a sheet opened by now may get.
+template <class Put>
+void put_at_each_name(Put&& put) {
+  for (std::time_t t = std::time(nullptr); t < std::time(nullptr) + 5; ++t) {
+    char name[kCsvNameBytes];
+    csv_file_name(t, name, sizeof name);
+    put(std::string("usr/qsvlog/") + name);
+  }
+}
+
+// Whoever may write to the folder can guess the name.
+TEST_F(CsvSheetTest, no_link_is_followed) {
+  make_folder();
+  std::ofstream("precious") << "untouched";
+  put_at_each_name(
+      [](const std::string& path) { std::filesystem::create_symlink("../../precious", path); });
+  CsvSheet sheet;
+  char name[kCsvNameBytes];
+  EXPECT_EQ(-1, csv_open(sheet, name, sizeof name));
+  EXPECT_EQ(nullptr, sheet.out);
+  std::ifstream in("precious");
+  EXPECT_EQ("untouched", std::string(std::istreambuf_iterator<char>(in), {}));
+}
+
+TEST_F(CsvSheetTest, no_file_is_made_behind_a_link) {
+  make_folder();
+  put_at_each_name(
+      [](const std::string& path) { std::filesystem::create_symlink("../../made", path); });
+  CsvSheet sheet;
+  char name[kCsvNameBytes];
+  EXPECT_EQ(-1, csv_open(sheet, name, sizeof name));
+  EXPECT_FALSE(std::filesystem::exists("made"));
+}
+
+TEST_F(CsvSheetTest, a_fifo_neither_hangs_nor_gets_the_records) {
+  make_folder();
+  put_at_each_name([](const std::string& path) { EXPECT_EQ(0, ::mkfifo(path.c_str(), 0600)); });
+  CsvSheet sheet;
+  char name[kCsvNameBytes];
+  EXPECT_EQ(-1, csv_open(sheet, name, sizeof name));  // nobody reads it
+  const int reader = ::open((std::string("usr/qsvlog/") + name).c_str(), O_RDONLY | O_NONBLOCK);
+  ASSERT_GE(reader, 0);
+  EXPECT_EQ(-1, csv_open(sheet, name, sizeof name));
+  char byte;
+  EXPECT_EQ(0, ::read(reader, &byte, 1));
+  ::close(reader);
+}
+
+TEST_F(CsvSheetTest, a_folder_of_the_name_is_refused) {
+  make_folder();
+  put_at_each_name([](const std::string& path) { std::filesystem::create_directory(path); });
+  CsvSheet sheet;
+  char name[kCsvNameBytes];
+  EXPECT_EQ(-1, csv_open(sheet, name, sizeof name));
 }
 
 TEST_F(CsvSheetTest, more_than_the_buffer_is_written) {
