@@ -42,10 +42,13 @@ struct [[gnu::packed]] MailAddressBlock {
 };
 static_assert(sizeof(MailAddressBlock) == 12);
 
-/// Where a text lies in a record's `elems`. Length 0 when the record has none.
+/// Where a text lies in a record's `elems`.
 struct MailText {
-  std::uint16_t at = 0;
+  std::uint16_t at = 0;  ///< 0 when the record has none: the first 3 bytes are an element's head
   std::uint16_t length = 0;
+
+  /// KEEP: an element without a single byte is there, and cannot be decoded.
+  bool is_present() const { return at != 0; }
 };
 
 /// What a record's elements say. The places of texts hold for every copy of the record.

@@ -12,7 +12,7 @@ namespace qsvmon {
 
 bool MailRow::decode(MailRecord& record, MailText place, Text& text) {
   text.length = 0;
-  if (place.length == 0) return true;
+  if (!place.is_present()) return true;
   text.length = decode_header(record.elems + place.at, place.length, text.bytes, kTextBytes);
   return text.length >= 1;
 }

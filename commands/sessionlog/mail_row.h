@@ -15,7 +15,7 @@ class MailRow {
   using Record = MailRecord;
 
   /// Decodes the texts of `record`, which the decoding splits in place. False when From, To, Cc or
-  /// Subject is there and cannot be decoded: the row is hidden.
+  /// Subject is there and cannot be decoded (one of no bytes cannot): the row is hidden.
   bool load(MailRecord& record);
 
   /// The loaded row as a JSON object.

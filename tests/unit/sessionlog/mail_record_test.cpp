@@ -52,7 +52,10 @@ TEST(MailRecord, every_element_type_is_found_in_any_order) {
 
 TEST(MailRecord, nothing_is_there_by_itself) {
   const MailParts parts = mail_parts(MailBuilder(1).record());
-  EXPECT_EQ(0U, parts.from.length + parts.to.length + parts.cc.length + parts.subject.length);
+  for (const MailText text : {parts.from, parts.to, parts.cc, parts.subject}) {
+    EXPECT_FALSE(text.is_present());
+    EXPECT_EQ(0U, text.length);
+  }
   EXPECT_EQ(0U, parts.attachment_count);
   EXPECT_FALSE(parts.has_time || parts.has_addresses || parts.has_mac);
   EXPECT_EQ(0U, parts.apid);
@@ -72,6 +75,7 @@ TEST(MailRecord, a_later_element_overrides_an_earlier_one) {
                                 .record();
   const MailParts parts = mail_parts(record);
   EXPECT_EQ("second", text_of(record, parts.from));
+  EXPECT_TRUE(parts.to.is_present());
   EXPECT_EQ(0U, parts.to.length);
   EXPECT_EQ(2U, parts.apid);
   EXPECT_EQ(1U, parts.time);

@@ -95,6 +95,15 @@ TEST_F(MailRowTest, a_header_that_cannot_be_decoded_hides_the_row) {
   EXPECT_EQ("hidden", json(whole_mail().from("\r\n").record()));
 }
 
+TEST_F(MailRowTest, a_header_of_no_bytes_hides_the_row) {
+  EXPECT_EQ("hidden", json(whole_mail().from("").record()));
+  EXPECT_EQ("hidden", json(whole_mail().to("").record()));
+  EXPECT_EQ("hidden", json(whole_mail().cc("").record()));
+  EXPECT_EQ("hidden", json(whole_mail().subject("").record()));
+  EXPECT_EQ("hidden", json(whole_mail().to("b@y.com").to("").record()));
+  EXPECT_EQ("b@y.com", member(whole_mail().to("").to("b@y.com").record(), "to"));
+}
+
 TEST_F(MailRowTest, attachment_names_are_decoded_and_joined) {
   EXPECT_EQ("\xC4\xE3.txt,b,c,d,e", member(whole_mail()
                                                .attachment("=?gb2312?Q?=C4=E3.txt?=")
@@ -190,6 +199,22 @@ TEST_F(MailRowTest, hidden_rows_on_the_page_are_not_counted) {
   EXPECT_NE(std::string::npos, second.find("],\"count\":4}"));
   const std::string all = page(list, 1, 100);
   EXPECT_NE(std::string::npos, all.find("],\"count\":3}"));
+}
+
+// The filter takes an empty Subject; the page finds it hidden, and does not count it.
+TEST_F(MailRowTest, empty_headers_are_listed_and_hidden_on_the_page_alone) {
+  MailLogList list;
+  collect(list, whole_mail(9).from("a"));
+  collect(list, whole_mail(8).subject(""));
+  collect(list, whole_mail(7).cc(""));
+  collect(list, whole_mail(6).from("d"));
+  ASSERT_EQ(4U, list.size());
+  const std::string all = page(list, 1, 100);
+  EXPECT_NE(std::string::npos, all.find("\"from\":\"a\""));
+  EXPECT_NE(std::string::npos, all.find("\"from\":\"d\""));
+  EXPECT_NE(std::string::npos, all.find("],\"count\":2}"));
+  EXPECT_NE(std::string::npos, page(list, 1, 1).find("],\"count\":4}"));
+  EXPECT_NE(std::string::npos, page(list, 2, 1).find("],\"count\":2}"));
 }
 
 TEST_F(MailRowTest, the_sheet_has_twelve_columns) {
