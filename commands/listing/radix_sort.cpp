@@ -1,0 +1,51 @@
+#include "commands/listing/radix_sort.h"
+
+#include <array>
+#include <utility>
+
+namespace qsvmon {
+namespace {
+
+constexpr unsigned kDigitBits = 8;
+constexpr std::size_t kDigitValues = std::size_t{1} << kDigitBits;
+constexpr std::size_t kDigits = 32 / kDigitBits;
+
+using DigitCounts = std::array<std::array<std::uint32_t, kDigitValues>, kDigits>;
+
+std::size_t digit_of(std::uint64_t item, std::size_t digit) {
+  return item >> (32 + digit * kDigitBits) & (kDigitValues - 1);
+}
+
+DigitCounts count_digits(const std::uint64_t* items, std::size_t count) {
+  DigitCounts counts{};
+  for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t digit = 0; digit < kDigits; ++digit)
+      ++counts[digit][digit_of(items[i], digit)];
+  }
+  return counts;
+}
+
+/// Moves the items to `to`, by one digit, equal digits in their order.
+void scatter(const std::uint64_t* from, std::uint64_t* to, std::size_t count, std::size_t digit,
+             std::array<std::uint32_t, kDigitValues>& places) {
+  std::uint32_t before = 0;
+  for (std::uint32_t& place : places) before += std::exchange(place, before);
+  for (std::size_t i = 0; i < count; ++i) to[places[digit_of(from[i], digit)]++] = from[i];
+}
+
+}  // namespace
+
+RadixSorted radix_sort(std::uint64_t* items, std::uint64_t* spare, std::size_t count) {
+  RadixSorted sorted{items, 0};
+  if (count < 2) return sorted;
+  DigitCounts counts = count_digits(items, count);
+  for (std::size_t digit = 0; digit < kDigits; ++digit) {
+    if (counts[digit][digit_of(items[0], digit)] == count) continue;  // all the same
+    scatter(sorted.items, spare, count, digit, counts[digit]);
+    std::swap(sorted.items, spare);
+    ++sorted.passes;
+  }
+  return sorted;
+}
+
+}  // namespace qsvmon

@@ -1,0 +1,114 @@
+#include "commands/listing/radix_sort.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+#include <vector>
+
+namespace qsvmon {
+namespace {
+
+using Items = std::vector<std::uint64_t>;
+
+std::uint64_t item(std::uint32_t key, std::uint32_t number) {
+  return std::uint64_t{key} << 32 | number;
+}
+
+Items items_of(const std::vector<std::uint32_t>& keys) {
+  Items items;
+  for (std::uint32_t i = 0; i < keys.size(); ++i) items.push_back(item(keys[i], i));
+  return items;
+}
+
+/// `items` sorted, and how many passes it took.
+struct Sorted {
+  Items items;
+  unsigned passes;
+};
+
+Sorted sorted(Items items) {
+  Items spare(items.size());
+  const RadixSorted done = radix_sort(items.data(), spare.data(), items.size());
+  EXPECT_TRUE(done.items == items.data() || done.items == spare.data());
+  return {{done.items, done.items + items.size()}, done.passes};
+}
+
+TEST(RadixSort, equal_keys_stay_as_they_stand) {
+  const Items items = {item(5, 9), item(0xFFFFFFFF, 8), item(5, 7), item(0, 6), item(5, 10)};
+  EXPECT_EQ((Items{item(0, 6), item(5, 9), item(5, 7), item(5, 10), item(0xFFFFFFFF, 8)}),
+            sorted(items).items);
+}
+
+TEST(RadixSort, nothing_and_one_item_take_no_pass) {
+  EXPECT_EQ(0U, sorted({}).passes);
+  EXPECT_EQ(0U, sorted({item(7, 7)}).passes);
+  EXPECT_EQ((Items{item(7, 7)}), sorted({item(7, 7)}).items);
+}
+
+TEST(RadixSort, a_pass_for_each_byte_in_which_keys_differ) {
+  EXPECT_EQ(0U, sorted(items_of({7, 7, 7})).passes);
+  EXPECT_EQ(1U, sorted(items_of({7, 8, 6})).passes);
+  EXPECT_EQ(1U, sorted(items_of({0x07000000, 0x08000000})).passes);
+  EXPECT_EQ(3U, sorted(items_of({0x01020304, 0x02020405})).passes);
+  EXPECT_EQ(4U, sorted(items_of({0, 0xFFFFFFFF})).passes);
+}
+
+/// An order that makes quicksorts by a median of three take quadratic time: while they choose,
+/// every key that is compared turns out to be the smallest of those left.
+std::vector<std::uint32_t> median_killer(std::uint32_t count) {
+  std::vector<std::uint32_t> keys(count);
+  const std::uint32_t half = count / 2;
+  for (std::uint32_t i = 0; i < half; ++i) {
+    keys[i] = i % 2 == 0 ? i + 1 : half + i;
+    keys[half + i] = 2 * (i + 1);
+  }
+  return keys;
+}
+
+std::vector<std::vector<std::uint32_t>> hard_orders(std::uint32_t count) {
+  std::vector<std::vector<std::uint32_t>> orders(5);
+  std::mt19937 random(1);
+  for (std::uint32_t i = 0; i < count; ++i) {
+    orders[0].push_back(i);
+    orders[1].push_back(count - i);
+    orders[2].push_back(i < count / 2 ? i : count - i);
+    orders[3].push_back(static_cast<std::uint32_t>(random()));
+  }
+  orders[4] = median_killer(count);
+  return orders;
+}
+
+// What is counted is what bounds the time; no order takes more.
+TEST(RadixSort, no_order_takes_more_than_four_passes) {
+  for (const std::vector<std::uint32_t>& keys : hard_orders(100000)) {
+    Items expected = items_of(keys);
+    std::stable_sort(expected.begin(), expected.end());
+    const Sorted done = sorted(items_of(keys));
+    EXPECT_EQ(expected, done.items);
+    EXPECT_LE(done.passes, 4U);
+  }
+}
+
+TEST(SortInPlace, no_order_takes_more_than_its_bound_of_comparisons) {
+  for (std::uint32_t count : {2U, 3U, 64U, 1000U, 100000U}) {
+    for (const std::vector<std::uint32_t>& keys : hard_orders(count)) {
+      Items items = items_of(keys);
+      Items expected = items;
+      std::stable_sort(expected.begin(), expected.end());
+      std::uint64_t comparisons = 0;
+      sort_in_place(items, [&](std::uint64_t a, std::uint64_t b) { return ++comparisons, a < b; });
+      EXPECT_EQ(expected, items);
+      EXPECT_LE(static_cast<double>(comparisons), 3.0 * count + 2.0 * count * std::log2(count));
+    }
+  }
+}
+
+TEST(SortInPlace, both_halves_count) {
+  Items items = {item(1, 2), item(1, 1), item(0, 3)};
+  sort_in_place(items);
+  EXPECT_EQ((Items{item(0, 3), item(1, 1), item(1, 2)}), items);
+}
+
+}  // namespace
+}  // namespace qsvmon
