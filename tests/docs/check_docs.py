@@ -88,6 +88,27 @@ def objects(schema):
     return found
 
 
+def markdown_pages():
+    """Every page of the source, builds and scratch folders left out."""
+    listed = subprocess.run(["git", "-C", str(ROOT), "ls-files", "-co", "--exclude-standard", "*.md"],
+                            capture_output=True, text=True)
+    if listed.returncode == 0:
+        return [ROOT / name for name in sorted(listed.stdout.split()) if (ROOT / name).exists()]
+    return [page for page in sorted(ROOT.rglob("*.md")) if not re.search("build|node_modules", str(page.relative_to(ROOT)))]
+
+
+def plain_text(page):
+    """A page without its code, in which brackets are no links."""
+    text = re.sub(r"(?ms)^```.*?^```$|^    .*?$", "", page.read_text())
+    return re.sub(r"`[^`\n]*`", "", text)
+
+
+def anchors(page):
+    """The anchors of a page's headings, as a forge makes them."""
+    heads = re.findall(r"(?m)^#+ (.*)$", re.sub(r"(?ms)^```.*?^```$", "", page.read_text()))
+    return [re.sub(r"[^\w -]", "", head.lower()).replace(" ", "-") for head in heads]
+
+
 class Manual(unittest.TestCase):
     def test_names_every_command(self):
         items = list(manual_items())
@@ -110,27 +131,70 @@ class Manual(unittest.TestCase):
                     with self.subTest(command=f"{module} {sub}", word=key, value=value):
                         self.assertRegex(text, rf"(?m)^\.(Cm|It) .*\b{value}\b|^{value} ")
 
-    def test_explains_every_error_word(self):
-        for path, text in sources("cli", "rpc", "commands", "pools"):
-            for word in re.findall(r'"([A-Z][A-Z_]{4,})(?:\\n)?"', text):
-                with self.subTest(source=str(path), error=word):
-                    self.assertRegex(MANUAL, rf"(?m)^\.It {word}$")
 
-    # Texts of servers' sockets and of handlers that no command reaches.
-    UNREACHED = ("socket_listen", "udp_listen", "bind ", "listen fail", "usage:", "socket_accept",
-                 "vexacli table matchtest")
+class Messages(unittest.TestCase):
+    """Every text of the sources that a person can see is explained."""
 
-    def test_explains_every_message(self):
-        said = [line[4:] for line in MANUAL.splitlines() if line.startswith(".It ")]
-        said = [line.replace("%s", "").replace("%d", "") for line in said]
-        telling = r"fail|can't|invalid|iptbl|vexacli|qsvmon |too long|shouldn't"
+    # Texts of servers' sockets and of handlers that no command reaches, of calls that no command
+    # makes, and of none at all.
+    UNREACHED = ("socket_listen: ", "udp_listen: ", "bind ", "listen fail ", "usage:", "socket_accept: ",
+                 "vexacli table matchtest", "shminit fail", "rpc_syncdesc: ", "dlopen")
+    # What a call prints begins with its first literal.
+    PRINTS = (r"(?:Status::error|standard_out\(\)\.(?:put|text)|std::perror|bind_failed|missing ="
+              r"|snprintf\([a-z.]*errtext, sizeof [a-z.]*errtext,)")
+    LITERAL = r'"((?:[^"\\\n]|\\.)*)"'
+
+    def messages(self):
+        """(source, text as it begins) of everything that is printed for a person."""
         for path, text in sources("cli", "rpc", "commands", "pools", "platform"):
-            for literal in re.findall(r'"((?:[^"\\\n]|\\.)*)"', text):
-                if not re.search(telling, literal) or literal.startswith(self.UNREACHED):
-                    continue
-                plain = re.sub(r"%z?[a-z]", "", literal).replace("\\n", "").strip(" :(")
-                with self.subTest(source=str(path), text=literal):
-                    self.assertTrue(any(plain in line for line in said))
+            found = re.findall(rf"{self.PRINTS}[^\";{{}}]*{self.LITERAL}", text)
+            found += re.findall(r'"((?:[^"\\\n]|\\.)*)\\n"', text)
+            found += re.findall(r'"([A-Z]+(?:_[A-Z]+)+)"', text)
+            if path.parts[0] == "pools":  # the reasons for lines that are left out
+                found = [f for f in found if f not in self.reasons(text)]
+            for literal in dict.fromkeys(found):
+                plain = literal.replace("\\n", "").replace("%c_%s", "r_%s")
+                if re.search("^[a-zA-Z]{2}|^r_", plain) and not plain.startswith(self.UNREACHED):
+                    yield path, re.split(r"%", plain)[0].rstrip(" :(") or plain
+
+    @staticmethod
+    def reasons(text):
+        found = re.findall(r'set_request_error\(line, "([A-Z_]+)(?:\\n)?"', text)
+        return found + re.findall(r'return "([A-Z_]+)\\n"', text)
+
+    def test_sources_are_searched_well(self):
+        found = {text for _, text in self.messages()}
+        for text in ("can't connect to", "out of memory", "r_", "iptbl addip table ip", "NO_MEM", "fopen",
+                     "rpc_init", "AXPDICT_NOT_FOUND", "USRAGPS_NOT_FOUND", "xlsxwriter init failed.",
+                     "INV_LISTTYPE", "fail to malloc tidpool size", "argument text too long"):
+            with self.subTest(text=text):
+                self.assertIn(text, found)
+
+    def test_manual_explains_every_message(self):
+        said = [line[4:] for line in MANUAL.splitlines() if line.startswith(".It ")]
+        for path, text in self.messages():
+            with self.subTest(source=str(path), text=text):
+                self.assertTrue(any(line.startswith(text) for line in said))
+
+    def test_troubleshooting_explains_every_message(self):
+        page = (ROOT / "docs/troubleshooting.md").read_text().replace("\\|", "|")
+        said = [text for row in re.findall(r"^\| (`.*?) \|", page, re.M) for text in re.findall("`([^`]+)`", row)]
+        for path, text in self.messages():
+            with self.subTest(source=str(path), text=text):
+                self.assertTrue(any(line.startswith(text) for line in said))
+
+    def test_labels_page_has_every_reason_for_a_line_left_out(self):
+        page = (ROOT / "docs/labels.md").read_text()
+        reasons = {reason for _, text in sources("pools") for reason in self.reasons(text)}
+        self.assertGreaterEqual(len(reasons), 13)
+        for reason in reasons:
+            with self.subTest(reason=reason):
+                self.assertIn(f"`{reason}`", page)
+
+    def test_pages_tell_no_message_that_cannot_be_printed(self):
+        for text in ("shouldn't reach here", "rpc_syncdesc", "shminit fail"):
+            with self.subTest(text=text):
+                self.assertNotIn(text, MANUAL)
 
 
 class Pages(unittest.TestCase):
@@ -156,10 +220,46 @@ class Pages(unittest.TestCase):
                 self.assertCountEqual(objects(json.loads(path.read_text())), tables)
 
     def test_links_lead_somewhere(self):
-        for page in sorted((ROOT / "docs").rglob("*.md")):
-            for link in re.findall(r"\]\(([^)#]+)[^)]*\)", page.read_text()):
+        for page in markdown_pages():
+            for link, anchor in re.findall(r"\]\(([^)#\s]*)(?:#([^)]*))?\)", plain_text(page)):
+                if re.match("[a-z]+:", link):
+                    continue
+                target = page.parent / link if link else page
+                with self.subTest(page=str(page.relative_to(ROOT)), link=link, anchor=anchor):
+                    self.assertTrue(target.exists())
+                    if anchor:
+                        self.assertIn(anchor, anchors(target))
+
+    def test_links_of_installed_pages_lead_to_installed_files(self):
+        docs = ROOT / "docs"
+        for page in sorted(docs.rglob("*.md")):
+            for link in re.findall(r"\]\(([^)#\s]+)[^)]*\)", plain_text(page)):
+                if re.match("[a-z]+:", link):
+                    continue
+                target = (page.parent / link).resolve()
                 with self.subTest(page=str(page.relative_to(ROOT)), link=link):
-                    self.assertTrue((page.parent / link).exists())
+                    self.assertIn(docs, [target, *target.parents])
+                    self.assertTrue(target.is_dir() or re.search(r"\.(md|json|d\.ts|ksy)$", target.name))
+
+    def test_rows_of_tables_have_the_columns_of_their_head(self):
+        for page in markdown_pages():
+            columns = 0
+            for number, line in enumerate(page.read_text().splitlines(), 1):
+                if not line.startswith("|"):
+                    columns = 0
+                    continue
+                cells = len(re.findall(r"(?<!\\)\|", line))
+                columns = columns or cells
+                with self.subTest(page=str(page.relative_to(ROOT)), line=number):
+                    self.assertEqual(cells, columns)
+
+    def test_every_listing_has_an_example(self):
+        for page in sorted((ROOT / "docs/listings").glob("*.md")):
+            text = page.read_text()
+            for command in re.findall(r"`([^`]+)`", text.splitlines()[0]):
+                with self.subTest(page=page.name, command=command):
+                    words = " .*".join(re.escape(word) for word in command.split())
+                    self.assertRegex(text, rf"(?m)^    \$ .*qsvmon {words}")
 
     def test_index_names_every_page(self):
         index = (ROOT / "docs/README.md").read_text()
