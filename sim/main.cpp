@@ -72,6 +72,8 @@ int serve(Options& o) {
   const ProgramFiles files = find_program_files();
   o.data.folder = data_folder(files, o.data.folder);
   const std::string library = dict_library(files, o.dict_library);
+  const std::string capture =
+      o.capture.empty() ? "" : std::filesystem::absolute(o.capture).string();
   std::filesystem::create_directories(o.root);
   std::filesystem::current_path(o.root);
 
@@ -80,7 +82,7 @@ int serve(Options& o) {
   lay_out_tree(o.data.folder, library);
   Appliance appliance(o.data, "conf", o.batch);
   o.fault.seed = o.data.seed;
-  Server server(appliance, o.fault);
+  Server server(appliance, o.fault, capture);
   if (!server.listen()) return 1;
   if (o.background) {
     go_background(pid_file);

@@ -21,6 +21,7 @@ folder. Without --background it serves until it is interrupted.
   --dict FILE        the dictionary library that the appliance gets instead of the program's own
   --background       return when the sockets are open
   --stop             end the one that serves DIR
+  --capture DIR      write every request, its words, its answer and its area into files of DIR
   --pretty           serve nothing: indent the JSON document on standard input
   --version          print the version
   -h, --help         print this
@@ -99,6 +100,7 @@ void describe(CLI::App& app, Options& o, std::string& fault) {
   app.add_option("--root", o.root)->type_name("DIR");
   app.add_option("--data", o.data.folder)->type_name("SET");
   app.add_option("--dict", o.dict_library)->type_name("FILE");
+  app.add_option("--capture", o.capture)->type_name("DIR");
   app.add_flag("--background", o.background);
   app.add_flag("--stop", o.stop);
   app.add_flag("--pretty", o.pretty);

@@ -14,6 +14,7 @@ struct Options {
   DataOptions data{"sample", 0, 0, 1};  ///< `folder` as it was given: a set's name or a folder
   std::string dict_library;             ///< empty: the one that comes with the program
   std::size_t batch = 0;
+  std::string capture;  ///< empty: none
   FaultPlan fault;
   bool background = false;
   bool stop = false;

@@ -150,6 +150,7 @@ bool Server::reply(Connection& connection) {
   if (fault == Fault::kSilence) return true;
 
   RpcRequest& request = connection.request;
+  capture_.before(request);
   appliance_.answer(connection.daemon, request);
   std::size_t length = sizeof request;
   switch (fault) {
@@ -174,12 +175,14 @@ bool Server::reply(Connection& connection) {
       request.syncdesc = 1;
       break;
     case Fault::kLate:
+      capture_.after(request);
       connection.waiting = true;
       connection.due = Clock::now() + std::chrono::milliseconds(plan_.delay_ms);
       return true;
     default:
       break;
   }
+  capture_.after(request);
   // The record fits any socket buffer; the client closes its end when it has it.
   const int sent = send_all(connection.fd, &request, length);
   return sent == 0 && length == sizeof request;

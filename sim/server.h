@@ -9,6 +9,7 @@
 
 #include "rpc/wire/request.h"
 #include "sim/appliance.h"
+#include "sim/capture.h"
 
 namespace qsvmon::sim {
 
@@ -39,7 +40,8 @@ struct FaultPlan {
 /// in one thread.
 class Server {
  public:
-  Server(Appliance& appliance, const FaultPlan& plan) : appliance_(appliance), plan_(plan) {}
+  Server(Appliance& appliance, const FaultPlan& plan, const std::string& capture_folder)
+      : appliance_(appliance), plan_(plan), capture_(capture_folder) {}
   ~Server();
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;
@@ -71,6 +73,7 @@ class Server {
 
   Appliance& appliance_;
   FaultPlan plan_;
+  Capture capture_;
   unsigned long answered_ = 0;
   int listeners_[2] = {-1, -1};
   std::vector<Connection> connections_;

@@ -120,7 +120,7 @@ class CommandLine(Simulator):
         self.assertTrue(shown.stdout.startswith("Usage: qsvsim [--root DIR]"))
         self.assertLessEqual(max(map(len, shown.stdout.splitlines())), 100)
         for option in ("root data dict background stop pretty version help records distinct seed "
-                       "batch fault fault-after fault-ms").split():
+                       "batch capture fault fault-after fault-ms").split():
             self.assertRegex(shown.stdout, rf"(?m)^  (-h, )?--{option}( [A-Z]+)?   *\S")
         for fault in ("refuse close half silence late error count replylen garbage unterminated "
                       "dict").split():
