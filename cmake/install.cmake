@@ -13,7 +13,7 @@ endif()
 install(TARGETS qsvmon RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(FILES docs/qsvmon.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8)
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}
-        FILES_MATCHING PATTERN "*.md" PATTERN "*.schema.json" PATTERN "*.d.ts")
+        FILES_MATCHING PATTERN "*.md" PATTERN "*.schema.json" PATTERN "*.d.ts" PATTERN "*.ksy")
 # bash-completion loads its file by the command's name; tcsh has no such folder and sources it.
 install(FILES completions/qsvmon.bash
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME qsvmon)
