@@ -4,6 +4,8 @@
  *   FAKE_DICT_APPS    number of application entries that it says it has (default 2)
  *   FAKE_DICT_GROUPS  number of group entries (default 1)
  *   FAKE_DICT_WITHOUT slots of the function table that are empty, for example "0,42" (default none)
+ *   FAKE_DICT_FAULT   how its start faults: "page" (there is none), "address" (the processor knows no
+ *                     such), "stack" (it has no end); default not at all
  *   FAKE_DICT_LOG     file to which it appends "init", "register <id> <bytes 48..55 as a number>"
  *                     and, when it is unloaded, "unload"
  *
@@ -47,8 +49,22 @@ static const char* find(unsigned id) {
   return NULL;
 }
 
+static int without_end(volatile int depth) {
+  volatile char room[65536];
+  room[0] = (char)depth;
+  return depth < INT32_MAX ? without_end(depth + 1) + room[0] : 0;
+}
+
+static void fault(const char* how) {
+  volatile uintptr_t at = strcmp(how, "page") == 0 ? 64 : (uintptr_t)1 << 62;
+  if (strcmp(how, "stack") == 0) at = (uintptr_t)without_end(0);
+  registered_count += *(volatile const char*)at;
+}
+
 static void initialise(void) {
+  const char* how = getenv("FAKE_DICT_FAULT");
   note("init");
+  if (how != NULL) fault(how);
 }
 
 static const char* name_of(int id) {

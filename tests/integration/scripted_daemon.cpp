@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/ipc.h>
 #include <sys/shm.h>
 #include <sys/socket.h>
@@ -232,9 +233,22 @@ void ScriptedDaemon::serve() {
   while (listener_ >= 0 && wait_for(listener_, -1)) {
     const int fd = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
     if (fd < 0) continue;
-    if (!hangs_up_) serve_connection(fd);
+    if (closes_unread_) {
+      await_request(fd);
+    } else if (!hangs_up_) {
+      serve_connection(fd);
+    }
     ::close(fd);
     ++connections_;
+  }
+}
+
+void ScriptedDaemon::await_request(int fd) const {
+  int there = 0;
+  while (wait_for(fd, -1) && ::ioctl(fd, FIONREAD, &there) == 0 &&
+         there < static_cast<int>(kRecordBytes)) {
+    if (there == 0) return;  // the program closed
+    ::usleep(1000);
   }
 }
 

@@ -121,6 +121,8 @@ class ScriptedDaemon {
 
   /// From now on closes every connection at once, whether a request came or not.
   void hang_up() { hangs_up_ = true; }
+  /// From now on closes every connection when its request has come, without reading it.
+  void close_unread() { closes_unread_ = true; }
   /// Requests beyond the list of replies get the last of them again.
   void repeat_last() { repeat_last_ = true; }
 
@@ -137,6 +139,7 @@ class ScriptedDaemon {
   void listen_on(const std::string& path);
   void serve();
   void serve_connection(int fd);
+  void await_request(int fd) const;
   Reply next_reply(const Request& request);
   void answer(int fd, const Request& request, const Reply& reply);
   void send_pieces(int fd, const RecordBytes& record, const Reply& reply);
@@ -148,6 +151,7 @@ class ScriptedDaemon {
   int stop_[2] = {-1, -1};
   std::atomic<bool> repeat_last_{false};
   std::atomic<bool> hangs_up_{false};
+  std::atomic<bool> closes_unread_{false};
   std::atomic<int> connections_{0};
   std::atomic<int> silent_{0};
   std::atomic<int> unexpected_{0};
