@@ -21,3 +21,11 @@ function(qsvmon_static_runtime name)
     target_link_options(${name} PRIVATE -static-libstdc++ -static-libgcc)
   endif()
 endfunction()
+
+# Tests run `name` on the system that builds, also when it is FreeBSD's: the kernel here must find its
+# run-time linker.
+function(qsvmon_run_here name)
+  if(CMAKE_CROSSCOMPILING AND CMAKE_SYSTEM_NAME STREQUAL "FreeBSD")
+    target_link_options(${name} PRIVATE "LINKER:--dynamic-linker=${CMAKE_SYSROOT}/libexec/ld-elf.so.1")
+  endif()
+endfunction()
