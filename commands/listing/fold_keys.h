@@ -1,66 +1,117 @@
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <string_view>
 
 #include "commands/listing/key_hash.h"
-#include "format/byte_order.h"
-#include "format/lookup2.h"
+#include "platform/read_once.h"
 
-/// How a fold table (fold_table.h) sees the keys of its entries. A key has a 32-bit tag that lies
-/// in the bucket beside the entry's number. The first tag and bucket are the appliance's own
-/// hashes; a table that grew uses tags of whole keys.
+/// How a fold table (fold_table.h) sees the keys of its entries: it hashes a key, asks whether an
+/// entry with the same hash is the key's, and sets the key of a new entry.
 namespace qsvmon {
 
-/// IPv4 addresses in network order; `Stat` has a member `ip`, which this sets. The tag is the key.
+/// IPv4 addresses in network order; `Stat` has a member `ip`, which this sets.
 template <class Stat>
 struct AddressKeys {
   using Entry = Stat;
   using Key = std::uint32_t;
-  static constexpr bool kTagIsKey = true;
 
-  static std::uint32_t first_tag(Key key) { return key; }
-  static std::uint32_t first_bucket(std::uint32_t tag) {
-    const std::uint32_t host = from_net32(tag);
-    return host >> 16 ^ host;
-  }
-  static std::uint32_t whole_tag(Key key, const KeySecret&) { return key; }
-  static std::uint32_t spread(std::uint32_t tag, const KeySecret& secret) {
-    return hash_address(tag, secret);
-  }
-
-  static Key key_of(const Entry& entry) { return entry.ip; }
+  static std::uint32_t hash(Key key, const KeySecret& secret) { return permute32(key, secret); }
+  static bool same(const Entry&, Key) { return true; }  // a permutation: equal hash, equal key
   static void begin(Entry& entry, Key key) { entry.ip = key; }
 };
 
-/// Names of 1 to 255 bytes; `Stat` has members `name` (an array of char with room for the NUL, or
-/// the key is cut) and `namelen` (u8), which this sets. Only the first 16 bytes count for the first
-/// bucket.
+/// 64 bytes of ones and as many zeros: a mask for any number of first bytes.
+struct NameMask {
+  static constexpr std::size_t kOnes = 64;
+  char bytes[2 * kOnes];
+  constexpr NameMask() : bytes{} {
+    for (std::size_t i = 0; i < kOnes; ++i) bytes[i] = '\xff';
+  }
+};
+
+/// A name of up to 8 * `Words` - 1 bytes: the bytes, zeros behind them and the length in the last
+/// byte. Made, hashed and compared in whole words, so that names of any length take the same few
+/// instructions without a call: half of what a record of a known name cost byte by byte.
+template <std::size_t Words>
+struct NameKey {
+  static_assert(Words >= 2 && Words <= 8 && Words % 2 == 0);
+  static_assert(std::endian::native == std::endian::little);
+  static constexpr std::size_t kMaxLength = 8 * Words - 1;
+
+  std::uint64_t word[Words];
+
+  /// The first `length` bytes of `field`. REQUIRES: length <= Width.
+  template <std::size_t Width>
+  static NameKey of(const char (&field)[Width], std::size_t length) {
+    NameKey key = whole(field);
+    key.end_at(length);
+    return key;
+  }
+
+  /// `field` up to its NUL, or all of it. The field may lie in the shared area: its bytes are read
+  /// once.
+  template <std::size_t Width>
+  static NameKey up_to_nul(const char (&field)[Width]) {
+    NameKey key = whole(field);
+    std::size_t length = 0;
+    for (const std::uint64_t word : key.word) {
+      constexpr std::uint64_t kOnes = 0x0101010101010101;
+      // The highest bit of every zero byte, and of some above the first one.
+      const std::uint64_t zeros = (word - kOnes) & ~word & kOnes << 7;
+      if (zeros != 0) {
+        length += static_cast<std::size_t>(std::countr_zero(zeros)) / 8;
+        break;
+      }
+      length += 8;
+    }
+    key.end_at(length < Width ? length : Width);
+    return key;
+  }
+
+  std::size_t length() const { return word[Words - 1] >> 56; }
+  /// Valid as long as the key.
+  std::string_view text() const { return {reinterpret_cast<const char*>(word), length()}; }
+
+  friend bool operator==(const NameKey& a, const NameKey& b) {
+    std::uint64_t differing = 0;
+    for (std::size_t i = 0; i < Words; ++i) differing |= a.word[i] ^ b.word[i];
+    return differing == 0;
+  }
+
+ private:
+  template <std::size_t Width>
+  static NameKey whole(const char (&field)[Width]) {
+    static_assert(Width <= kMaxLength && Width > 8 * (Words - 1));
+    NameKey key;
+    for (std::size_t i = 0; i + 1 < Words; ++i) key.word[i] = read_once(load64(field + 8 * i));
+    // Nothing behind the field is read: it may end where the shared area does.
+    key.word[Words - 1] = read_once(load64(field + Width - 8)) >> 8 * (8 * Words - Width);
+    return key;
+  }
+
+  void end_at(std::size_t length) {
+    static constexpr NameMask kMask;
+    const char* const mask = kMask.bytes + NameMask::kOnes - length;
+    // One word at a time: vectors gathered from words just written cost more than all the rest.
+    for (std::size_t i = 0; i < Words; ++i) word[i] = read_once(word[i] & load64(mask + 8 * i));
+    word[Words - 1] |= std::uint64_t{length} << 56;
+  }
+};
+
+/// Names; `Stat` has a member `name`, a NameKey, which this sets.
 template <class Stat>
 struct NameKeys {
   using Entry = Stat;
-  using Key = std::string_view;
-  static constexpr bool kTagIsKey = false;
-  static constexpr std::uint32_t kInitialHash = 0x20120303;
+  using Key = decltype(Stat::name);
 
-  static std::uint32_t first_tag(Key key) {
-    return lookup2_name(key.data(), key.size(), kInitialHash);
+  static std::uint32_t hash(const Key& key, const KeySecret& secret) {
+    return hash_words(key.word, secret);
   }
-  static std::uint32_t first_bucket(std::uint32_t tag) { return tag; }
-  static std::uint32_t whole_tag(Key key, const KeySecret& secret) {
-    return hash_bytes(key.data(), key.size(), secret);
-  }
-  static std::uint32_t spread(std::uint32_t tag, const KeySecret&) { return tag; }
-
-  static Key key_of(const Entry& entry) { return {entry.name, entry.namelen}; }
-  static void begin(Entry& entry, Key key) {
-    const std::size_t length = key.size() < sizeof entry.name ? key.size() : sizeof entry.name - 1;
-    std::memcpy(entry.name, key.data(), length);
-    entry.name[length] = '\0';
-    entry.namelen = static_cast<std::uint8_t>(length);
-  }
+  static bool same(const Entry& entry, const Key& key) { return entry.name == key; }
+  static void begin(Entry& entry, const Key& key) { entry.name = key; }
 };
 
 }  // namespace qsvmon

@@ -6,14 +6,20 @@
 
 namespace qsvmon {
 
-/// Hashes of whole keys under a secret of the process: who chooses the keys cannot choose which of
-/// them meet. The values never show in output.
+/// Keyed hashes: who chooses the keys cannot choose which of them meet in a table. The values
+/// differ from run to run and never show in output.
 struct KeySecret {
   std::uint64_t word[4];
 };
 
-/// A new secret; the words differ from run to run.
+/// A new secret of random odd words.
 KeySecret new_key_secret();
+
+inline std::uint64_t load64(const char* at) {
+  std::uint64_t word;
+  std::memcpy(&word, at, sizeof word);
+  return word;
+}
 
 /// Both halves of the 128-bit product, mixed: every bit of either factor moves every bit out.
 inline std::uint64_t multiply_mix(std::uint64_t a, std::uint64_t b) {
@@ -22,13 +28,25 @@ inline std::uint64_t multiply_mix(std::uint64_t a, std::uint64_t b) {
   return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
 }
 
-/// 32 well-mixed bits of an address.
-inline std::uint32_t hash_address(std::uint32_t key, const KeySecret& secret) {
-  const std::uint64_t mixed = multiply_mix(key ^ secret.word[0], secret.word[1]);
-  return static_cast<std::uint32_t>(multiply_mix(mixed ^ secret.word[2], secret.word[3]) >> 32);
+/// A keyed permutation of the 32-bit numbers: different numbers have different values.
+inline std::uint32_t permute32(std::uint32_t value, const KeySecret& secret) {
+  value ^= static_cast<std::uint32_t>(secret.word[0] >> 32);
+  value *= static_cast<std::uint32_t>(secret.word[1]);  // odd factors can be undone
+  value ^= value >> 15;
+  value *= static_cast<std::uint32_t>(secret.word[2]);
+  value ^= value >> 16;
+  return value * static_cast<std::uint32_t>(secret.word[3]);
 }
 
-/// 32 well-mixed bits of all `length` bytes.
-std::uint32_t hash_bytes(const void* bytes, std::size_t length, const KeySecret& secret);
+/// 32 well-mixed bits of all words; their number is even.
+template <std::size_t Words>
+std::uint32_t hash_words(const std::uint64_t (&word)[Words], const KeySecret& secret) {
+  static_assert(Words % 2 == 0);
+  std::uint64_t mixed = secret.word[0];
+  for (std::size_t i = 0; i < Words; i += 2) {
+    mixed = multiply_mix(word[i] ^ secret.word[1], word[i + 1] ^ mixed);
+  }
+  return static_cast<std::uint32_t>(multiply_mix(mixed ^ secret.word[2], secret.word[3]) >> 32);
+}
 
 }  // namespace qsvmon

@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <string_view>
 
 #include "commands/listing/fold_keys.h"
 #include "commands/listing/fold_table.h"
@@ -15,12 +14,11 @@ namespace qsvmon {
 
 /// What one host was hit by. One cache line.
 struct MalcHostRow {
-  char name[43];  ///< NUL-terminated; may hold NULs before its end
-  std::uint8_t namelen;
+  NameKey<6> name;      ///< at most 42 bytes, so NUL-terminated; may hold NULs before its end
   std::uint32_t total;  ///< events counted
   Tally tally;
 };
-static_assert(sizeof(MalcHostRow) == 64);
+static_assert(sizeof(MalcHostRow) == 72);
 
 /// Folds events by host. An event counts when it has a host and `tid_match` and the category filter
 /// let it pass; without memory it is dropped.
@@ -34,6 +32,7 @@ static_assert(sizeof(MalcHostRow) == 64);
 class MalcHostAgg {
  public:
   using Row = MalcHostRow;
+  using Name = decltype(Row::name);
   static constexpr std::size_t kMaxName = 42;
 
   /// `tids` must outlive this and be taken before the first `add`.
@@ -48,12 +47,10 @@ class MalcHostAgg {
   const TallyBlocks& blocks() const { return blocks_; }
 
  private:
-  static constexpr std::uint32_t kBuckets = 1024;
-
-  FoldStep<std::string_view> step_of(const MalcEvent& event);
+  KeyUse key_of(const MalcEvent& event, Name& key);
 
   const TidPool& tids_;
-  FoldTable<NameKeys<Row>, kBuckets> rows_;
+  FoldTable<NameKeys<Row>> rows_;
   TallyBlocks blocks_;
 };
 

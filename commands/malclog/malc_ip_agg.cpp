@@ -2,14 +2,15 @@
 
 namespace qsvmon {
 
-FoldStep<std::uint32_t> MalcIpAgg::step_of(const MalcEvent& event) {
-  if (!tids_.counts(event) || !blocks_.ready_for(tids_.counted(event.bitmap))) return {};
-  return {Placement::kFind, side_ == Side::kSource ? event.src_net : event.dst_net};
+KeyUse MalcIpAgg::key_of(const MalcEvent& event, std::uint32_t& key) {
+  if (!tids_.counts(event) || !blocks_.ready_for(tids_.counted(event.bitmap))) return KeyUse::kSkip;
+  key = side_ == Side::kSource ? event.src_net : event.dst_net;
+  return KeyUse::kInsert;
 }
 
 void MalcIpAgg::add(std::span<const MalcEvent> events) {
   rows_.fold(
-      events, [this](const MalcEvent& event) { return step_of(event); },
+      events, [this](const MalcEvent& event, std::uint32_t& key) { return key_of(event, key); },
       [this](Row& row, const MalcEvent& event) {
         if (blocks_.count(row.tally, tids_.counted(event.bitmap))) ++row.total;
       });

@@ -38,13 +38,11 @@ class MalcIpAgg {
   const TallyBlocks& blocks() const { return blocks_; }
 
  private:
-  static constexpr std::uint32_t kBuckets = 1024;
-
-  FoldStep<std::uint32_t> step_of(const MalcEvent& event);
+  KeyUse key_of(const MalcEvent& event, std::uint32_t& key);
 
   const TidPool& tids_;
   Side side_;
-  FoldTable<AddressKeys<Row>, kBuckets> rows_;
+  FoldTable<AddressKeys<Row>> rows_;
   TallyBlocks blocks_;
 };
 

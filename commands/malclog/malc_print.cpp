@@ -85,7 +85,7 @@ void print_malc_row(Printer& out, const MalcNames& names, const TallyBlocks& blo
 
 void print_malc_row(Printer& out, const MalcNames& names, const TallyBlocks& blocks,
                     const MalcHostRow& row) {
-  out.put("{\"host\":\"", row.name, "\",\"cnt\":", row.total, ",\"list\":[");
+  out.put("{\"host\":\"", row.name.text().data(), "\",\"cnt\":", row.total, ",\"list\":[");
   print_malc_entries(out, names, blocks, row.tally, MalcEntryForm::kHost);
   out.put("]}");
 }

@@ -22,9 +22,9 @@ void count_name(DnsStat& stat, const ResetRecord& record) {
 void DnsFold::add(std::span<const ResetRecord> records) {
   table_.fold(
       records,
-      [](const ResetRecord& record) {
-        const std::string_view name = record.domain();
-        return FoldStep<std::string_view>{name.empty() ? Placement::kSkip : Placement::kFind, name};
+      [](const ResetRecord& record, NameKey<4>& key) {
+        key = NameKey<4>::up_to_nul(record.name);
+        return key.length() == 0 ? KeyUse::kSkip : KeyUse::kInsert;
       },
       [](DnsStat& stat, const ResetRecord& record) { count_name(stat, record); });
 }

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <span>
-#include <string_view>
 
 #include "commands/listing/fold_table.h"
 #include "commands/tcpreset/flow_stat.h"
@@ -15,10 +14,7 @@ struct DnsStat : FlowStat {
   std::uint32_t http30x;
   std::uint32_t http40x;
   std::uint32_t http50x;
-  std::uint8_t namelen;
-  char name[35];
-
-  std::string_view dns() const { return {name, namelen}; }
+  NameKey<4> name;
 };
 
 /// Folds reset sessions into one entry per domain name, numbered as first seen; sessions without a
@@ -33,9 +29,7 @@ class DnsFold {
   const DnsStat& operator[](std::uint32_t number) const { return table_[number]; }
 
  private:
-  static constexpr std::uint32_t kBuckets = 4096;
-
-  FoldTable<NameKeys<DnsStat>, kBuckets> table_;
+  FoldTable<NameKeys<DnsStat>> table_;
 };
 
 }  // namespace qsvmon

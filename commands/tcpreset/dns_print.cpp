@@ -8,7 +8,7 @@
 namespace qsvmon {
 
 void print_dns_row(Printer& out, const DnsStat& stat) {
-  out.put("{\"dns\":\"", stat.dns(), "\",");
+  out.put("{\"dns\":\"", stat.name.text(), "\",");
   print_counters(out, stat);
   out.put(",\"http20x\":", stat.http20x, ",\"http30x\":", stat.http30x,
           ",\"http40x\":", stat.http40x, ",\"http50x\":", stat.http50x);
@@ -23,7 +23,7 @@ void print_dns_page(Printer& out, const DnsFold& fold, const DnsQuery& query) {
   print_page(
       out, fold, order, query.rows, !filter.empty(),  // every text contains the empty one
       [&](const DnsStat& stat) { print_dns_row(out, stat); },
-      [&](const DnsStat& stat) { return stat.dns().find(filter) != std::string_view::npos; });
+      [&](const DnsStat& stat) { return stat.name.text().find(filter) != std::string_view::npos; });
 }
 
 }  // namespace qsvmon

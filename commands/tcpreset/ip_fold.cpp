@@ -4,8 +4,6 @@ namespace qsvmon {
 
 namespace {
 
-using Step = FoldStep<std::uint32_t>;
-
 void count_app(IpStat& stat, const ResetRecord& record) {
   count_flow(stat, record);
   const std::uint32_t id = record.app_id();
@@ -23,15 +21,17 @@ void IpFold::add(std::span<const ResetRecord> records) {
   if (side_ == IpSide::kSrc) {
     table_.fold(
         records,
-        [](const ResetRecord& r) {
-          return Step{Placement::kFind, r.src_net};
+        [](const ResetRecord& r, std::uint32_t& key) {
+          key = r.src_net;
+          return KeyUse::kInsert;
         },
         [](IpStat& stat, const ResetRecord& r) { count_app(stat, r); });
   } else {
     table_.fold(
         records,
-        [](const ResetRecord& r) {
-          return Step{Placement::kFind, r.dst_net};
+        [](const ResetRecord& r, std::uint32_t& key) {
+          key = r.dst_net;
+          return KeyUse::kInsert;
         },
         [](IpStat& stat, const ResetRecord& r) { count_port(stat, r); });
   }

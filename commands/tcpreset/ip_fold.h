@@ -31,10 +31,8 @@ class IpFold {
   const IpStat& operator[](std::uint32_t number) const { return table_[number]; }
 
  private:
-  static constexpr std::uint32_t kBuckets = 4096;
-
   IpSide side_;
-  FoldTable<AddressKeys<IpStat>, kBuckets> table_;
+  FoldTable<AddressKeys<IpStat>> table_;
 };
 
 }  // namespace qsvmon

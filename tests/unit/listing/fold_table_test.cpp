@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <unordered_map>
 #include <vector>
+
+#include "format/byte_order.h"
 
 namespace qsvmon {
 namespace {
@@ -13,54 +16,52 @@ struct AddressStat {
   std::uint32_t ip;
   std::uint32_t count;
 };
+using Name = NameKey<6>;
 struct NameStat {
+  Name name;
   std::uint32_t count;
-  std::uint8_t namelen;
-  char name[43];
 };
-using AddressTable = FoldTable<AddressKeys<AddressStat>, 4096>;
-using NameTable = FoldTable<NameKeys<NameStat>, 1024>;
+using AddressTable = FoldTable<AddressKeys<AddressStat>>;
+using NameTable = FoldTable<NameKeys<NameStat>>;
 
 /// Network-order address of a host-order one.
 std::uint32_t net(std::uint32_t host) {
   return from_net32(host);
 }
 
-/// Addresses whose two halves are equal all begin in bucket 0.
-std::uint32_t crowding_address(std::uint32_t i) {
-  return net(i << 16 | i);
+Name named(const std::string& text) {
+  char field[45] = {};
+  text.copy(field, sizeof field);
+  return Name::of(field, text.size());
 }
 
-TEST(FoldTable, FirstBucketsAreTheAppliancesOwnHashes) {
-  using Keys = AddressKeys<AddressStat>;
-  // 10.1.2.3: 0x0a010203 >> 16 = 0x0a01; 0x0a01 ^ 0x0203 = 0x0802; and 4095 = 0x802.
-  const std::uint32_t tag = Keys::first_tag(net(0x0a010203));
-  EXPECT_EQ(Keys::first_bucket(tag) & 4095, 0x802u);
-  EXPECT_EQ(Keys::first_bucket(Keys::first_tag(crowding_address(7))) & 4095, 0u);
-  // Names that share their first 16 bytes begin in one bucket.
-  using Names = NameKeys<NameStat>;
-  EXPECT_EQ(Names::first_tag("abcdefghijklmnop1"), Names::first_tag("abcdefghijklmnop2"));
-  EXPECT_NE(Names::first_tag("abcdefghijklmno1"), Names::first_tag("abcdefghijklmno2"));
+/// What chosen keys look like: addresses whose halves are equal, names that share 16 bytes.
+std::uint32_t crowding_address(std::uint32_t i) {
+  return net(i * 0x10001u);
+}
+std::string crowding_name(std::uint32_t i) {
+  return "sixteen-bytes-on" + std::to_string(i);
 }
 
 TEST(FoldTable, FindsWhatItMadeAndNumbersByFirstSight) {
   AddressTable table;
   EXPECT_EQ(table.size(), 0u);
-  table.find_or_add(net(5))->count += 1;
-  table.find_or_add(net(3))->count += 1;
-  table.find_or_add(net(5))->count += 1;
+  EXPECT_EQ(table.slot_count(), 0u);  // no memory before the first key
+  table.insert(net(5))->count += 1;
+  table.insert(net(3))->count += 1;
+  table.insert(net(5))->count += 1;
   ASSERT_EQ(table.size(), 2u);
   EXPECT_EQ(table[0].ip, net(5));
   EXPECT_EQ(table[0].count, 2u);
   EXPECT_EQ(table[1].ip, net(3));
   EXPECT_EQ(table[1].count, 1u);
-  EXPECT_EQ(table.bucket_count(), 4096u);
+  EXPECT_EQ(table.slot_count(), 1024u);
 }
 
 TEST(FoldTable, AddressZeroIsAKeyLikeAnyOther) {
   AddressTable table;
-  AddressStat* zero = table.find_or_add(0);
-  EXPECT_EQ(table.find_or_add(0), zero);
+  AddressStat* zero = table.insert(0);
+  EXPECT_EQ(table.insert(0), zero);
   EXPECT_EQ(table.size(), 1u);
 }
 
@@ -68,215 +69,212 @@ TEST(FoldTable, KeepsEveryKeyWhileItGrows) {
   constexpr std::uint32_t kKeys = 300000;
   AddressTable table;
   for (std::uint32_t round = 0; round < 2; ++round) {
-    for (std::uint32_t i = 0; i < kKeys; ++i) table.find_or_add(i * 2654435761u)->count += 1;
+    for (std::uint32_t i = 0; i < kKeys; ++i) table.insert(i * 2654435761u)->count += 1;
   }
   ASSERT_EQ(table.size(), kKeys);
-  EXPECT_EQ(table.bucket_count(), 131072u);  // 65536 hold 262144 at four a bucket
+  EXPECT_EQ(table.slot_count(), 1048576u);  // 524288 hold 262144, one in two
   for (std::uint32_t i = 0; i < kKeys; ++i) {
     ASSERT_EQ(table[i].ip, i * 2654435761u);
     ASSERT_EQ(table[i].count, 2u);
   }
 }
 
-TEST(FoldTable, SpreadsKeysThatCrowdOneBucket) {
+TEST(FoldTable, DoublesWhenMoreThanHalfOfTheSlotsAreUsed) {
   AddressTable table;
-  for (std::uint32_t i = 0; i < 60000; ++i) table.find_or_add(crowding_address(i))->count += 1;
-  ASSERT_EQ(table.size(), 60000u);
-  for (std::uint32_t i = 0; i < 60000; ++i) {
-    ASSERT_EQ(table[i].ip, crowding_address(i));
-    ASSERT_EQ(table.find_or_add(crowding_address(i)), &table[i]);
-  }
-}
-
-TEST(FoldTable, TellsNamesApartBehindTheirSixteenthByte) {
-  NameTable table;
-  std::vector<std::string> names;
-  for (int i = 0; i < 50000; ++i) names.push_back("sixteen-bytes-on" + std::to_string(i));
-  for (const std::string& name : names) table.find_or_add(name)->count += 1;
-  for (const std::string& name : names) table.find_or_add(name)->count += 1;
-  ASSERT_EQ(table.size(), 50000u);
-  for (std::uint32_t i = 0; i < 50000; ++i) {
-    ASSERT_STREQ(table[i].name, names[i].c_str());
-    ASSERT_EQ(table[i].namelen, names[i].size());
-    ASSERT_EQ(table[i].count, 2u);
-  }
+  for (std::uint32_t i = 0; i < 512; ++i) table.insert(i);
+  EXPECT_EQ(table.slot_count(), 1024u);
+  table.insert(0);  // a known key needs no slot
+  EXPECT_EQ(table.slot_count(), 1024u);
+  table.insert(512);
+  EXPECT_EQ(table.slot_count(), 2048u);
 }
 
 TEST(FoldTable, NamesOfEveryLengthAreKeysOfTheirOwn) {
   NameTable table;
-  const std::string text(42, 'x');
-  // 30000 other names make the table hash whole keys.
-  for (int i = 0; i < 30000; ++i) table.find_or_add("other" + std::to_string(i));
-  for (std::size_t length = 1; length <= 42; ++length) {
-    table.find_or_add(std::string_view(text).substr(0, length));
+  const std::string text(45, 'x');
+  for (int i = 0; i < 30000; ++i) table.insert(named("other" + std::to_string(i)));
+  for (std::size_t length = 0; length <= 45; ++length) table.insert(named(text.substr(0, length)));
+  for (std::uint32_t length = 0; length <= 45; ++length) {
+    EXPECT_EQ(table.insert(named(text.substr(0, length))), &table[30000 + length]);
+    EXPECT_EQ(table[30000 + length].name.text(), text.substr(0, length));
   }
-  for (std::size_t length = 1; length <= 42; ++length) {
-    EXPECT_EQ(table.find_or_add(std::string_view(text).substr(0, length)),
-              &table[29999 + static_cast<std::uint32_t>(length)]);
-  }
-  EXPECT_EQ(table.size(), 30042u);
-}
-
-TEST(FoldTable, AnUnfoundEntryIsNeverFound) {
-  NameTable table;
-  NameStat* hidden = table.add_unfound("name");
-  NameStat* known = table.find_or_add("name");
-  EXPECT_NE(hidden, known);
-  EXPECT_NE(table.add_unfound("name"), hidden);
-  EXPECT_EQ(table.find_or_add("name"), known);
-  EXPECT_EQ(table.size(), 3u);
+  EXPECT_EQ(table.size(), 30046u);
 }
 
 TEST(FoldTable, AReplacingEntryIsFoundFromThenOn) {
   NameTable table;
-  NameStat* first = table.find_or_add("name");
-  NameStat* second = table.add_replacing("name");
+  NameStat* first = table.insert(named("name"));
+  NameStat* second = table.replace(named("name"));
   EXPECT_NE(first, second);
-  EXPECT_EQ(table.find_or_add("name"), second);
-  NameStat* third = table.add_replacing("name");
-  EXPECT_EQ(table.find_or_add("name"), third);
-  NameStat* lone = table.add_replacing("new");
-  EXPECT_EQ(table.find_or_add("new"), lone);
+  EXPECT_EQ(table.insert(named("name")), second);
+  NameStat* third = table.replace(named("name"));
+  EXPECT_EQ(table.insert(named("name")), third);
+  NameStat* lone = table.replace(named("new"));
+  EXPECT_EQ(table.insert(named("new")), lone);
   EXPECT_EQ(table.size(), 4u);
-  EXPECT_STREQ(table[0].name, "name");
-  EXPECT_STREQ(table[2].name, "name");
+  EXPECT_EQ(table[0].name.text(), "name");
+  EXPECT_EQ(table[2].name.text(), "name");
   // It stays so when the table grows.
-  for (int i = 0; i < 20000; ++i) table.find_or_add(std::to_string(i));
-  EXPECT_EQ(table.find_or_add("name"), third);
+  for (int i = 0; i < 20000; ++i) table.insert(named(std::to_string(i)));
+  EXPECT_EQ(table.insert(named("name")), third);
 }
 
-TEST(FoldTable, ManyEntriesOfOneKeyCostNoBuckets) {
+TEST(FoldTable, ManyEntriesOfOneKeyNeedOneSlot) {
   NameTable table;
-  for (int i = 0; i < 100000; ++i) table.add_replacing("one");
-  for (int i = 0; i < 100000; ++i) table.add_unfound("two");
-  EXPECT_EQ(table.size(), 200000u);
-  EXPECT_EQ(table.bucket_count(), 1024u);
-  EXPECT_EQ(table.find_or_add("one"), &table[99999]);
+  for (int i = 0; i < 100000; ++i) table.replace(named("one"));
+  EXPECT_EQ(table.size(), 100000u);
+  EXPECT_EQ(table.slot_count(), 1024u);
+  EXPECT_EQ(table.insert(named("one")), &table[99999]);
 }
 
-TEST(FoldTable, ANameTooLongForItsEntryIsCut) {
-  NameTable table;
-  NameStat* entry = table.add_unfound(std::string(60, 'h'));
-  EXPECT_EQ(entry->namelen, 42u);
-  EXPECT_EQ(std::string(entry->name), std::string(42, 'h'));
+using Numbers = std::vector<std::uint32_t>;
+
+/// Counts `keys` in; every third one is left out.
+void fold_numbers(AddressTable& table, const Numbers& keys, Numbers* seen = nullptr) {
+  table.fold(
+      std::span<const std::uint32_t>(keys),
+      [](const std::uint32_t& record, std::uint32_t& key) {
+        key = record;
+        return record % 3 == 0 ? KeyUse::kSkip : KeyUse::kInsert;
+      },
+      [&](AddressStat& stat, const std::uint32_t& record) {
+        stat.count += 1;
+        if (seen != nullptr) seen->push_back(record);
+      });
 }
 
 TEST(FoldTable, FoldTakesRecordsInOrderAndSkips) {
   AddressTable table;
-  std::vector<std::uint32_t> records;
+  Numbers records;
   for (std::uint32_t i = 0; i < 100; ++i) records.push_back(i % 7);
-  std::vector<std::uint32_t> seen;
-  table.fold(
-      std::span<const std::uint32_t>(records),
-      [](const std::uint32_t& key) {
-        return FoldStep<std::uint32_t>{key == 3 ? Placement::kSkip : Placement::kFind, key};
-      },
-      [&](AddressStat& stat, const std::uint32_t& key) {
-        stat.count += 1;
-        seen.push_back(key);
-      });
-  ASSERT_EQ(table.size(), 6u);
-  const std::uint32_t keys[] = {0, 1, 2, 4, 5, 6};
-  const std::uint32_t counts[] = {15, 15, 14, 14, 14, 14};
-  for (std::uint32_t i = 0; i < 6; ++i) {
+  Numbers seen;
+  fold_numbers(table, records, &seen);
+  ASSERT_EQ(table.size(), 4u);
+  const std::uint32_t keys[] = {1, 2, 4, 5};
+  const std::uint32_t counts[] = {15, 14, 14, 14};
+  for (std::uint32_t i = 0; i < 4; ++i) {
     EXPECT_EQ(table[i].ip, keys[i]);
     EXPECT_EQ(table[i].count, counts[i]);
   }
-  std::erase(records, 3u);
+  std::erase_if(records, [](std::uint32_t key) { return key % 3 == 0; });
   EXPECT_EQ(seen, records);
 }
 
-TEST(FoldTable, FoldSurvivesAChangeOfHashWithinAGroup) {
-  // The crowding names make the table change its hash in the middle of a group.
-  std::vector<std::string> names;
-  for (int i = 0; i < 64; ++i) names.push_back("sixteen-bytes-on" + std::to_string(i % 50));
-  NameTable table;
-  table.fold(
-      std::span<const std::string>(names),
-      [](const std::string& name) {
-        return FoldStep<std::string_view>{Placement::kFind, name};
-      },
-      [](NameStat& stat, const std::string&) { stat.count += 1; });
-  ASSERT_EQ(table.size(), 50u);
-  EXPECT_EQ(table.bucket_count(), 2048u);
-  for (std::uint32_t i = 0; i < 50; ++i) EXPECT_EQ(table[i].count, i < 14 ? 2u : 1u);
+TEST(FoldTable, FoldFindsItsKeysWhenTheTableGrowsWithinAGroup) {
+  Numbers records;
+  for (std::uint32_t i = 0; i < 5000; ++i) records.insert(records.end(), {3 * i + 1, 3 * i + 1});
+  AddressTable table;
+  fold_numbers(table, records);
+  ASSERT_EQ(table.size(), 5000u);
+  for (std::uint32_t i = 0; i < 5000; ++i) ASSERT_EQ(table[i].count, 2u);
 }
 
-/// Memory that refuses every take from the n-th on, while `refuse_from` is set.
-struct Scarce {
-  static inline int takes = 0;
-  static inline int refuse_from = 0;
-  static void* take(std::size_t bytes, Pages pages) {
-    return takes++ >= refuse_from ? nullptr : large_memory_take(bytes, pages);
+/// The slots that look-ups of the first `keys` keys look at, on average.
+template <class Table, class KeyOf>
+double mean_probe(Table& table, std::uint32_t keys, KeyOf&& key_of) {
+  std::uint64_t sum = 0;
+  for (std::uint32_t i = 0; i < keys; ++i) sum += table.probe_length(key_of(i));
+  return static_cast<double>(sum) / keys;
+}
+
+// At half of the slots used, linear probing expects 1.5 slots for a key of the table and 2.5 for
+// another one.
+TEST(FoldTable, ProbesStayShortWhoeverChoseTheKeys) {
+  AddressTable addresses;
+  NameTable names;
+  for (std::uint32_t i = 0; i < 65536; ++i) {
+    addresses.insert(crowding_address(i));
+    names.insert(named(crowding_name(i)));
   }
-  static FoldMemory memory(int allowed) {
-    takes = 0;
-    refuse_from = allowed;
+  EXPECT_EQ(addresses.slot_count(), 131072u);
+  EXPECT_EQ(names.slot_count(), 131072u);
+  EXPECT_LT(mean_probe(addresses, 65536, crowding_address), 2.0);
+  EXPECT_LT(mean_probe(addresses, 65536, [](std::uint32_t i) { return net(i << 16 | 1); }), 3.5);
+  EXPECT_LT(mean_probe(names, 65536, [](auto i) { return named(crowding_name(i)); }), 2.0);
+  EXPECT_LT(mean_probe(names, 65536, [](auto i) { return named(std::to_string(i)); }), 3.5);
+}
+
+/// Memory that refuses from the n-th time on.
+struct Scarce {
+  static inline int asked = 0;
+  static inline int allowed = 0;
+  static void* take(std::size_t bytes, Pages pages) {
+    return asked++ >= allowed ? nullptr : large_memory_take(bytes, pages);
+  }
+  static FoldMemory memory(int times) {
+    asked = 0;
+    allowed = times;
     return {take, large_memory_give};
   }
+  static void is_back() { allowed = 1 << 30; }
 };
 
 TEST(FoldTable, DropsRecordsWithoutMemoryAndGoesOn) {
-  // Takes in order: the buckets, the list of pieces, the first piece.
-  for (int allowed = 0; allowed < 3; ++allowed) {
-    AddressTable table(Scarce::memory(allowed));
-    EXPECT_EQ(table.find_or_add(1), nullptr);
-    EXPECT_EQ(table.add_replacing(1), nullptr);
-    EXPECT_EQ(table.add_unfound(1), nullptr);
+  // Asked for in order: the slots, the list of pieces, the first piece.
+  for (int times = 0; times < 3; ++times) {
+    AddressTable table(Scarce::memory(times));
+    EXPECT_EQ(table.insert(1), nullptr);
+    EXPECT_EQ(table.replace(1), nullptr);
     EXPECT_EQ(table.size(), 0u);
-    Scarce::refuse_from = 1000;  // memory is back
-    EXPECT_NE(table.find_or_add(1), nullptr);
+    Scarce::is_back();
+    EXPECT_NE(table.insert(1), nullptr);
     EXPECT_EQ(table.size(), 1u);
   }
 }
 
-TEST(FoldTable, WithoutMemoryToGrowItFillsUpAndKeepsWhatItHas) {
+// Before, every slot filled up, and a record of a new key looked at all of them.
+TEST(FoldTable, WithoutMemoryToGrowItStopsAtThreeQuarters) {
   AddressTable table(Scarce::memory(3));
-  std::uint32_t dropped = 0;
-  for (std::uint32_t i = 0; i < 40000; ++i) {
-    AddressStat* stat = table.find_or_add(net(i));
-    if (stat == nullptr) {
-      ++dropped;
-    } else {
-      stat->count += 1;
-    }
+  for (std::uint32_t i = 0; i < 100000; ++i) {
+    AddressStat* const stat = table.insert(net(i));
+    ASSERT_EQ(stat != nullptr, i < 768) << i;  // of 1024 slots
+    if (stat != nullptr) stat->count += 1;
   }
-  EXPECT_EQ(table.size(), 32768u);  // 4096 buckets of eight
-  EXPECT_EQ(dropped, 40000u - 32768u);
-  EXPECT_EQ(table.find_or_add(net(32767)), &table[32767]);
-  Scarce::refuse_from = 1000;
+  EXPECT_EQ(table.size(), 768u);
+  EXPECT_EQ(table.slot_count(), 1024u);
+  EXPECT_EQ(table.insert(net(767)), &table[767]);  // known keys still count
+  EXPECT_NE(table.replace(net(767)), nullptr);     // and need no slot
+  EXPECT_EQ(table.replace(net(768)), nullptr);
+  Scarce::is_back();
+  EXPECT_NE(table.insert(net(768)), nullptr);
+  EXPECT_EQ(table.slot_count(), 2048u);
+}
+
+// At three quarters linear probing expects 2.5 slots for a key of the table and 8.5 for another.
+TEST(FoldTable, ProbesOfATableThatCannotGrowStayShort) {
+  AddressTable table(Scarce::memory(11));  // three, and eight doublings: 262144 slots
+  for (std::uint32_t i = 0; i < 300000; ++i) table.insert(crowding_address(i));
+  ASSERT_EQ(table.slot_count(), 262144u);
+  ASSERT_EQ(table.size(), 196608u);
+  EXPECT_LT(mean_probe(table, 65536, crowding_address), 4.0);
+  EXPECT_LT(mean_probe(table, 65536, [](std::uint32_t i) { return net(i << 16 | 1); }), 12.0);
+  Scarce::is_back();
 }
 
 TEST(FoldTable, AnEntryThatCannotBeReplacedStays) {
   AddressTable table(Scarce::memory(3));
-  AddressStat* const old = table.find_or_add(net(1));
+  AddressStat* const old = table.insert(net(1));
   ASSERT_NE(old, nullptr);
-  while (table.add_unfound(net(2)) != nullptr) {
+  while (table.replace(net(2)) != nullptr) {
   }
   const std::uint32_t size = table.size();
-  EXPECT_EQ(table.add_replacing(net(1)), nullptr);
+  EXPECT_EQ(table.replace(net(1)), nullptr);
   EXPECT_EQ(table.size(), size);
-  EXPECT_EQ(table.find_or_add(net(1)), old);
-  Scarce::refuse_from = 1000;  // memory is back
-  AddressStat* const replaced = table.add_replacing(net(1));
+  EXPECT_EQ(table.insert(net(1)), old);
+  Scarce::is_back();
+  AddressStat* const replaced = table.replace(net(1));
   EXPECT_NE(replaced, nullptr);
   EXPECT_NE(replaced, old);
-  EXPECT_EQ(table.find_or_add(net(1)), replaced);
+  EXPECT_EQ(table.insert(net(1)), replaced);
 }
 
 TEST(FoldTable, FoldDropsWhatHasNoEntry) {
   AddressTable table(Scarce::memory(0));
-  const std::vector<std::uint32_t> records(100, 1u);
-  int updates = 0;
-  table.fold(
-      std::span<const std::uint32_t>(records),
-      [](const std::uint32_t& key) {
-        return FoldStep<std::uint32_t>{Placement::kFind, key};
-      },
-      [&](AddressStat&, const std::uint32_t&) { ++updates; });
-  EXPECT_EQ(updates, 0);
+  Numbers seen;
+  fold_numbers(table, Numbers(100, 1u), &seen);
+  EXPECT_EQ(seen, Numbers{});
   EXPECT_EQ(table.size(), 0u);
-  Scarce::refuse_from = 1000;
+  Scarce::is_back();
 }
 
 TEST(FoldTable, EqualsAPlainMapOverMixedWork) {
@@ -286,7 +284,7 @@ TEST(FoldTable, EqualsAPlainMapOverMixedWork) {
   for (int i = 0; i < 200000; ++i) {
     state = state * 1664525u + 1013904223u;
     const std::uint32_t key = (state >> 8) % 50000;
-    table.find_or_add(key)->count += 1;
+    table.insert(key)->count += 1;
     counts[key] += 1;
   }
   ASSERT_EQ(table.size(), counts.size());

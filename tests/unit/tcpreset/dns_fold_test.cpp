@@ -13,9 +13,9 @@ TEST(DnsFold, FoldsByNameAndSkipsRecordsWithoutOne) {
   DnsFold fold;
   fold.add(records_of({{.name = "b.org"}, {.dst = 1}, {.name = "a.org"}, {.name = "b.org"}}));
   ASSERT_EQ(fold.size(), 2u);
-  EXPECT_EQ(fold[0].dns(), "b.org");
+  EXPECT_EQ(fold[0].name.text(), "b.org");
   EXPECT_EQ(fold[0].flowcnt, 2u);
-  EXPECT_EQ(fold[1].dns(), "a.org");
+  EXPECT_EQ(fold[1].name.text(), "a.org");
   EXPECT_EQ(fold[1].flowcnt, 1u);
 }
 
@@ -34,9 +34,9 @@ TEST(DnsFold, ANameEndsAtItsNulOrItsField) {
   fold.add(records_of({{.name = longest}, {.name = "a.org"}, {.name = longest}}));
   fold.add(std::span(&with_tail, 1));
   ASSERT_EQ(fold.size(), 2u);
-  EXPECT_EQ(fold[0].dns(), longest);
+  EXPECT_EQ(fold[0].name.text(), longest);
   EXPECT_EQ(fold[0].flowcnt, 2u);
-  EXPECT_EQ(fold[1].dns(), "a.org");
+  EXPECT_EQ(fold[1].name.text(), "a.org");
   EXPECT_EQ(fold[1].flowcnt, 2u);
 }
 
@@ -85,7 +85,7 @@ TEST(DnsFold, NamesThatShareSixteenBytesAreApart) {
   fold.add(records_of(sessions));
   ASSERT_EQ(fold.size(), 20000u);
   for (std::uint32_t i = 0; i < fold.size(); ++i) {
-    ASSERT_EQ(fold[i].dns(), names[i]);
+    ASSERT_EQ(fold[i].name.text(), names[i]);
     ASSERT_EQ(fold[i].flowcnt, 2u);
   }
 }
