@@ -103,6 +103,10 @@ test("mail headers are GB2312, other texts UTF-8 or one character a byte", () =>
   assert.equal(read("emaillog", mail("", "", "\x80")).data[0].appname, "\u0080");  // no euro sign
 });
 
+test("a mark of byte order is a character like any other", () => {
+  assert.equal(read("malclog-host", hosts(host("\xef\xbb\xbfa"))).data[0].host, "\ufeffa");
+});
+
 test("a character cut in half does not swallow the quote behind it", () => {
   assert.equal(read("emaillog", mail("a\xc4", "")).data[0].from, "a\ufffd");
   assert.equal(read("malclog-host", hosts(host("a\xe4\xbd"))).data[0].host, "a\u00e4\u00bd");

@@ -383,7 +383,9 @@ class Hostile(PageTest):
             f"1700000000,10.20.1.5,10.20.0.53,40000,53,udp,dns,00-16-3e-00-00-05,0,4,{EVIL}",
             f"1700000001,10.20.1.5,10.20.0.53,40000,53,udp,dns,00-16-3e-00-00-05,0 1 2 3 4 63,4,{SCRIPT}",
             "1700000002,10.20.1.5,10.20.0.53,40000,53,udp,dns,00-16-3e-00-00-05,1,4,evil\u202egro.elpmaxe",
-            "1700000003,10.20.1.5,10.20.0.53,40000,53,udp,dns,00-16-3e-00-00-05,1,4,\x1b[2Jred"]),
+            "1700000003,10.20.1.5,10.20.0.53,40000,53,udp,dns,00-16-3e-00-00-05,1,4,\x1b[2Jred",
+            # One byte that is no UTF-8: a control character, not the euro sign of another table.
+            "1700000004,10.20.1.5,10.20.0.53,40000,53,udp,dns,00-16-3e-00-00-05,1,4,\udc80byte"]),
         "reset_sessions.csv": csv("reset_sessions.csv", [
             f"1700000000,10.20.1.5,10.0.0.1,40000,80,http,http,200,,,,1,2,3,{SCRIPT[8:]}",
             '1700000000,10.20.1.5,10.0.0.1,40000,80,http,http,200,,,,1,2,3,"a"",""flowcnt"":9,""b"""']),
@@ -424,7 +426,7 @@ class Hostile(PageTest):
 
     def test_what_cannot_be_seen_is_shown(self):
         self.open("#malclog-detail")
-        self.assertEqual(self.column("host")[2:], ["evil⟨202E⟩gro.elpmaxe", "␛[2Jred"])
+        self.assertEqual(self.column("host")[2:], ["evil⟨202E⟩gro.elpmaxe", "␛[2Jred", "⟨0080⟩byte"])
 
     def test_a_bitmap_has_all_its_bits(self):
         self.open("#malclog-detail")
