@@ -1,5 +1,4 @@
-# Completion of qsvmon for bash, and for zsh after
-# "autoload -U compinit bashcompinit && compinit && bashcompinit".
+# Completion of qsvmon for bash.
 # Made by tools/make_completions from completions/commands.txt.
 
 # One line per command: module, sub-command, words with their fixed values.
@@ -86,5 +85,4 @@ _qsvmon() {
   case "${COMPREPLY[*]}" in *=) compopt -o nospace 2>/dev/null ;; esac
   return 0
 }
-# zsh cannot decide about the blank word by word: there none follows.
-complete ${ZSH_VERSION:+-o} ${ZSH_VERSION:+nospace} -F _qsvmon qsvmon
+complete -F _qsvmon qsvmon qsvmon-here
