@@ -160,7 +160,7 @@ const char* store_group(AssetsPool& pool, AssetsGroup& group) {
 int assetsdesc_init() {
   static constexpr ConfigSection kSections[] = {{"group", assetsgrp_line},
                                                 {"assets", assetsobj_line}};
-  if (holder.renew(pages_for(kAssetsConfigPath)) == nullptr) {
+  if (holder.renew() == nullptr) {
     standard_out().put("assetsdesc_init: fail to alloc ", kReportedBytes, " bytes\n");
     return -1;
   }

@@ -118,8 +118,8 @@ void store(CusIpPool& pool, std::uint32_t lo, std::uint32_t hi, const CusIpInfo&
 
 }  // namespace
 
-int cusiprng_init(Pages pages) {
-  return holder.renew(pages) == nullptr ? -1 : 0;
+int cusiprng_init() {
+  return holder.renew() == nullptr ? -1 : 0;
 }
 
 std::int32_t cusiprng_count() {
