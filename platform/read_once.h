@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <cstring>
 #include <type_traits>
 
 namespace qsvmon {
@@ -18,6 +20,12 @@ inline Number read_once(Number value) {
   static_assert(std::is_integral_v<Number> && sizeof(Number) <= 8);
   asm volatile("" : "+r"(value));
   return value;
+}
+
+/// The same for bytes: what is read at `to` afterwards is the copy, and `from` is not read again.
+inline void copy_once(void* to, const void* from, std::size_t bytes) {
+  std::memcpy(to, from, bytes);
+  asm volatile("" : : "r"(to) : "memory");
 }
 
 }  // namespace qsvmon
