@@ -19,9 +19,10 @@
 #include "commands/sessionlog/codec/gb2312.h"
 #include "commands/sessionlog/codec/mail_header.h"
 #include "commands/sessionlog/codec/quoted_printable.h"
-#include "commands/sessionlog/login_row.h"
-#include "commands/sessionlog/mail_filter.h"
-#include "commands/sessionlog/mail_row.h"
+#include "commands/sessionlog/login_fold.h"
+#include "commands/sessionlog/login_print.h"
+#include "commands/sessionlog/mail_fold.h"
+#include "commands/sessionlog/mail_print.h"
 #include "commands/sessionlog/session_page.h"
 #include "format/address.h"
 #include "pools/desc_pools.h"
@@ -182,8 +183,10 @@ const std::vector<MailRecord>& mails() {
   return all;
 }
 
-void fill(MailLogList& list, const MailQuery& query) {
-  for (const MailRecord& record : mails()) collect_mail(record, query, list);
+constexpr PageRange kAll{0, 0xFFFFFFFF};
+
+void fill(RecordList& list, const MailQuery& query) {
+  MailFold(query, list).add(mails());
 }
 
 void BM_filter_100k_mails(benchmark::State& state) {
@@ -191,22 +194,24 @@ void BM_filter_100k_mails(benchmark::State& state) {
   MailQuery query;
   if (state.range(0) != 0) query.keyword = "no such word";
   for (auto _ : state) {
-    MailLogList list;
+    RecordList list(state.range(1) != 0 ? page_range(1, 20) : kAll, is_hidden_mail);
     fill(list, query);
-    benchmark::DoNotOptimize(list.size());
+    benchmark::DoNotOptimize(list.count());
   }
   state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kMails));
 }
-BENCHMARK(BM_filter_100k_mails)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+// With a keyword or without, for one page or for all.
+BENCHMARK(BM_filter_100k_mails)->ArgsProduct({{0, 1}, {0, 1}})->Unit(benchmark::kMillisecond);
 
 void BM_print_100k_mails(benchmark::State& state) {
-  MailLogList list;
+  RecordList list(kAll, is_hidden_mail);
   fill(list, MailQuery{});
+  list.sort();
   const int null = ::open("/dev/null", O_WRONLY);
   for (auto _ : state) {
     FilePrinter out(null);
     MailRow row;
-    print_page(out, list, {0, list.size()}, row);
+    print_page(out, list, row);
   }
   ::close(null);
   state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kMails));
@@ -285,12 +290,11 @@ std::vector<FtpLogRecord> ftp_records(std::uint32_t per_session) {
   return records;
 }
 
-void fill(RecordList<FtpLogRecord>& list, std::int64_t per_session) {
+void fill(RecordList& list, std::int64_t per_session) {
   static const bool loaded = (load_full_pools(), true);
   (void)loaded;
-  for (const FtpLogRecord& record : ftp_records(static_cast<std::uint32_t>(per_session))) {
-    list.append(record, record.head.time);
-  }
+  LoginFold<FtpLogRecord>(list).add(ftp_records(static_cast<std::uint32_t>(per_session)));
+  list.sort();
 }
 
 void print_label_plainly(std::FILE* out, const char* name, const void* address, int family) {
@@ -340,13 +344,13 @@ void print_row_plainly(std::FILE* out, const FtpLogRecord& r) {
 
 void BM_ftp_rows(benchmark::State& state) {
   ::unsetenv("TZ");
-  RecordList<FtpLogRecord> list;
+  RecordList list(kAll);
   fill(list, state.range(0));
   const int null = ::open("/dev/null", O_WRONLY);
   for (auto _ : state) {
     FilePrinter out(null);
     FtpRow row;
-    print_page(out, list, {0, kFtpRows}, row);
+    print_page(out, list, row);
   }
   ::close(null);
   state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kFtpRows));
@@ -356,15 +360,14 @@ BENCHMARK(BM_ftp_rows)->Arg(10)->Arg(1)->Unit(benchmark::kMillisecond);
 
 void BM_ftp_rows_printf_localtime(benchmark::State& state) {
   ::unsetenv("TZ");
-  RecordList<FtpLogRecord> list;
+  RecordList list(kAll);
   fill(list, state.range(0));
   std::FILE* null = std::fopen("/dev/null", "w");
   for (auto _ : state) {
-    SortedRecords<FtpLogRecord> sorted(list);
     std::fprintf(null, "{\"data\":[");
     for (std::uint32_t at = 0; at < kFtpRows; ++at) {
       if (at > 0) std::fprintf(null, ",");
-      print_row_plainly(null, sorted.at(at));
+      print_row_plainly(null, *reinterpret_cast<const FtpLogRecord*>(list[at].data()));
     }
     std::fprintf(null, "],\"count\":%u}", kFtpRows);
   }
@@ -377,42 +380,44 @@ BENCHMARK(BM_ftp_rows_printf_localtime)->Arg(10)->Arg(1)->Unit(benchmark::kMilli
 
 constexpr std::uint32_t kTelnetRecords = 1000000;
 
-void fill_telnet(RecordList<TelnetLogRecord>& list) {
+void fill_telnet(RecordList& list) {
   std::mt19937 random(4);
   TelnetLogRecord record;
   std::memset(static_cast<void*>(&record), 0, sizeof record);
   std::snprintf(record.cmd, sizeof record.cmd, "ls -l /tmp");
   record.cmdlen = 10;
+  LoginFold<TelnetLogRecord> fold(list);
   for (std::uint32_t i = 0; i < kTelnetRecords; ++i) {
     record.head.time = 1700000000 + static_cast<std::uint32_t>(random() % 864000);
-    list.append(record, record.head.time);
+    fold.add({&record, 1});
   }
 }
 
-/// Collects a million records and prints the page given; 0 prints nothing.
+/// Collects a million records for the page given and prints it; 0 for a page that shows nothing.
 void BM_telnet_million(benchmark::State& state) {
   const int null = ::open("/dev/null", O_WRONLY);
   for (auto _ : state) {
-    RecordList<TelnetLogRecord> list;
+    RecordList list(page_range(static_cast<int>(state.range(0)), 100));
     fill_telnet(list);
-    if (state.range(0) != 0) {
-      FilePrinter out(null);
-      TelnetRow row;
-      print_page(out, list, page_range(static_cast<int>(state.range(0)), 100), row);
-    }
-    benchmark::DoNotOptimize(list.size());
+    list.sort();
+    FilePrinter out(null);
+    TelnetRow row;
+    print_page(out, list, row);
   }
   ::close(null);
 }
 BENCHMARK(BM_telnet_million)->Arg(0)->Arg(1)->Arg(5000)->Unit(benchmark::kMillisecond);
 
-/// What sorting all of them by pointer costs instead.
+/// What collecting and sorting all of them by pointer costs instead.
 void BM_sort_a_million_pointers(benchmark::State& state) {
-  RecordList<TelnetLogRecord> list;
+  RecordList list(kAll);
   fill_telnet(list);
+  const auto at = [&](std::uint32_t i) {
+    return reinterpret_cast<const TelnetLogRecord*>(list[i].data());
+  };
   std::vector<const TelnetLogRecord*> pointers(kTelnetRecords);
   for (auto _ : state) {
-    for (std::uint32_t i = 0; i < kTelnetRecords; ++i) pointers[i] = &list[i];
+    for (std::uint32_t i = 0; i < kTelnetRecords; ++i) pointers[i] = at(i);
     std::sort(pointers.begin(), pointers.end(), [](const auto* a, const auto* b) {
       return std::uint32_t{a->head.time} > std::uint32_t{b->head.time};
     });

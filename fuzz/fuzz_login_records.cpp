@@ -5,7 +5,8 @@
 #include <memory>
 #include <vector>
 
-#include "commands/sessionlog/login_row.h"
+#include "commands/sessionlog/login_fold.h"
+#include "commands/sessionlog/login_print.h"
 #include "commands/sessionlog/session_page.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
@@ -14,27 +15,37 @@ namespace {
 
 using namespace qsvmon;
 
+/// Whatever is shown goes to a page and to a sheet.
 template <class Row>
-void list_records(const std::uint8_t* data, std::size_t size, PageRange range) {
-  using Record = typename Row::Record;
-  RecordList<Record> list;
-  for (std::size_t at = 0; at + sizeof(Record) <= size; at += sizeof(Record)) {
-    // In a block of its own, so that the sanitizer sees one byte too many.
-    const std::vector<std::uint8_t> bytes(data + at, data + at + sizeof(Record));
-    const auto& record = *reinterpret_cast<const Record*>(bytes.data());
-    list.append(record, record.head.time);
-    Record copy = record;
-    Row row;
-    MemoryPrinter out;
-    if (row.load(copy)) row.print(out);
-  }
+void show(const RecordList& list) {
   Row row;
   MemoryPrinter out;
-  print_page(out, list, range, row);
+  print_page(out, list, row);
   CsvSheet sheet;
   sheet.fd = ::open("/dev/null", O_WRONLY);
   sheet.out = std::make_unique<FilePrinter>(sheet.fd);
   write_sheet(sheet, list, row);
+}
+
+template <class Row>
+void list_records(const std::uint8_t* data, std::size_t size, PageRange range) {
+  using Record = typename Row::Record;
+  RecordList page(range);
+  RecordList all({0, 0xFFFFFFFF});
+  for (std::size_t at = 0; at + sizeof(Record) <= size; at += sizeof(Record)) {
+    // In a block of its own, so that the sanitizer sees one byte too many.
+    const std::vector<std::uint8_t> bytes(data + at, data + at + sizeof(Record));
+    const auto& record = *reinterpret_cast<const Record*>(bytes.data());
+    LoginFold<Record>(page).add({&record, 1});
+    LoginFold<Record>(all).add({&record, 1});
+    Row row;
+    MemoryPrinter out;
+    if (row.load({reinterpret_cast<const char*>(bytes.data()), bytes.size()})) row.print(out);
+  }
+  for (RecordList* list : {&page, &all}) {
+    list->sort();
+    show<Row>(*list);
+  }
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 
+#include "format/request_error.h"
+
 namespace qsvmon::sim {
 
 Words split_words(std::string_view text) {
@@ -31,8 +33,7 @@ unsigned long word_number(const Words& words, std::string_view key, unsigned lon
 }
 
 void Call::fail(const char* why) {
-  request.status = kRpcBadRequest;
-  set_errtext(request, why);
+  set_request_error(request, why);
 }
 
 }  // namespace qsvmon::sim

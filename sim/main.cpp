@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <string>
 
+#include "format/printer.h"
 #include "sim/appliance.h"
 #include "sim/options.h"
 #include "sim/pretty.h"
@@ -82,7 +83,7 @@ int serve(Options& o) {
   Appliance appliance(o.data, "conf", o.batch);
   o.fault.seed = o.data.seed;
   Server server(appliance, o.fault, capture);
-  server.listen();
+  if (!server.listen()) return 1;
   if (o.background) {
     go_background(pid_file);
   } else {
@@ -115,5 +116,7 @@ int main(int argc, char** argv) {
   action.sa_handler = ask_stop;
   ::sigaction(SIGTERM, &action, nullptr);
   ::sigaction(SIGINT, &action, nullptr);
-  return run(options);
+  status = run(options);
+  qsvmon::standard_out().flush();
+  return status;
 }

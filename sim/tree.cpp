@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "platform/appliance_paths.h"
+
 namespace qsvmon::sim {
 namespace {
 

@@ -1,137 +1,87 @@
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
+#include <span>
 
-#include "commands/listing/entry_blocks.h"
+#include "commands/listing/page.h"
+#include "commands/listing/record_store.h"
 
 namespace qsvmon {
 
-/// The records of a listing that must be sorted: each kept once, and 8 bytes to sort. Records are
-/// numbered in the order they came and never move.
-template <class Record>
+/// The records of a listing that is sorted by a key: larger keys first, equal ones as they came. It
+/// keeps what one page can need, however many records come: of the records so far in their order,
+/// those before the page, then those up to the last one that the page shows. What lies behind can
+/// never come back in front when more arrive; it is dropped whenever as many again have gathered as
+/// the page needs, and from then on whatever would lie behind is only counted. A record takes as
+/// many bytes as it has (rounded up to 4), 4 more, 8 to be sorted and 8 while that is done; one
+/// that is hidden may keep its place without its bytes.
 class RecordList {
  public:
-  explicit RecordList(FoldMemory memory = FoldMemory{}) : memory_(memory), records_(memory) {}
+  /// Whether a record that comes up on the page is left out of it and of the count. Asked once at
+  /// most for each record.
+  using IsHidden = bool (*)(std::span<const char> record);
+
+  /// With a null `is_hidden` none is.
+  explicit RecordList(PageRange page, IsHidden is_hidden = nullptr, FoldMemory memory = {});
   RecordList(const RecordList&) = delete;
   RecordList& operator=(const RecordList&) = delete;
-  ~RecordList() { memory_.give(order_, room_ * sizeof(std::uint64_t)); }
+  ~RecordList();
 
-  std::uint32_t size() const { return size_; }
-  Record& operator[](std::uint32_t number) { return records_[number]; }
-
-  /// Where the next record goes, so that a filter can work on the list's own copy: fill it and
-  /// `commit` it, or leave it to be used again. Null when there is no memory for one more, and the
-  /// record is dropped.
-  Record* slot() {
-    if (size_ == room_ && !grow_order()) return nullptr;
-    if (slot_ == nullptr) slot_ = records_.add();
-    return slot_;
-  }
-
-  /// Takes the record in `slot()` into the list; lists show larger keys first.
-  void commit(std::uint32_t key) {
-    order_[size_] = std::uint64_t{~key} << 32 | size_;
-    ++size_;
-    slot_ = nullptr;
-  }
-
-  /// Copies `record` to the end of the list. KEEP: dropped without a word when there is no memory.
-  void append(const Record& record, std::uint32_t key) {
-    if (Record* at = slot(); at != nullptr) {
-      std::memcpy(static_cast<void*>(at), &record, sizeof record);
-      commit(key);
+  /// Takes a record in, 1 to RecordStore::kMaxRecordBytes bytes. KEEP: dropped without a word, and
+  /// not counted, when there is no memory for it.
+  void append(std::uint32_t key, std::span<const char> record) {
+    if (has_last_key_ && key <= last_key_) {  // of equal keys those that came first are in front
+      ++count_;
+    } else {
+      keep(key, record);
     }
   }
 
- private:
-  template <class>
-  friend class SortedRecords;
+  /// Puts the records in their order, once all have come.
+  void sort();
 
-  bool grow_order() {
-    const std::size_t room = room_ == 0 ? kFirstRoom : room_ * 2;
-    auto* grown =
-        static_cast<std::uint64_t*>(memory_.take(room * sizeof(std::uint64_t), Pages::kOnTouch));
-    if (grown == nullptr) return false;
-    if (size_ != 0) std::memcpy(grown, order_, size_ * sizeof(std::uint64_t));
-    memory_.give(order_, room_ * sizeof(std::uint64_t));
-    order_ = grown;
-    room_ = room;
-    return true;
+  PageRange page() const { return page_; }
+  /// All records so far, also those that are not kept.
+  std::uint32_t count() const { return count_; }
+  /// The records that are kept: at least those that the page needs.
+  std::uint32_t size() const { return size_; }
+
+  /// The record at `position` (below size()) of the sorted list. Empty for one that was found to be
+  /// hidden while the records came in.
+  std::span<const char> operator[](std::uint32_t position) const {
+    return records_[place_of(items_[position])];
   }
 
-  static constexpr std::size_t kFirstRoom = 4096;
+  /// Has the cache lines of a record fetched that will be asked for soon, if there is one. Sorted
+  /// records lie anywhere: a row of a million waits 60 ns less.
+  void prefetch(std::uint32_t position) const {
+    if (position < size_) records_.prefetch(place_of(items_[position]));
+  }
 
+ private:
+  static std::uint32_t place_of(std::uint64_t item) { return static_cast<std::uint32_t>(item); }
+
+  void keep(std::uint32_t key, std::span<const char> record);
+  bool grow_items();
+  std::uint32_t needed();
+  bool hides(std::uint32_t place);
+  void drop_what_lies_behind();
+  void drop_from(std::uint32_t position);
+
+  PageRange page_;
+  IsHidden is_hidden_;
   FoldMemory memory_;
-  EntryBlocks<Record> records_;
-  Record* slot_ = nullptr;
-  std::uint64_t* order_ = nullptr;  ///< the key inverted, then the number: ascending is the order
+  RecordStore records_;
+  /// The key inverted in the upper half, the record's place in the lower: ascending is the order.
+  std::uint64_t* items_ = nullptr;
   std::size_t room_ = 0;
   std::uint32_t size_ = 0;
-};
-
-/// A list's records by position, largest key first and equal keys in the order they came. Only what
-/// is asked for gets sorted: a page of a long list costs one pass over the keys.
-/// The list must outlive this object and not be appended to.
-template <class Record>
-class SortedRecords {
- public:
-  /// `start` is the first position that will be asked for.
-  explicit SortedRecords(RecordList<Record>& list, std::uint32_t start = 0)
-      : list_(list), sorted_from_(std::min(start, list.size_)), sorted_to_(sorted_from_) {
-    std::uint64_t* const keys = list.order_;
-    if (sorted_from_ > 0 && sorted_from_ < list.size_) {
-      std::nth_element(keys, keys + sorted_from_, keys + list.size_);
-    }
-  }
-
-  std::uint32_t size() const { return list_.size_; }
-
-  /// The record at `position`. REQUIRES: start <= position < size, and positions are asked for in
-  /// ascending order.
-  Record& at(std::uint32_t position) {
-    if (position >= sorted_to_) sort_up_to(position);
-    // Records lie in the order they came: ask for one that will be wanted soon.
-    if (sorted_to_ - position > kAhead) prefetch(*record(position + kAhead));
-    return *record(position);
-  }
-
- private:
-  Record* record(std::uint32_t position) {
-    return &list_[static_cast<std::uint32_t>(list_.order_[position])];
-  }
-
-  /// Asks for the first cache lines of a record, and the last.
-  static void prefetch(const Record& record) {
-    constexpr std::size_t kLine = 64;
-    const auto* bytes = reinterpret_cast<const char*>(&record);
-    for (std::size_t byte = 0; byte < std::min(sizeof record, 3 * kLine); byte += kLine) {
-      __builtin_prefetch(bytes + byte);
-    }
-    __builtin_prefetch(bytes + sizeof record - 1);
-  }
-
-  /// Sorts the next positions, `position` among them: few at first, then ever more, so that all of
-  /// them together cost what one sort would.
-  void sort_up_to(std::uint32_t position) {
-    std::uint64_t* const keys = list_.order_;
-    const std::uint64_t wanted = std::max<std::uint64_t>(
-        {std::uint64_t{position} + 1, sorted_to_ + std::uint64_t{kFirstChunk},
-         sorted_to_ + std::uint64_t{sorted_to_ - sorted_from_} * 3});
-    const auto to = static_cast<std::uint32_t>(std::min<std::uint64_t>(wanted, list_.size_));
-    if (to < list_.size_) std::nth_element(keys + sorted_to_, keys + to, keys + list_.size_);
-    std::sort(keys + sorted_to_, keys + to);
-    sorted_to_ = to;
-  }
-
-  static constexpr std::uint32_t kFirstChunk = 256;
-  static constexpr std::uint32_t kAhead = 6;
-
-  RecordList<Record>& list_;
-  std::uint32_t sorted_from_;
-  std::uint32_t sorted_to_;
+  std::uint32_t count_ = 0;
+  std::uint64_t drop_at_;      ///< the size at which to look for what lies behind
+  bool asks_at_once_ = false;  ///< whether a record is hidden, not only when it is on the page
+  bool has_last_key_ = false;  ///< what comes behind last_key_ lies behind the page
+  std::uint32_t last_key_ = 0;
 };
 
 }  // namespace qsvmon

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <cstdint>
-#include <limits>
+#include <span>
+#include <string_view>
 
-#include "commands/listing/page.h"
 #include "commands/listing/record_list.h"
 #include "commands/sessionlog/csv_sheet.h"
 #include "format/printer.h"
@@ -12,31 +12,34 @@
 /// whether the record is shown at all, print(out) and write(sheet) show it.
 namespace qsvmon {
 
-/// Calls `show(row)` for each record on the page, largest key first. Returns the list's "count".
+/// Calls `show(row)` for each record on the sorted list's page. Returns the list's "count".
 /// KEEP: a hidden record is not counted and takes no place on the page, and only those that come up
 /// on the page are found to be hidden; so the count depends on the page.
 template <class Row, class Show>
-std::uint32_t show_page(RecordList<typename Row::Record>& list, PageRange page, Row& row,
-                        Show&& show) {
-  const bool shows_any = page.start < page.end;
-  SortedRecords<typename Row::Record> sorted(list, shows_any ? page.start : list.size());
-  std::uint32_t shown = 0;
-  for (std::uint32_t at = 0; at < sorted.size(); ++at) {
-    if (page.contains(shown)) {
-      if (!row.load(sorted.at(at))) continue;
+std::uint32_t show_page(const RecordList& list, Row& row, Show&& show) {
+  constexpr std::uint32_t kAhead = 6;
+  const PageRange page = list.page();
+  std::uint32_t count = list.count();
+  std::uint32_t shown = page.start;
+  for (std::uint32_t at = page.start; page.contains(shown) && at < list.size(); ++at) {
+    list.prefetch(at + kAhead);
+    const std::span<const char> record = list[at];
+    if (record.empty() || !row.load(record)) {
+      --count;
+    } else {
       show(row);
+      ++shown;
     }
-    ++shown;
   }
-  return shown;
+  return count;
 }
 
-/// Prints one page of `list` as a JSON object, without a newline.
+/// Prints the page of `list` as a JSON object, without a newline.
 template <class Row>
-void print_page(Printer& out, RecordList<typename Row::Record>& list, PageRange page, Row& row) {
+void print_page(Printer& out, const RecordList& list, Row& row) {
   std::string_view comma;
   out.put("{\"data\":[");
-  const std::uint32_t count = show_page(list, page, row, [&](Row& loaded) {
+  const std::uint32_t count = show_page(list, row, [&](Row& loaded) {
     out.put(comma);
     comma = ",";
     loaded.print(out);
@@ -44,11 +47,11 @@ void print_page(Printer& out, RecordList<typename Row::Record>& list, PageRange 
   out.put("],\"count\":", count, '}');
 }
 
-/// Writes the header row and all of `list` to `sheet`.
+/// Writes the header row and the page of `list`, which holds all records, to `sheet`.
 template <class Row>
-void write_sheet(CsvSheet& sheet, RecordList<typename Row::Record>& list, Row& row) {
+void write_sheet(CsvSheet& sheet, const RecordList& list, Row& row) {
   Row::write_header(sheet);
-  show_page(list, {0, list.size()}, row, [&](const Row& loaded) {
+  show_page(list, row, [&](const Row& loaded) {
     csv_next_row(sheet);
     loaded.write(sheet);
   });

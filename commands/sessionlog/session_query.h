@@ -11,7 +11,7 @@ struct SessionQuery {
   int limit = 100;
   bool download = false;  ///< all records into a file instead of one page as JSON
 
-  PageRange range() const { return page_range(page, limit); }
+  PageRange range() const { return download ? PageRange{0, 0xFFFFFFFF} : page_range(page, limit); }
 };
 
 /// Takes a word that begins with "page=", "limit=" or "download="; others are passed over ("json="

@@ -1,10 +1,11 @@
 #include "commands/sessionlog/sessionlog.h"
 
 #include "commands/listing/batches.h"
-#include "commands/sessionlog/login_row.h"
-#include "commands/sessionlog/mail_filter.h"
+#include "commands/sessionlog/login_fold.h"
+#include "commands/sessionlog/login_print.h"
+#include "commands/sessionlog/mail_fold.h"
+#include "commands/sessionlog/mail_print.h"
 #include "commands/sessionlog/mail_query.h"
-#include "commands/sessionlog/mail_row.h"
 #include "commands/sessionlog/session_page.h"
 #include "commands/sessionlog/session_query.h"
 #include "pools/desc_pools.h"
@@ -23,7 +24,7 @@ BatchPlan plan_of(std::string_view module, bool want_dict) {
 
 /// Writes `list` into a file for download and prints the file's name.
 template <class Row>
-int download(RecordList<typename Row::Record>& list, Row& row) {
+int download(const RecordList& list, Row& row) {
   CsvSheet sheet;
   char name[kCsvNameBytes];
   if (csv_open(sheet, name, sizeof name) != 0) {
@@ -36,37 +37,22 @@ int download(RecordList<typename Row::Record>& list, Row& row) {
 }
 
 template <class Row>
-int show(const SessionQuery& query, RecordList<typename Row::Record>& list, Row& row) {
+int show(const SessionQuery& query, const RecordList& list, Row& row) {
   desc_pools_init();  // without its files there are just no labels
   if (query.download) return download(list, row);
-  print_page(standard_out(), list, query.range(), row);
+  print_page(standard_out(), list, row);
   return 0;
 }
 
-/// FTP and Telnet: every record is listed.
-template <class Record>
-struct LoginFold {
-  RecordList<Record>& list;
-  void add(std::span<const Record> records) {
-    for (const Record& record : records) list.append(record, record.head.time);
-  }
-};
-
-struct MailFold {
-  const MailQuery& query;
-  MailLogList& list;
-  void add(std::span<const MailRecord> records) {
-    for (const MailRecord& record : records) collect_mail(record, query, list);
-  }
-};
-
 template <class Row>
 int list_logins(std::string_view module, Words words) {
+  using Record = typename Row::Record;
   const SessionQuery query = parse_session_query(words);
-  RecordList<typename Row::Record> list;
-  LoginFold<typename Row::Record> fold{list};
+  RecordList list(query.range());
+  LoginFold<Record> fold(list);
   RpcBatches batches(plan_of(module, false), words);
-  if (Status s = fold_all<typename Row::Record>(batches, fold); !s.ok()) return fail(s);
+  if (Status s = fold_all<Record>(batches, fold); !s.ok()) return fail(s);
+  list.sort();
   Row row;
   return show(query, list, row);
 }
@@ -77,10 +63,11 @@ int emaillog_list(int argc, char** argv) {
   const Words words = words_of(argc, argv);
   MailQuery query;
   if (Status s = parse_mail_query(words, query); !s.ok()) return fail(s);
-  MailLogList list;
-  MailFold fold{query, list};
+  RecordList list(query.common.range(), is_hidden_mail);
+  MailFold fold(query, list);
   RpcBatches batches(plan_of("emaillog", true), words);
   if (Status s = fold_all<MailRecord>(batches, fold); !s.ok()) return fail(s);
+  list.sort();
   MailRow row;
   return show(query.common, list, row);
 }

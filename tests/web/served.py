@@ -36,12 +36,11 @@ class Served:
 
 
 def data_folder(files):
-    """A copy of the tests' small data with some files replaced: their names and their texts. A byte
-    that is no UTF-8 is written as U+DC00 and its value."""
+    """A copy of the tests' small data with some files replaced: their names and their texts."""
     folder = pathlib.Path(tempfile.mkdtemp(prefix="qsvmon-web-"))
     shutil.copytree(harness.DATA, folder, dirs_exist_ok=True)
     for name, text in files.items():
-        (folder / name).write_bytes(text.encode("utf-8", "surrogateescape"))
+        (folder / name).write_text(text)
     return folder
 
 

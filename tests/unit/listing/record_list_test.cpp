@@ -4,108 +4,316 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
+#include <cstring>
 #include <random>
-#include <utility>
+#include <string>
 #include <vector>
 
 namespace qsvmon {
 namespace {
 
+constexpr PageRange kAll{0, 0xFFFFFFFF};
+
+/// A record of any number of bytes: which it is, whether it is hidden, and filling.
 struct Item {
   std::uint32_t key;
-  std::uint32_t value;
+  std::uint32_t number;
+  bool hidden = false;
+  std::size_t filling = 0;
+
+  std::string bytes() const {
+    std::string text(sizeof number + 1 + filling, '.');
+    std::memcpy(text.data(), &number, sizeof number);
+    text[sizeof number] = hidden ? 'h' : 's';
+    return text;
+  }
 };
 
-std::vector<std::uint32_t> values_from(RecordList<Item>& list, std::uint32_t start,
-                                       std::uint32_t end) {
-  SortedRecords<Item> sorted(list, start);
-  std::vector<std::uint32_t> values;
-  for (std::uint32_t at = start; at < end; ++at) values.push_back(sorted.at(at).value);
-  return values;
+bool is_hidden(std::span<const char> record) {
+  return record[sizeof(std::uint32_t)] == 'h';
 }
 
-TEST(RecordList, records_stay_where_they_are_while_it_grows) {
-  RecordList<Item> list;
-  list.append({7, 70}, 7);
-  const Item* first = &list[0];
-  for (std::uint32_t i = 1; i < 100000; ++i) list.append({i, i * 2}, i);
-  EXPECT_EQ(100000U, list.size());
-  EXPECT_EQ(first, &list[0]);
-  EXPECT_EQ(70U, list[0].value);
-  EXPECT_EQ(199998U, list[99999].value);
+std::uint32_t number_of(std::span<const char> record) {
+  std::uint32_t number;
+  std::memcpy(&number, record.data(), sizeof number);
+  return number;
 }
 
-TEST(RecordList, a_slot_that_is_not_committed_is_used_again) {
-  RecordList<Item> list;
-  Item* slot = list.slot();
-  EXPECT_EQ(0U, slot->value);
-  slot->value = 1;
-  EXPECT_EQ(slot, list.slot());
-  EXPECT_EQ(0U, list.size());
-  list.commit(5);
-  EXPECT_EQ(1U, list.size());
-  EXPECT_NE(slot, list.slot());
+/// What a page shows: the records' numbers, and the count.
+struct Shown {
+  std::vector<std::uint32_t> numbers;
+  std::uint32_t count = 0;
+
+  bool operator==(const Shown&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& out, const Shown& shown) {
+  for (std::uint32_t number : shown.numbers) out << number << ' ';
+  return out << "of " << shown.count;
+}
+
+/// The rule, word for word: all records sorted, then one after the other. `shown` counts those
+/// before the page and those that it shows; a record that comes up on the page and is hidden is
+/// passed over.
+Shown plain_model(std::vector<Item> items, PageRange page) {
+  std::stable_sort(items.begin(), items.end(),
+                   [](const Item& a, const Item& b) { return a.key > b.key; });
+  Shown shown;
+  for (const Item& item : items) {
+    if (page.start <= shown.count && shown.count < page.end) {
+      if (item.hidden) continue;
+      shown.numbers.push_back(item.number);
+    }
+    ++shown.count;
+  }
+  return shown;
+}
+
+/// The same from a list.
+Shown page_of(RecordList& list) {
+  list.sort();
+  Shown shown;
+  shown.count = list.count();
+  const PageRange page = list.page();
+  std::uint32_t next = page.start;
+  for (std::uint32_t at = page.start; page.contains(next) && at < list.size(); ++at) {
+    if (list[at].empty() || is_hidden(list[at])) {
+      --shown.count;
+    } else {
+      shown.numbers.push_back(number_of(list[at]));
+      ++next;
+    }
+  }
+  return shown;
+}
+
+void append(RecordList& list, const Item& item) {
+  list.append(item.key, item.bytes());
+}
+
+Shown listed(const std::vector<Item>& items, PageRange page) {
+  RecordList list(page, is_hidden);
+  for (const Item& item : items) append(list, item);
+  return page_of(list);
 }
 
 TEST(RecordList, larger_keys_come_first_and_equal_ones_as_they_came) {
-  RecordList<Item> list;
-  const std::uint32_t keys[] = {5, 0xFFFFFFFF, 5, 0, 0x80000000, 5, 0x7FFFFFFF, 0};
-  for (std::uint32_t i = 0; i < 8; ++i) list.append({keys[i], i}, keys[i]);
-  EXPECT_EQ((std::vector<std::uint32_t>{1, 4, 6, 0, 2, 5, 3, 7}), values_from(list, 0, 8));
+  std::vector<Item> items;
+  for (const std::uint32_t key : {5U, 0xFFFFFFFFU, 5U, 0U, 0x80000000U, 5U, 0x7FFFFFFFU, 0U}) {
+    items.push_back({key, static_cast<std::uint32_t>(items.size())});
+  }
+  EXPECT_EQ((Shown{{1, 4, 6, 0, 2, 5, 3, 7}, 8}), listed(items, kAll));
+  EXPECT_EQ((Shown{{6, 0, 2}, 8}), listed(items, {2, 5}));
 }
 
-TEST(RecordList, any_part_is_as_a_stable_sort_has_it) {
-  std::mt19937 random(1);
-  std::vector<std::pair<std::uint32_t, std::uint32_t>> all;
-  for (std::uint32_t i = 0; i < 5000; ++i) all.emplace_back(random() % 700, i);
-  std::vector<std::pair<std::uint32_t, std::uint32_t>> want = all;
-  std::stable_sort(want.begin(), want.end(),
-                   [](const auto& a, const auto& b) { return a.first > b.first; });
-  const std::pair<std::uint32_t, std::uint32_t> parts[] = {
-      {0, 1}, {0, 256}, {0, 257}, {0, 5000}, {100, 200}, {4999, 5000}, {2000, 4500}, {5000, 5000}};
-  for (const auto& [start, end] : parts) {
-    RecordList<Item> list;
-    for (const auto& [key, value] : all) list.append({key, value}, key);
-    std::vector<std::uint32_t> expected;
-    for (std::uint32_t at = start; at < end; ++at) expected.push_back(want[at].second);
-    EXPECT_EQ(expected, values_from(list, start, end)) << start << "-" << end;
+TEST(RecordList, hidden_records_take_no_place_on_the_page) {
+  const std::vector<Item> items = {{9, 0},       {8, 1, true}, {7, 2},
+                                   {6, 3, true}, {5, 4},       {4, 5, true}};
+  EXPECT_EQ((Shown{{0, 2, 4}, 3}), listed(items, kAll));
+  EXPECT_EQ((Shown{{0, 2}, 5}), listed(items, {0, 2}));  // the one behind the page counts
+  EXPECT_EQ((Shown{{2}, 5}), listed(items, {1, 2}));
+  EXPECT_EQ((Shown{{2, 4}, 5}), listed(items, {2, 4}));  // one before the page counts
+}
+
+TEST(RecordList, a_page_that_shows_nothing_keeps_nothing) {
+  for (const PageRange page :
+       {PageRange{0, 0}, PageRange{5, 5}, PageRange{0xFFFFFFF6, 0}, page_range(-1, 10)}) {
+    RecordList list(page, is_hidden);
+    for (std::uint32_t i = 0; i < 5000; ++i) append(list, {i, i});
+    EXPECT_EQ(0U, list.size());
+    EXPECT_EQ((Shown{{}, 5000}), page_of(list));
   }
 }
 
-TEST(RecordList, a_start_beyond_the_end_asks_for_nothing) {
-  RecordList<Item> list;
-  EXPECT_EQ(0U, SortedRecords<Item>(list, 0).size());
-  list.append({1, 1}, 1);
-  EXPECT_EQ(1U, SortedRecords<Item>(list, 0xFFFFFFFF).size());
+/// The orders in which keys may come.
+std::vector<Item> items_of(int kind, std::uint32_t count, std::mt19937& random) {
+  std::vector<Item> items;
+  for (std::uint32_t i = 0; i < count; ++i) {
+    std::uint32_t key = 0;
+    switch (kind) {
+      case 0:
+        key = static_cast<std::uint32_t>(random());
+        break;
+      case 1:
+        key = static_cast<std::uint32_t>(random() % 700);
+        break;
+      case 2:
+        key = i;  // each in front of all before it
+        break;
+      case 3:
+        key = count - i;
+        break;
+      case 4:
+        key = 7;
+        break;
+      default:
+        key = i / 3 * (i % 2 == 0 ? 1 : 2);
+        break;
+    }
+    items.push_back({key, i, false, random() % 40});
+  }
+  return items;
 }
 
-int pieces_left = 0;
-void* take_while_there_is(std::size_t bytes, Pages) {
-  return pieces_left-- > 0 ? std::calloc(1, bytes) : nullptr;
+/// Pages as the words may ask for them, those whose arithmetic wraps included.
+std::vector<PageRange> pages_of(std::uint32_t count, std::mt19937& random) {
+  const auto n = static_cast<std::int32_t>(count);
+  std::vector<PageRange> pages = {page_range(1, 20),
+                                  page_range(3, 20),
+                                  page_range(1, 0),
+                                  page_range(0, 100),
+                                  page_range(-1, 100),
+                                  page_range(1, -1),
+                                  page_range(2, -1),
+                                  page_range(1, n),
+                                  page_range(2, n),
+                                  page_range(n, 1),
+                                  page_range(n + 1, 1),
+                                  page_range(1, n - 1),
+                                  page_range(65537, 65536),
+                                  page_range(2147483647, 2147483647),
+                                  kAll};
+  for (int i = 0; i < 6; ++i) {
+    const auto limit = static_cast<std::int32_t>(random() % 2000);
+    pages.push_back(page_range(static_cast<std::int32_t>(random() % 10), limit));
+  }
+  return pages;
 }
-void give_back(void* piece, std::size_t) {
-  std::free(piece);
+
+TEST(RecordList, every_page_is_that_of_all_records_sorted) {
+  std::mt19937 random(1);
+  for (int kind = 0; kind < 6; ++kind) {
+    for (const std::uint32_t count : {0U, 1U, 1024U, 1025U, 5000U}) {
+      for (const int hidden_of_8 : {0, 1, 6, 8}) {
+        std::vector<Item> items = items_of(kind, count, random);
+        for (Item& item : items) item.hidden = static_cast<int>(random() % 8) < hidden_of_8;
+        for (const PageRange page : pages_of(count, random)) {
+          ASSERT_EQ(plain_model(items, page), listed(items, page))
+              << "keys " << kind << ", " << count << " records, " << hidden_of_8
+              << " of 8 hidden, page " << page.start << " to " << page.end;
+        }
+      }
+    }
+  }
+}
+
+TEST(RecordList, hidden_records_in_one_place_only) {
+  std::mt19937 random(2);
+  for (const PageRange page : {PageRange{0, 20}, PageRange{100, 120}, PageRange{1000, 2500}}) {
+    for (int kind = 0; kind < 6; ++kind) {
+      std::vector<Item> items = items_of(kind, 9000, random);
+      std::vector<Item> sorted = items;
+      std::stable_sort(sorted.begin(), sorted.end(),
+                       [](const Item& a, const Item& b) { return a.key > b.key; });
+      // Before the page, on its first place, within, across its end, behind it.
+      for (const std::uint32_t first : {0U, page.start, page.start + 3, page.end - 2, page.end}) {
+        std::vector<Item> some = items;
+        for (std::uint32_t at = first; at < first + 5; ++at) some[sorted[at].number].hidden = true;
+        ASSERT_EQ(plain_model(some, page), listed(some, page)) << kind << " " << first;
+      }
+    }
+  }
+}
+
+// What is kept follows the page, not the records; and hidden ones take no more than their head.
+TEST(RecordList, no_order_of_keys_keeps_more_than_twice_the_page) {
+  std::mt19937 random(3);
+  for (const PageRange page : {PageRange{0, 20}, PageRange{1000, 2000}}) {
+    const std::uint32_t most = std::max(1024U, 2 * page.end);
+    for (int kind = 0; kind < 6; ++kind) {
+      RecordList list(page, is_hidden);
+      for (const Item& item : items_of(kind, 50000, random)) {
+        append(list, item);
+        ASSERT_LT(list.size(), most);
+      }
+      EXPECT_EQ(50000U, list.count());
+    }
+  }
+}
+
+std::uint32_t times_asked = 0;
+bool count_and_hide(std::span<const char> record) {
+  ++times_asked;
+  return is_hidden(record);
+}
+
+TEST(RecordList, each_record_is_asked_about_once_at_most) {
+  std::mt19937 random(4);
+  std::vector<Item> items = items_of(2, 50000, random);
+  for (Item& item : items) item.hidden = random() % 4 != 0;
+  times_asked = 0;
+  RecordList list({10, 500}, count_and_hide);
+  for (const Item& item : items) append(list, item);
+  EXPECT_GT(times_asked, 0U);
+  EXPECT_LE(times_asked, 50000U);
+  EXPECT_EQ(plain_model(items, {10, 500}), page_of(list));
+}
+
+std::size_t bytes_now = 0;
+std::size_t bytes_most = 0;
+void* counting_take(std::size_t bytes, Pages pages) {
+  bytes_now += bytes;
+  bytes_most = std::max(bytes_most, bytes_now);
+  return large_memory_take(bytes, pages);
+}
+void counting_give(void* piece, std::size_t bytes) {
+  if (piece != nullptr) bytes_now -= bytes;
+  large_memory_give(piece, bytes);
+}
+
+// 200000 records of 1005 bytes, each in front of all before it, for a page of 20: one chunk of 4
+// MiB, a table of chunks, the keys. With everyone hidden, 4 bytes and a key for each.
+TEST(RecordList, memory_follows_the_page) {
+  constexpr FoldMemory kCounted{counting_take, counting_give};
+  for (const bool hidden : {false, true}) {
+    bytes_most = 0;
+    {
+      RecordList list(page_range(1, 20), is_hidden, kCounted);
+      for (std::uint32_t i = 0; i < 200000; ++i) append(list, {i, i, hidden, 1000});
+      EXPECT_EQ(200000U, list.count());
+    }
+    EXPECT_EQ(0U, bytes_now);
+    EXPECT_LE(bytes_most, (std::size_t{5} << 20) + (hidden ? std::size_t{16} << 18 : 0));
+  }
+}
+
+int takes_left = 0;
+void* scarce_take(std::size_t bytes, Pages pages) {
+  return takes_left-- > 0 ? large_memory_take(bytes, pages) : nullptr;
 }
 
 TEST(RecordList, records_are_dropped_silently_without_memory) {
-  constexpr FoldMemory kScarce{take_while_there_is, give_back};
-  for (int pieces = 0; pieces < 3; ++pieces) {  // keys, the block table, the block
-    pieces_left = pieces;
-    RecordList<Item> list(kScarce);
-    EXPECT_EQ(nullptr, list.slot());
-    list.append({1, 1}, 1);
+  constexpr FoldMemory kScarce{.take = scarce_take};
+  for (int takes = 0; takes < 3; ++takes) {  // keys, the table of chunks, the chunk
+    takes_left = takes;
+    RecordList list(kAll, nullptr, kScarce);
+    append(list, {1, 1});
     EXPECT_EQ(0U, list.size());
+    EXPECT_EQ(0U, list.count());
   }
-  pieces_left = 3;
-  RecordList<Item> list(kScarce);
-  for (std::uint32_t i = 0; i < 5000; ++i) list.append({i, i}, i);
-  EXPECT_EQ(4096U, list.size());  // the keys could not be enlarged
-  pieces_left = 1;
-  for (std::uint32_t i = 5000; i < 6000; ++i) list.append({i, i}, i);
-  EXPECT_EQ(5096U, list.size());
-  EXPECT_EQ((std::vector<std::uint32_t>{5999, 5998}), values_from(list, 0, 2));
-  EXPECT_EQ((std::vector<std::uint32_t>{5000, 4095, 4094}), values_from(list, 999, 1002));
+  takes_left = 3;
+  RecordList list(kAll, nullptr, kScarce);
+  for (std::uint32_t i = 0; i < 5000; ++i) append(list, {i, i});
+  EXPECT_EQ(1024U, list.size());  // the keys could not be enlarged
+  takes_left = 1;
+  for (std::uint32_t i = 5000; i < 6000; ++i) append(list, {i, i});
+  EXPECT_EQ(2024U, list.count());
+  takes_left = 0;  // sorts in place
+  const Shown shown = page_of(list);
+  EXPECT_EQ(2024U, shown.count);
+  EXPECT_EQ(5999U, shown.numbers.front());
+  EXPECT_EQ(5000U, shown.numbers[999]);
+  EXPECT_EQ(1023U, shown.numbers[1000]);
+  EXPECT_EQ(0U, shown.numbers.back());
+}
+
+TEST(RecordList, drops_in_place_when_a_second_copy_does_not_fit) {
+  std::mt19937 random(5);
+  const std::vector<Item> items = items_of(0, 9000, random);
+  takes_left = 3;
+  RecordList list({300, 500}, nullptr, {.take = scarce_take});
+  for (const Item& item : items) append(list, item);
+  EXPECT_EQ(plain_model(items, {300, 500}), page_of(list));
 }
 
 }  // namespace

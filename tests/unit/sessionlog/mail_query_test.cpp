@@ -32,6 +32,9 @@ TEST(SessionQuery, words_set_the_page_and_the_download) {
   EXPECT_EQ(3, query.page);
   EXPECT_EQ(20, query.limit);
   EXPECT_TRUE(query.download);
+  EXPECT_EQ(0U, query.range().start);  // all of them, whatever the page
+  EXPECT_EQ(4294967295U, query.range().end);
+  query.download = false;
   EXPECT_EQ(40U, query.range().start);
   EXPECT_EQ(60U, query.range().end);
 }

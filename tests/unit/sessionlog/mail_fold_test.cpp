@@ -1,10 +1,14 @@
-#include "commands/sessionlog/mail_filter.h"
+#include "commands/sessionlog/mail_fold.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <cstring>
 #include <string>
 #include <string_view>
+#include <thread>
 
+#include "commands/sessionlog/mail_print.h"
 #include "tests/unit/sessionlog/mail_builder.h"
 
 using namespace std::literals;
@@ -12,9 +16,11 @@ using namespace std::literals;
 namespace qsvmon {
 namespace {
 
+constexpr PageRange kAll{0, 0xFFFFFFFF};
+
 bool passes(const MailRecord& record, const MailQuery& query) {
-  MailLogList list;
-  collect_mail(record, query, list);
+  RecordList list(kAll);
+  MailFold(query, list).add({&record, 1});
   return list.size() == 1;
 }
 
@@ -24,7 +30,7 @@ bool passes_keyword(const MailRecord& record, std::string_view keyword) {
   return passes(record, query);
 }
 
-TEST(MailFilter, a_mail_needs_a_key_addresses_and_a_time) {
+TEST(MailFold, a_mail_needs_a_key_addresses_and_a_time) {
   const MailQuery any;
   EXPECT_TRUE(passes(whole_mail().record(), any));
   EXPECT_FALSE(passes(whole_mail(0).record(), any));
@@ -33,7 +39,7 @@ TEST(MailFilter, a_mail_needs_a_key_addresses_and_a_time) {
   EXPECT_FALSE(passes(MailBuilder(1).time().element(kMailAddresses, "\1\2\3"sv).record(), any));
 }
 
-TEST(MailFilter, either_end_may_have_the_address) {
+TEST(MailFold, either_end_may_have_the_address) {
   MailQuery query;
   query.ip_net = 0x0100000A;
   EXPECT_TRUE(passes(whole_mail().record(), query));
@@ -43,7 +49,7 @@ TEST(MailFilter, either_end_may_have_the_address) {
   EXPECT_FALSE(passes(whole_mail().record(), query));
 }
 
-TEST(MailFilter, all_six_bytes_of_the_mac_count) {
+TEST(MailFold, all_six_bytes_of_the_mac_count) {
   MailQuery query;
   query.has_mac = true;
   EXPECT_FALSE(passes(whole_mail().record(), query));  // a mail without a MAC, even for zeros
@@ -54,7 +60,7 @@ TEST(MailFilter, all_six_bytes_of_the_mac_count) {
   EXPECT_FALSE(passes(whole_mail().mac().record(), query));
 }
 
-TEST(MailFilter, a_subject_that_cannot_be_decoded_hides_the_mail) {
+TEST(MailFold, a_subject_that_cannot_be_decoded_hides_the_mail) {
   const MailQuery any;
   EXPECT_TRUE(passes(whole_mail().subject("plain").record(), any));
   EXPECT_TRUE(passes(whole_mail().subject("").record(), any));  // no subject
@@ -65,7 +71,7 @@ TEST(MailFilter, a_subject_that_cannot_be_decoded_hides_the_mail) {
   EXPECT_TRUE(passes(whole_mail().from("=bad").to("=bad").cc("=bad").record(), any));
 }
 
-TEST(MailFilter, the_keyword_is_looked_for_in_every_text) {
+TEST(MailFold, the_keyword_is_looked_for_in_every_text) {
   const MailRecord record = whole_mail()
                                 .from("Ann <ann@x.com>")
                                 .to("Bob <bob@y.com>")
@@ -85,7 +91,7 @@ TEST(MailFilter, the_keyword_is_looked_for_in_every_text) {
 }
 
 // KEEP: raw headers, decoded Subject.
-TEST(MailFilter, the_subject_alone_is_matched_decoded) {
+TEST(MailFold, the_subject_alone_is_matched_decoded) {
   const std::string_view encoded = "=?UTF-8?B?5L2g5aW9?=";
   const MailRecord subject = whole_mail().subject("Re: =?UTF-8?B?5L2g5aW9?=").record();
   EXPECT_TRUE(passes_keyword(subject, "Re: \xC4\xE3\xBA\xC3"));
@@ -100,7 +106,7 @@ TEST(MailFilter, the_subject_alone_is_matched_decoded) {
   }
 }
 
-TEST(MailFilter, attachment_names_are_apart_and_bounded) {
+TEST(MailFold, attachment_names_are_apart_and_bounded) {
   MailBuilder six = whole_mail();
   for (const char* name : {"n1", "n2", "n3", "n4", "n5", "n6"}) six.attachment(name);
   EXPECT_TRUE(passes_keyword(six.record(), "n5"));
@@ -115,29 +121,69 @@ TEST(MailFilter, attachment_names_are_apart_and_bounded) {
   EXPECT_TRUE(passes_keyword(whole_mail().attachment(name).record(), name));
 }
 
-TEST(MailFilter, the_list_has_its_own_copy_with_the_subject_split) {
+TEST(MailFold, the_list_has_its_own_copy_with_the_subject_split) {
   const MailRecord record = whole_mail(9).subject("a b\tc").record();
   const MailRecord before = record;
-  MailLogList list;
-  collect_mail(record, MailQuery{}, list);
+  RecordList list(kAll);
+  MailFold(MailQuery{}, list).add({&record, 1});
   ASSERT_EQ(1U, list.size());
   EXPECT_EQ(0, std::memcmp(&before, &record, sizeof record));
-  const MailParts parts = mail_parts(list[0]);
-  EXPECT_EQ("a\0b\0c"sv, std::string_view(list[0].elems + parts.subject.at, parts.subject.length));
-  EXPECT_EQ(9U, std::uint32_t{list[0].key});
-  EXPECT_EQ(std::uint16_t{before.elemlen}, std::uint16_t{list[0].elemlen});
+  std::string expected(record.elems, record.elemlen);
+  expected.replace(expected.find("a b\tc"), 5, "a\0b\0c"sv);
+  EXPECT_EQ(expected, std::string(list[0].begin(), list[0].end()));
 }
 
-TEST(MailFilter, a_rejected_mail_leaves_no_trace) {
-  MailLogList list;
+TEST(MailFold, a_length_beyond_the_record_is_that_of_the_record) {
+  MailRecord record = whole_mail().record();
+  record.elemlen = 0xFFFF;
+  RecordList list(kAll);
+  MailFold(MailQuery{}, list).add({&record, 1});
+  ASSERT_EQ(1U, list.size());
+  EXPECT_EQ(sizeof record.elems, list[0].size());
+}
+
+TEST(MailFold, a_rejected_mail_leaves_no_trace) {
   MailQuery query;
   query.keyword = "wanted";
-  collect_mail(whole_mail(1).subject("other thing").from(std::string(500, 'x')).record(), query,
-               list);
-  collect_mail(whole_mail(2).subject("wanted").record(), query, list);
+  const MailRecord records[] = {
+      whole_mail(1).subject("other thing").from(std::string(500, 'x')).record(),
+      whole_mail(2).subject("wanted").record()};
+  RecordList list(kAll);
+  MailFold(query, list).add(records);
+  EXPECT_EQ(1U, list.count());
   ASSERT_EQ(1U, list.size());
-  const MailRecord expected = whole_mail(2).subject("wanted").record();
-  EXPECT_EQ(0, std::memcmp(&expected, &list[0], sizeof expected));
+  const std::string expected(records[1].elems, records[1].elemlen);
+  EXPECT_EQ(expected, std::string(list[0].begin(), list[0].end()));
+}
+
+// A daemon may be writing the area: lengths that change between two looks at them lead nowhere.
+TEST(MailFold, records_may_change_while_they_are_read) {
+  MailRecord record = whole_mail(1)
+                          .subject("a b c")
+                          .from("from")
+                          .attachment("one.pdf")
+                          .attachment("two.pdf")
+                          .record();
+  std::atomic<bool> done = false;
+  std::thread daemon([&] {
+    volatile char* const bytes = reinterpret_cast<char*>(&record);
+    for (unsigned turn = 0; !done; ++turn) {
+      for (std::size_t at = 4; at < 100; ++at) {
+        const char was = bytes[at];
+        bytes[at] = static_cast<char>(turn);
+        bytes[at] = was;
+      }
+    }
+  });
+  MailQuery query;
+  query.keyword = "no such word";
+  for (int i = 0; i < 20000; ++i) {
+    RecordList list(page_range(1, 1), is_hidden_mail);
+    MailFold(i % 2 == 0 ? query : MailQuery{}, list).add({&record, 1});
+    ASSERT_LE(list.count(), 1U);
+  }
+  done = true;
+  daemon.join();
 }
 
 }  // namespace

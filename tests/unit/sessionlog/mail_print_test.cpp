@@ -1,11 +1,12 @@
-#include "commands/sessionlog/mail_row.h"
+#include "commands/sessionlog/mail_print.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <string_view>
+#include <vector>
 
-#include "commands/sessionlog/mail_filter.h"
+#include "commands/sessionlog/mail_fold.h"
 #include "commands/sessionlog/session_page.h"
 #include "tests/unit/sessionlog/mail_builder.h"
 #include "tests/unit/sessionlog/row_fixture.h"
@@ -15,12 +16,14 @@ using namespace std::literals;
 namespace qsvmon {
 namespace {
 
-class MailRowTest : public RowTest {
+constexpr PageRange kAll{0, 0xFFFFFFFF};
+
+class MailPrintTest : public RowTest {
  protected:
   /// The row of a record that has not been filtered; "hidden" for none.
-  static std::string json(MailRecord record) {
+  static std::string json(const MailRecord& record) {
     MailRow row;
-    if (!row.load(record)) return "hidden";
+    if (!row.load(MailElements(record).bytes())) return "hidden";
     MemoryPrinter out;
     row.print(out);
     return out.str();
@@ -36,19 +39,27 @@ class MailRowTest : public RowTest {
     return all.substr(from, all.find('"', from) - from);
   }
 
-  static std::string page(MailLogList& list, int number, int limit) {
+  static void fill(RecordList& list, const std::vector<MailRecord>& mails) {
+    MailFold(MailQuery{}, list).add(mails);
+    list.sort();
+  }
+  static std::string page(const std::vector<MailRecord>& mails, int number, int limit) {
+    RecordList list(page_range(number, limit), is_hidden_mail);
+    fill(list, mails);
     MemoryPrinter out;
     MailRow row;
-    print_page(out, list, page_range(number, limit), row);
+    print_page(out, list, row);
     return out.str();
   }
-
-  static void collect(MailLogList& list, const MailBuilder& mail) {
-    collect_mail(mail.record(), MailQuery{}, list);
+  static std::string sheet(const std::vector<MailRecord>& mails) {
+    RecordList list(kAll, is_hidden_mail);
+    fill(list, mails);
+    MailRow row;
+    return sheet_bytes([&](CsvSheet& to) { write_sheet(to, list, row); });
   }
 };
 
-TEST_F(MailRowTest, every_member_has_its_place) {
+TEST_F(MailPrintTest, every_member_has_its_place) {
   EXPECT_EQ(
       "{\"src_ip\":\"10.0.0.1\",\"src_port\":1025,\"dst_ip\":\"192.168.1.2\",\"dst_port\":25,"
       "\"apid\":4660,\"appname\":\"undname\",\"mac\":\"00-11-22-33-44-55\","
@@ -68,7 +79,7 @@ TEST_F(MailRowTest, every_member_has_its_place) {
                .record()));
 }
 
-TEST_F(MailRowTest, absent_elements_are_empty) {
+TEST_F(MailPrintTest, absent_elements_are_empty) {
   EXPECT_EQ(
       "{\"src_ip\":\"10.0.0.1\",\"src_port\":1025,\"dst_ip\":\"192.168.1.2\",\"dst_port\":25,"
       "\"apid\":0,\"appname\":\"undname\",\"mac\":\"00-00-00-00-00-00\","
@@ -78,7 +89,7 @@ TEST_F(MailRowTest, absent_elements_are_empty) {
       json(whole_mail().record()));
 }
 
-TEST_F(MailRowTest, addresses_and_mac_are_labelled) {
+TEST_F(MailPrintTest, addresses_and_mac_are_labelled) {
   load_labels();
   const std::string row = json(whole_mail().mac().record());
   EXPECT_NE(std::string::npos,
@@ -87,7 +98,7 @@ TEST_F(MailRowTest, addresses_and_mac_are_labelled) {
       << row;
 }
 
-TEST_F(MailRowTest, a_header_that_cannot_be_decoded_hides_the_row) {
+TEST_F(MailPrintTest, a_header_that_cannot_be_decoded_hides_the_row) {
   EXPECT_EQ("hidden", json(whole_mail().from("=bad").record()));
   EXPECT_EQ("hidden", json(whole_mail().to("=bad").record()));
   EXPECT_EQ("hidden", json(whole_mail().cc("=bad").record()));
@@ -95,7 +106,7 @@ TEST_F(MailRowTest, a_header_that_cannot_be_decoded_hides_the_row) {
   EXPECT_EQ("hidden", json(whole_mail().from("\r\n").record()));
 }
 
-TEST_F(MailRowTest, a_header_of_no_bytes_hides_the_row) {
+TEST_F(MailPrintTest, a_header_of_no_bytes_hides_the_row) {
   EXPECT_EQ("hidden", json(whole_mail().from("").record()));
   EXPECT_EQ("hidden", json(whole_mail().to("").record()));
   EXPECT_EQ("hidden", json(whole_mail().cc("").record()));
@@ -104,7 +115,7 @@ TEST_F(MailRowTest, a_header_of_no_bytes_hides_the_row) {
   EXPECT_EQ("b@y.com", member(whole_mail().to("").to("b@y.com").record(), "to"));
 }
 
-TEST_F(MailRowTest, attachment_names_are_decoded_and_joined) {
+TEST_F(MailPrintTest, attachment_names_are_decoded_and_joined) {
   EXPECT_EQ("\xC4\xE3.txt,b,c,d,e", member(whole_mail()
                                                .attachment("=?gb2312?Q?=C4=E3.txt?=")
                                                .attachment("b")
@@ -130,106 +141,111 @@ TEST_F(MailRowTest, attachment_names_are_decoded_and_joined) {
   EXPECT_EQ("ab", member(whole_mail().element(kMailAttachment, "ab\0cd\0"sv).record(), "file"));
 }
 
-TEST_F(MailRowTest, texts_are_cleaned) {
+TEST_F(MailPrintTest, texts_are_cleaned) {
   EXPECT_EQ("ab", member(whole_mail().from("a\\\x1b\"b").record(), "from"));
   EXPECT_EQ("Jos_Grcia<j@x>",
             member(whole_mail().from("=?gb?Q?Jos\\_?= Gr\"cia <j@x>").record(), "from"));
 }
 
 // KEEP: the filter has split the Subject, so that its first word alone is left to show.
-TEST_F(MailRowTest, after_the_filter_the_first_word_of_a_subject_is_shown) {
-  MailLogList list;
-  collect(list, whole_mail().subject("Re: =?UTF-8?B?5L2g5aW9?="));
-  MemoryPrinter out;
+TEST_F(MailPrintTest, after_the_filter_the_first_word_of_a_subject_is_shown) {
+  const std::string text = page({whole_mail().subject("Re: =?UTF-8?B?5L2g5aW9?=").record()}, 1, 1);
+  EXPECT_NE(std::string::npos, text.find("\"subject\":\"Re:\",\"tolen\"")) << text;
+}
+
+TEST_F(MailPrintTest, a_page_that_is_printed_again_is_the_same) {
+  RecordList list(kAll, is_hidden_mail);
+  fill(list, {whole_mail().from("Bob Smith <b@x>").to("a\tb").subject("a b").record()});
+  MemoryPrinter first;
+  MemoryPrinter second;
   MailRow row;
-  ASSERT_TRUE(row.load(list[0]));
-  row.print(out);
-  EXPECT_NE(std::string::npos, out.str().find("\"subject\":\"Re:\",\"tolen\"")) << out.str();
+  print_page(first, list, row);
+  print_page(second, list, row);
+  EXPECT_NE(std::string::npos, first.str().find("\"from\":\"BobSmith<b@x>\",\"to\":\"ab\""));
+  EXPECT_EQ(first.str(), second.str());
 }
 
-TEST_F(MailRowTest, pages_hold_the_largest_keys_first) {
-  MailLogList list;
-  collect(list, whole_mail(2).from("two"));
-  collect(list, whole_mail(9).from("nine"));
-  collect(list, whole_mail(5).from("five"));
-  const auto froms = [](std::string_view text) {
+TEST_F(MailPrintTest, pages_hold_the_largest_keys_first) {
+  const std::vector<MailRecord> mails = {whole_mail(2).from("two").record(),
+                                         whole_mail(9).from("nine").record(),
+                                         whole_mail(5).from("five").record()};
+  const auto froms = [&](int number, int limit) {
+    const std::string text = page(mails, number, limit);
     std::string all;
-    for (std::size_t at = 0; (at = text.find("\"from\":\"", at)) != std::string_view::npos;) {
+    for (std::size_t at = 0; (at = text.find("\"from\":\"", at)) != std::string::npos;) {
       at += 8;
-      all += std::string(text.substr(at, text.find('"', at) - at)) + " ";
+      all += text.substr(at, text.find('"', at) - at) + " ";
     }
-    const std::size_t count = text.find("\"count\":");
-    return all + std::string(text.substr(count + 8));
+    return all + text.substr(text.find("\"count\":") + 8);
   };
-  EXPECT_EQ("nine five two 3}", froms(page(list, 1, 100)));
-  EXPECT_EQ("nine five 3}", froms(page(list, 1, 2)));
-  EXPECT_EQ("two 3}", froms(page(list, 2, 2)));
-  EXPECT_EQ("3}", froms(page(list, 3, 2)));
-  EXPECT_EQ("3}", froms(page(list, 0, 100)));  // start wraps below 0, end is 0
-  EXPECT_EQ("3}", froms(page(list, 1, 0)));
-  EXPECT_EQ("nine five two 3}", froms(page(list, 1, -1)));  // end is 2^32 - 1
-  EXPECT_EQ("3}", froms(page(list, -1, 1)));
-  EXPECT_EQ("nine five two 3}", froms(page(list, 65537, 65536)));  // 2^32 wraps to 0
+  EXPECT_EQ("nine five two 3}", froms(1, 100));
+  EXPECT_EQ("nine five 3}", froms(1, 2));
+  EXPECT_EQ("two 3}", froms(2, 2));
+  EXPECT_EQ("3}", froms(3, 2));
+  EXPECT_EQ("3}", froms(0, 100));  // start wraps below 0, end is 0
+  EXPECT_EQ("3}", froms(1, 0));
+  EXPECT_EQ("nine five two 3}", froms(1, -1));  // end is 2^32 - 1
+  EXPECT_EQ("3}", froms(-1, 1));
+  EXPECT_EQ("nine five two 3}", froms(65537, 65536));  // 2^32 wraps to 0
 }
 
-TEST_F(MailRowTest, an_empty_list_has_no_rows) {
-  MailLogList list;
-  EXPECT_EQ("{\"data\":[],\"count\":0}", page(list, 1, 100));
+TEST_F(MailPrintTest, an_empty_list_has_no_rows) {
+  EXPECT_EQ("{\"data\":[],\"count\":0}", page({}, 1, 100));
 }
 
 // KEEP: what is hidden on the page neither counts nor takes a place; what is hidden elsewhere does.
-TEST_F(MailRowTest, hidden_rows_on_the_page_are_not_counted) {
-  MailLogList list;
-  collect(list, whole_mail(9).from("a"));
-  collect(list, whole_mail(8).from("=bad"));
-  collect(list, whole_mail(7).from("c"));
-  collect(list, whole_mail(6).from("=bad"));
-  collect(list, whole_mail(5).from("e"));
-  const std::string first = page(list, 1, 2);
+TEST_F(MailPrintTest, hidden_rows_on_the_page_are_not_counted) {
+  const std::vector<MailRecord> mails = {
+      whole_mail(9).from("a").record(), whole_mail(8).from("=bad").record(),
+      whole_mail(7).from("c").record(), whole_mail(6).from("=bad").record(),
+      whole_mail(5).from("e").record(),
+  };
+  const std::string first = page(mails, 1, 2);
   EXPECT_NE(std::string::npos, first.find("\"from\":\"a\""));
   EXPECT_NE(std::string::npos, first.find("\"},{"));
   EXPECT_NE(std::string::npos, first.find("\"from\":\"c\""));
   EXPECT_EQ(std::string::npos, first.find("\"from\":\"e\""));
   EXPECT_NE(std::string::npos, first.find("],\"count\":4}"));
   // The second page begins at the third record, whichever were hidden on the first.
-  const std::string second = page(list, 2, 2);
+  const std::string second = page(mails, 2, 2);
   EXPECT_EQ(0U, second.find("{\"data\":[{"));
   EXPECT_NE(std::string::npos, second.find("\"from\":\"c\""));
   EXPECT_NE(std::string::npos, second.find("\"from\":\"e\""));
   EXPECT_NE(std::string::npos, second.find("],\"count\":4}"));
-  const std::string all = page(list, 1, 100);
+  const std::string all = page(mails, 1, 100);
   EXPECT_NE(std::string::npos, all.find("],\"count\":3}"));
 }
 
 // The filter takes an empty Subject; the page finds it hidden, and does not count it.
-TEST_F(MailRowTest, empty_headers_are_listed_and_hidden_on_the_page_alone) {
-  MailLogList list;
-  collect(list, whole_mail(9).from("a"));
-  collect(list, whole_mail(8).subject(""));
-  collect(list, whole_mail(7).cc(""));
-  collect(list, whole_mail(6).from("d"));
-  ASSERT_EQ(4U, list.size());
-  const std::string all = page(list, 1, 100);
+TEST_F(MailPrintTest, empty_headers_are_listed_and_hidden_on_the_page_alone) {
+  const std::vector<MailRecord> mails = {
+      whole_mail(9).from("a").record(),
+      whole_mail(8).subject("").record(),
+      whole_mail(7).cc("").record(),
+      whole_mail(6).from("d").record(),
+  };
+  const std::string all = page(mails, 1, 100);
   EXPECT_NE(std::string::npos, all.find("\"from\":\"a\""));
   EXPECT_NE(std::string::npos, all.find("\"from\":\"d\""));
   EXPECT_NE(std::string::npos, all.find("],\"count\":2}"));
-  EXPECT_NE(std::string::npos, page(list, 1, 1).find("],\"count\":4}"));
-  EXPECT_NE(std::string::npos, page(list, 2, 1).find("],\"count\":2}"));
+  EXPECT_NE(std::string::npos, page(mails, 1, 1).find("],\"count\":4}"));
+  EXPECT_NE(std::string::npos, page(mails, 2, 1).find("],\"count\":2}"));
 }
 
-TEST_F(MailRowTest, the_sheet_has_twelve_columns) {
-  MailLogList list;
-  collect(list, whole_mail(3)
-                    .mac()
-                    .from("Bob Smith <b@x>")
-                    .to("=?gb2312?Q?=C4=E3?=")
-                    .cc("c, d")
-                    .subject("one two")
-                    .attachment("a b.txt")
-                    .attachment("c"));
-  collect(list, whole_mail(4));
-  collect(list, whole_mail(5).cc("=bad"));
-  MailRow row;
+TEST_F(MailPrintTest, the_sheet_has_twelve_columns) {
+  const std::vector<MailRecord> mails = {
+      whole_mail(3)
+          .mac()
+          .from("Bob Smith <b@x>")
+          .to("=?gb2312?Q?=C4=E3?=")
+          .cc("c, d")
+          .subject("one two")
+          .attachment("a b.txt")
+          .attachment("c")
+          .record(),
+      whole_mail(4).record(),
+      whole_mail(5).cc("=bad").record(),
+  };
   EXPECT_EQ(
       "\n"
       "\xD4\xB4\xB5\xD8\xD6\xB7,\xD4\xB4\xB6\xCB\xBF\xDA,\xC4\xBF\xB1\xEA\xB5\xD8\xD6\xB7,"
@@ -240,13 +256,11 @@ TEST_F(MailRowTest, the_sheet_has_twelve_columns) {
       "\n10.0.0.1,260,192.168.1.2,6400,2024-03-05/07:07:21,undname,00-00-00-00-00-00,,,,,"
       "\n10.0.0.1,260,192.168.1.2,6400,2024-03-05/07:07:21,undname,00-11-22-33-44-55,"
       "BobSmith<b@x>,\xC4\xE3,c,d,one,ab.txt,c",
-      sheet_bytes([&](CsvSheet& sheet) { write_sheet(sheet, list, row); }));
+      sheet(mails));
 }
 
-TEST_F(MailRowTest, the_sheet_of_an_empty_list_is_its_header) {
-  MailLogList list;
-  MailRow row;
-  const std::string bytes = sheet_bytes([&](CsvSheet& sheet) { write_sheet(sheet, list, row); });
+TEST_F(MailPrintTest, the_sheet_of_an_empty_list_is_its_header) {
+  const std::string bytes = sheet({});
   EXPECT_EQ('\n', bytes.front());
   EXPECT_EQ(std::string::npos, bytes.find('\n', 1));
 }

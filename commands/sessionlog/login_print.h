@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 #include "commands/sessionlog/csv_sheet.h"
@@ -20,8 +21,8 @@ template <class LoginRecord>
 class LoginRow {
  public:
   using Record = LoginRecord;
-  bool load(Record& record) {
-    record_ = &record;
+  bool load(std::span<const char> record) {
+    record_ = reinterpret_cast<const Record*>(record.data());
     return true;
   }
 

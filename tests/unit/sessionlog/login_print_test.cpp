@@ -1,11 +1,13 @@
-#include "commands/sessionlog/login_row.h"
+#include "commands/sessionlog/login_print.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "commands/sessionlog/login_fold.h"
 #include "commands/sessionlog/session_page.h"
 #include "tests/unit/sessionlog/row_fixture.h"
 
@@ -49,11 +51,24 @@ TelnetLogRecord telnet(int cmdlen, std::string_view cmd, std::string_view user) 
 }
 
 template <class Row>
-std::string json(typename Row::Record record) {
+std::string json(const typename Row::Record& record) {
   Row row;
-  EXPECT_TRUE(row.load(record));
+  EXPECT_TRUE(row.load({reinterpret_cast<const char*>(&record), sizeof record}));
   MemoryPrinter out;
   row.print(out);
+  return out.str();
+}
+
+constexpr PageRange kAll{0, 0xFFFFFFFF};
+
+template <class Row>
+std::string page(const std::vector<typename Row::Record>& records, PageRange range) {
+  RecordList list(range);
+  LoginFold<typename Row::Record>(list).add(records);
+  list.sort();
+  Row row;
+  MemoryPrinter out;
+  print_page(out, list, row);
   return out.str();
 }
 
@@ -62,20 +77,20 @@ constexpr std::string_view kJsonHead =
     "\"mac\":\"00-11-22-33-44-55\",\"start\":1709622441,\"req_time\":\"2024-03-05/07:08:09\","
     "\"time\":1709622489,\"srcip_desc\":\"\",\"dstip_desc\":\"\",\"ipmac_desc\":\"\"";
 
-class LoginRowTest : public RowTest {};
+class LoginPrintTest : public RowTest {};
 
-TEST_F(LoginRowTest, ftp_members) {
+TEST_F(LoginPrintTest, ftp_members) {
   EXPECT_EQ(std::string(kJsonHead) +
                 ",\"user\":\"anonymous\",\"optype\":\"RETR\",\"name\":\"/pub/a b.txt\"}",
             json<FtpRow>(ftp(2, "/pub/a b.txt", "anonymous")));
 }
 
-TEST_F(LoginRowTest, telnet_members) {
+TEST_F(LoginPrintTest, telnet_members) {
   EXPECT_EQ(std::string(kJsonHead) + ",\"user\":\"root\",\"cmd\":\"uname -a\"}",
             json<TelnetRow>(telnet(8, "uname -a", "root")));
 }
 
-TEST_F(LoginRowTest, ends_are_labelled) {
+TEST_F(LoginPrintTest, ends_are_labelled) {
   load_labels();
   for (const std::string& row :
        {json<FtpRow>(ftp(2, "x", "y")), json<TelnetRow>(telnet(1, "x", "y"))}) {
@@ -93,20 +108,20 @@ TEST(FtpVerb, each_operation_has_its_command) {
   for (int i = 9; i < 256; ++i) EXPECT_EQ("NULL", ftp_verb(static_cast<std::uint8_t>(i)));
 }
 
-TEST_F(LoginRowTest, an_operation_beyond_the_table_is_null) {
+TEST_F(LoginPrintTest, an_operation_beyond_the_table_is_null) {
   EXPECT_EQ(std::string(kJsonHead) + ",\"user\":\"u\",\"optype\":\"NULL\",\"name\":\"n\"}",
             json<FtpRow>(ftp(200, "n", "u")));
 }
 
 // KEEP: user and file names break the JSON when they hold a double quote.
-TEST_F(LoginRowTest, names_stand_as_they_are) {
+TEST_F(LoginPrintTest, names_stand_as_they_are) {
   EXPECT_EQ(std::string(kJsonHead) + ",\"user\":\"a\"b\\\",\"optype\":\"USER\",\"name\":\"\t\"\"}",
             json<FtpRow>(ftp(7, "\t\"", "a\"b\\")));
   EXPECT_EQ(std::string(kJsonHead) + ",\"user\":\"a\"b\",\"cmd\":\"\"}",
             json<TelnetRow>(telnet(0, "", "a\"b")));
 }
 
-TEST_F(LoginRowTest, fields_without_a_nul_end_with_their_width) {
+TEST_F(LoginPrintTest, fields_without_a_nul_end_with_their_width) {
   EXPECT_EQ(std::string(kJsonHead) + ",\"user\":\"" + std::string(24, 'u') +
                 "\",\"optype\":\"UNKN\",\"name\":\"" + std::string(64, 'n') + "\"}",
             json<FtpRow>(ftp(0, std::string(64, 'n'), std::string(24, 'u'))));
@@ -115,7 +130,7 @@ TEST_F(LoginRowTest, fields_without_a_nul_end_with_their_width) {
             json<TelnetRow>(telnet(255, std::string(129, 'c'), std::string(32, 'u'))));
 }
 
-TEST_F(LoginRowTest, a_telnet_command_is_cut_at_its_length_and_cleaned) {
+TEST_F(LoginPrintTest, a_telnet_command_is_cut_at_its_length_and_cleaned) {
   struct {
     int cmdlen;
     std::string_view cmd;
@@ -133,19 +148,14 @@ TEST_F(LoginRowTest, a_telnet_command_is_cut_at_its_length_and_cleaned) {
   }
 }
 
-TEST_F(LoginRowTest, the_newest_come_first_and_all_are_counted) {
-  RecordList<FtpLogRecord> list;
-  const std::uint32_t times[] = {5, 0xF0000000, 7, 5};
-  for (std::size_t i = 0; i < 4; ++i) {
-    FtpLogRecord record = ftp(static_cast<int>(i), "n", "u");
-    record.head.time = times[i];
-    list.append(record, record.head.time);
+TEST_F(LoginPrintTest, the_newest_come_first_and_all_are_counted) {
+  std::vector<FtpLogRecord> records;
+  for (const std::uint32_t time : {5U, 0xF0000000U, 7U, 5U}) {
+    records.push_back(ftp(static_cast<int>(records.size()), "n", "u"));
+    records.back().head.time = time;
   }
-  const auto verbs = [&](int page, int limit) {
-    MemoryPrinter out;
-    FtpRow row;
-    print_page(out, list, page_range(page, limit), row);
-    const std::string& text = out.str();
+  const auto verbs = [&](int number, int limit) {
+    const std::string text = page<FtpRow>(records, page_range(number, limit));
     std::string all;
     for (std::size_t at = 0; (at = text.find("\"optype\":\"", at)) != std::string::npos; ++at) {
       all += text.substr(at + 10, 4) + " ";
@@ -160,34 +170,35 @@ TEST_F(LoginRowTest, the_newest_come_first_and_all_are_counted) {
   EXPECT_EQ("STOR RETR UNKN DELE 4}", verbs(1, -1));
 }
 
-TEST_F(LoginRowTest, an_empty_list_has_no_rows) {
-  RecordList<TelnetLogRecord> list;
-  TelnetRow row;
-  MemoryPrinter out;
-  print_page(out, list, page_range(1, 100), row);
-  EXPECT_EQ("{\"data\":[],\"count\":0}", out.str());
+TEST_F(LoginPrintTest, an_empty_list_has_no_rows) {
+  EXPECT_EQ("{\"data\":[],\"count\":0}", page<TelnetRow>({}, page_range(1, 100)));
 }
 
-TEST_F(LoginRowTest, the_ftp_sheet_is_utf8) {
-  RecordList<FtpLogRecord> list;
-  list.append(ftp(1, "a,b\"c", "user one"), 1);
-  list.append(ftp(99, "d", ""), 2);
+TEST_F(LoginPrintTest, the_ftp_sheet_is_utf8) {
+  FtpLogRecord records[] = {ftp(1, "a,b\"c", "user one"), ftp(99, "d", "")};
+  records[1].head.time = 1709622490;
+  RecordList list(kAll);
+  LoginFold<FtpLogRecord>(list).add(records);
+  list.sort();
   FtpRow row;
   EXPECT_EQ(
       "\n"
       "\u6E90\u5730\u5740,\u6E90\u7AEF\u53E3,\u76EE\u6807\u5730\u5740,\u76EE\u6807\u7AEF\u53E3,"
       "\u6E90MAC,\u8FDE\u63A5\u65F6\u95F4,\u64CD\u4F5C\u65F6\u95F4,\u7528\u6237\u540D,"
       "\u64CD\u4F5C\u7C7B\u578B,\u5BF9\u8C61\u540D\u79F0"
-      "\n10.0.0.1,1025,192.168.1.2,21,00-11-22-33-44-55,2024-03-05/07:07:21,2024-03-05/07:08:09,"
+      "\n10.0.0.1,1025,192.168.1.2,21,00-11-22-33-44-55,2024-03-05/07:07:21,2024-03-05/07:08:10,"
       ",NULL,d"
       "\n10.0.0.1,1025,192.168.1.2,21,00-11-22-33-44-55,2024-03-05/07:07:21,2024-03-05/07:08:09,"
       "user one,STOR,a,b\"c",
       sheet_bytes([&](CsvSheet& sheet) { write_sheet(sheet, list, row); }));
 }
 
-TEST_F(LoginRowTest, the_telnet_sheet_is_gbk_and_its_commands_raw) {
-  RecordList<TelnetLogRecord> list;
-  list.append(telnet(2, "ls \"a\"\\b", "root"), 1);  // KEEP: the length does not count here
+TEST_F(LoginPrintTest, the_telnet_sheet_is_gbk_and_its_commands_raw) {
+  RecordList list(kAll);
+  // KEEP: the length does not count here
+  const TelnetLogRecord record = telnet(2, "ls \"a\"\\b", "root");
+  LoginFold<TelnetLogRecord>(list).add({&record, 1});
+  list.sort();
   TelnetRow row;
   EXPECT_EQ(
       "\n"

@@ -1,11 +1,11 @@
-#include "commands/sessionlog/login_row.h"
+#include "commands/sessionlog/login_print.h"
 
 #include <algorithm>
 #include <cstring>
 
 #include "commands/sessionlog/clean_text.h"
 #include "commands/sessionlog/codec/gb2312.h"
-#include "commands/sessionlog/session_row.h"
+#include "commands/sessionlog/session_print.h"
 #include "format/address.h"
 #include "format/byte_order.h"
 #include "format/text.h"
@@ -14,30 +14,30 @@
 namespace qsvmon {
 namespace {
 
-SessionEnds ends_of(const LoginHead& head) {
-  SessionEnds ends{head.sip_net, head.dip_net, head.sport_net, head.dport_net, {}};
-  std::memcpy(ends.mac, head.mac, sizeof ends.mac);
-  return ends;
+Endpoints endpoints_of(const LoginHead& head) {
+  Endpoints endpoints{head.sip_net, head.dip_net, head.sport_net, head.dport_net, {}};
+  std::memcpy(endpoints.mac, head.mac, sizeof endpoints.mac);
+  return endpoints;
 }
 
 /// All members up to "user".
-void print_head(Printer& out, const LoginHead& head, std::string_view user, LabelCache& labels) {
-  const SessionEnds ends = ends_of(head);
-  const EndLabels end_labels = labels_of(ends, labels);
+void print_head(Printer& out, const LoginHead& head, std::string_view user, LabelCache& cache) {
+  const Endpoints endpoints = endpoints_of(head);
+  const EndpointLabels labels = labels_of(endpoints, cache);
   out.put('{');
-  print_ends(out, ends);
-  print_mac(out, ends);
+  print_endpoints(out, endpoints);
+  print_mac(out, endpoints);
   out.put(",\"start\":", std::uint32_t{head.start});
   print_request_time(out, head.time);
-  print_labels(out, end_labels);
+  print_labels(out, labels);
   out.put(",\"user\":\"", user, '"');
 }
 
 /// All cells up to the user's.
 void write_head(CsvSheet& sheet, const LoginHead& head, std::string_view user) {
-  const SessionEnds ends = ends_of(head);
-  csv_ends(sheet, ends, from_net16(ends.sport_net), from_net16(ends.dport_net));
-  csv_text(sheet, MacText{ends.mac});
+  const Endpoints endpoints = endpoints_of(head);
+  csv_endpoints(sheet, endpoints, from_net16(endpoints.sport_net), from_net16(endpoints.dport_net));
+  csv_text(sheet, MacText{endpoints.mac});
   csv_text(sheet, LocalTimeText{head.start});
   csv_text(sheet, LocalTimeText{head.time});
   csv_text(sheet, user);

@@ -1,0 +1,132 @@
+#include "commands/listing/record_list.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "commands/listing/radix_sort.h"
+
+namespace qsvmon {
+namespace {
+
+/// A list of fewer is left as it is: dropping costs more than the memory is worth.
+constexpr std::uint64_t kWorthDropping = 1024;
+
+/// No list gets that long: records of 4 bytes would fill the store before.
+constexpr std::uint32_t kNeverReached = std::uint32_t{1} << 31;
+
+/// Marks of records.
+constexpr std::uint16_t kNotAsked = 0;
+constexpr std::uint16_t kShown = 1;
+constexpr std::uint16_t kHidden = 2;
+
+std::uint64_t swap_halves(std::uint64_t item) {
+  return item << 32 | item >> 32;
+}
+
+}  // namespace
+
+RecordList::RecordList(PageRange page, IsHidden is_hidden, FoldMemory memory)
+    : page_(page),
+      is_hidden_(is_hidden),
+      memory_(memory),
+      records_(memory),
+      drop_at_(std::max(kWorthDropping, std::uint64_t{page.end} * 2)) {
+  if (page.start >= page.end || page.start >= kNeverReached) {  // shows nothing: all lies behind
+    has_last_key_ = true;
+    last_key_ = 0xFFFFFFFF;
+  }
+}
+
+RecordList::~RecordList() {
+  memory_.give(items_, room_ * sizeof *items_);
+}
+
+void RecordList::keep(std::uint32_t key, std::span<const char> record) {
+  std::uint32_t place = 0;
+  std::uint16_t mark = kNotAsked;
+  if (asks_at_once_) {
+    mark = is_hidden_(record) ? kHidden : kShown;
+    if (mark == kHidden) record = {};
+  }
+  if (size_ == room_ && !grow_items()) return;
+  if (!records_.add(record, place)) return;
+  records_.set_mark(place, mark);
+  items_[size_++] = std::uint64_t{~key} << 32 | place;
+  ++count_;
+  if (size_ == drop_at_) drop_what_lies_behind();
+}
+
+bool RecordList::grow_items() {
+  const std::size_t room = room_ == 0 ? kWorthDropping : room_ * 2;
+  auto* grown = static_cast<std::uint64_t*>(memory_.take(room * sizeof *items_, Pages::kOnTouch));
+  if (grown == nullptr) return false;
+  if (size_ != 0) std::memcpy(grown, items_, size_ * sizeof *items_);
+  memory_.give(items_, room_ * sizeof *items_);
+  items_ = grown;
+  room_ = room;
+  return true;
+}
+
+void RecordList::sort() {
+  std::uint64_t* spare = nullptr;
+  if (size_ > kFewItems) {
+    spare = static_cast<std::uint64_t*>(memory_.take(room_ * sizeof *items_, Pages::kOnTouch));
+  }
+  if (spare == nullptr) {  // the place in the lower half keeps equal keys as they came
+    sort_in_place({items_, size_});
+    return;
+  }
+  if (radix_sort(items_, spare, size_).items == spare) std::swap(items_, spare);
+  memory_.give(spare, room_ * sizeof *items_);
+}
+
+/// Whether the record is left out of the page. What is hidden once is hidden for good, and as it
+/// does not lie before the page it never will again: nothing of it is needed any more.
+bool RecordList::hides(std::uint32_t place) {
+  if (is_hidden_ == nullptr) return false;
+  if (records_.mark(place) == kNotAsked) {
+    const bool hidden = is_hidden_(records_[place]);
+    records_.set_mark(place, hidden ? kHidden : kShown);
+    if (hidden) records_.empty(place);
+  }
+  return records_.mark(place) == kHidden;
+}
+
+/// How many of the sorted records the page needs: those before it, and as many behind as it takes
+/// to find all that it shows. When they are found, nothing behind the last of them counts any more.
+std::uint32_t RecordList::needed() {
+  std::uint32_t to_show = page_.end - page_.start;
+  std::uint32_t position = std::min(page_.start, size_);
+  for (; position < size_; ++position) {
+    if (!hides(place_of(items_[position])) && --to_show == 0) {
+      has_last_key_ = true;
+      last_key_ = ~static_cast<std::uint32_t>(items_[position] >> 32);
+      return position + 1;
+    }
+  }
+  asks_at_once_ = is_hidden_ != nullptr;  // hidden ones may be all that comes: none is kept whole
+  return size_;
+}
+
+/// Sorting costs a time linear in the records, and they have doubled since the last one.
+void RecordList::drop_what_lies_behind() {
+  sort();
+  drop_from(needed());
+  drop_at_ = std::max(kWorthDropping, std::uint64_t{size_} * 2);
+}
+
+/// Moves the records before `position` together, in the order in which they lie, which is that in
+/// which they came.
+void RecordList::drop_from(std::uint32_t position) {
+  size_ = position;
+  for (std::uint32_t i = 0; i < size_; ++i) items_[i] = swap_halves(items_[i]);
+  sort();
+  records_.rewind();
+  for (std::uint32_t i = 0; i < size_; ++i) {
+    const std::uint64_t item = swap_halves(items_[i]);
+    items_[i] = (item & ~std::uint64_t{0xFFFFFFFF}) | records_.move(place_of(item));
+  }
+}
+
+}  // namespace qsvmon

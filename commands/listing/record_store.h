@@ -1,0 +1,75 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "commands/listing/entry_blocks.h"
+
+namespace qsvmon {
+
+/// Records of different lengths, one behind the other in chunks of memory, none across two of them.
+/// A record is found by its place, a number that grows with each record; up to 16 GiB of them.
+class RecordStore {
+ public:
+  static constexpr std::size_t kMaxRecordBytes = 0xFFFF;
+
+  explicit RecordStore(FoldMemory memory) : memory_(memory) {}
+  RecordStore(const RecordStore&) = delete;
+  RecordStore& operator=(const RecordStore&) = delete;
+  ~RecordStore();
+
+  /// Copies `record` (at most kMaxRecordBytes) behind the others. False without memory.
+  bool add(std::span<const char> record, std::uint32_t& place);
+
+  std::span<const char> operator[](std::uint32_t place) const {
+    const Head* head = at(place);
+    return {reinterpret_cast<const char*>(head + 1), head->bytes};
+  }
+
+  /// Has a record's first cache lines fetched.
+  void prefetch(std::uint32_t place) const {
+    const auto* bytes = reinterpret_cast<const char*>(at(place));
+    for (std::size_t line = 0; line < 4; ++line) __builtin_prefetch(bytes + line * 64);
+  }
+
+  /// A mark of the caller's beside the record, 0 at first.
+  std::uint16_t mark(std::uint32_t place) const { return at(place)->mark; }
+  void set_mark(std::uint32_t place, std::uint16_t mark) { at(place)->mark = mark; }
+
+  /// Leaves nothing of a record but its mark; the memory is used again after the next `rewind`.
+  void empty(std::uint32_t place) { at(place)->bytes = 0; }
+
+  /// Moves records together at the start, the memory being kept: `rewind`, then `move` for each
+  /// that is to stay, in the order of their places. The others are gone. `move` returns the new
+  /// place, which is never behind the old one.
+  void rewind() { end_ = 0; }
+  std::uint32_t move(std::uint32_t place);
+
+ private:
+  struct Head {
+    std::uint16_t bytes;
+    std::uint16_t mark;
+  };
+
+  static constexpr std::size_t kUnit = sizeof(Head);                ///< places are counted in units
+  static constexpr std::size_t kChunkBytes = std::size_t{4} << 20;  ///< two large pages
+  static constexpr std::uint32_t kChunkUnits = kChunkBytes / kUnit;
+  static constexpr std::uint32_t kMaxChunks = 4096;  ///< 2^32 units
+
+  static std::uint32_t units_of(std::size_t bytes) {
+    return static_cast<std::uint32_t>((sizeof(Head) + bytes + kUnit - 1) / kUnit);
+  }
+  Head* at(std::uint32_t place) const {
+    return reinterpret_cast<Head*>(chunks_[place / kChunkUnits]) + place % kChunkUnits;
+  }
+  std::uint64_t next_place(std::uint32_t units) const;
+  bool add_chunk();
+
+  FoldMemory memory_;
+  char** chunks_ = nullptr;  ///< room for kMaxChunks, of which those in use alone are touched
+  std::uint32_t chunk_count_ = 0;
+  std::uint64_t end_ = 0;  ///< behind the last record, in units
+};
+
+}  // namespace qsvmon

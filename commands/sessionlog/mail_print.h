@@ -1,0 +1,79 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "commands/sessionlog/csv_sheet.h"
+#include "commands/sessionlog/label_cache.h"
+#include "commands/sessionlog/mail_parts.h"
+#include "format/printer.h"
+
+namespace qsvmon {
+
+/// The texts of a mail, decoded.
+class MailTexts {
+ public:
+  /// Decodes From, To, Cc and Subject. False when one is there and cannot be decoded (one of no
+  /// bytes cannot). The texts that `parts` refers to are split.
+  bool decode(const MailParts& parts);
+
+  std::string_view from() const { return from_.view(); }
+  std::string_view to() const { return to_.view(); }
+  std::string_view cc() const { return cc_.view(); }
+  std::string_view subject() const { return subject_.view(); }
+
+ private:
+  static constexpr int kTextBytes = 1024;
+
+  struct Text {
+    bool decode(std::span<char> header);
+    std::string_view view() const { return {bytes, static_cast<std::size_t>(length)}; }
+
+    char bytes[kTextBytes];
+    int length = 0;
+  };
+
+  Text from_;
+  Text to_;
+  Text cc_;
+  Text subject_;
+};
+
+/// Whether a mail of these elements is left out when it comes up on a page: a text cannot be
+/// decoded.
+bool is_hidden_mail(std::span<const char> elements);
+
+/// A mail as a row of the list.
+class MailRow {
+ public:
+  /// Decodes a mail's elements. False when it is hidden.
+  bool load(std::span<const char> elements);
+
+  /// The loaded row as a JSON object.
+  void print(Printer& out);
+
+  /// The loaded row as cells.
+  void write(CsvSheet& sheet) const;
+
+  /// The texts of the header row. KEEP: GBK bytes, as those who open the file expect.
+  static void write_header(CsvSheet& sheet);
+
+ private:
+  static constexpr int kNameBytes = 128;
+  static constexpr int kNamesBytes = MailParts::kMaxAttachments * kNameBytes;
+
+  void join_names(const MailParts& parts);
+  std::string_view names() const { return {names_, static_cast<std::size_t>(names_length_)}; }
+
+  LabelCache labels_;
+  Endpoints endpoints_{};
+  std::uint32_t time_ = 0;
+  std::uint16_t apid_ = 0;
+  std::size_t tolen_ = 0;
+  MailTexts texts_;
+  char names_[kNamesBytes];
+  int names_length_ = 0;
+};
+
+}  // namespace qsvmon

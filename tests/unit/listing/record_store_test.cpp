@@ -1,0 +1,111 @@
+#include "commands/listing/record_store.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace qsvmon {
+namespace {
+
+std::string text_of(std::span<const char> record) {
+  return {record.begin(), record.end()};
+}
+
+/// A record of `size` bytes that differs from its neighbours.
+std::string record_of(std::size_t size, std::size_t number) {
+  std::string record(size, static_cast<char>('a' + number % 26));
+  record.replace(0, std::min<std::size_t>(size, 8), std::to_string(number), 0, 8);
+  return record;
+}
+
+TEST(RecordStore, records_of_any_length_lie_behind_each_other) {
+  RecordStore store({});
+  std::vector<std::uint32_t> places;
+  std::vector<std::string> records;
+  for (std::size_t i = 0; i < 30000; ++i) {
+    records.push_back(record_of(i * 7919 % 1500, i));
+    std::uint32_t place = 0;
+    ASSERT_TRUE(store.add(records.back(), place));
+    ASSERT_TRUE(places.empty() || place > places.back());
+    places.push_back(place);
+  }
+  for (std::size_t i = 0; i < records.size(); ++i) ASSERT_EQ(records[i], text_of(store[places[i]]));
+}
+
+TEST(RecordStore, the_longest_record_fits) {
+  RecordStore store({});
+  for (std::size_t i = 0; i < 200; ++i) {
+    std::uint32_t place = 0;
+    ASSERT_TRUE(store.add(record_of(RecordStore::kMaxRecordBytes, i), place));
+    EXPECT_EQ(record_of(RecordStore::kMaxRecordBytes, i), text_of(store[place]));
+  }
+}
+
+TEST(RecordStore, a_mark_stays_with_its_record) {
+  RecordStore store({});
+  std::uint32_t first = 0;
+  std::uint32_t second = 0;
+  ASSERT_TRUE(store.add(std::string("abc"), first));
+  ASSERT_TRUE(store.add(std::string("defgh"), second));
+  EXPECT_EQ(0U, store.mark(first));
+  store.set_mark(second, 7);
+  EXPECT_EQ(0U, store.mark(first));
+  store.rewind();
+  const std::uint32_t moved = store.move(second);
+  EXPECT_EQ(first, moved);
+  EXPECT_EQ(7U, store.mark(moved));
+  EXPECT_EQ("defgh", text_of(store[moved]));
+}
+
+TEST(RecordStore, what_moves_together_stays_whole_and_makes_room) {
+  for (std::size_t every : {1U, 2U, 7U, 1000U}) {
+    RecordStore store({});
+    std::vector<std::uint32_t> places(30000);
+    for (std::size_t i = 0; i < places.size(); ++i) {
+      ASSERT_TRUE(store.add(record_of(i * 7919 % 1500, i), places[i]));
+      if (i % 5 == 0) store.empty(places[i]);
+    }
+    store.rewind();
+    std::vector<std::uint32_t> moved;
+    for (std::size_t i = 0; i < places.size(); i += every) {
+      moved.push_back(store.move(places[i]));
+      ASSERT_LE(moved.back(), places[i]);
+    }
+    for (std::size_t i = 0; i < moved.size(); ++i) {
+      const std::size_t number = i * every;
+      ASSERT_EQ(number % 5 == 0 ? "" : record_of(number * 7919 % 1500, number),
+                text_of(store[moved[i]]));
+    }
+    std::uint32_t next = 0;
+    ASSERT_TRUE(store.add(std::string("next"), next));
+    EXPECT_GT(next, moved.back());
+  }
+}
+
+int takes_left = 0;
+void* scarce_take(std::size_t bytes, Pages pages) {
+  return takes_left-- > 0 ? large_memory_take(bytes, pages) : nullptr;
+}
+
+TEST(RecordStore, without_memory_nothing_is_added) {
+  for (int takes = 0; takes < 2; ++takes) {  // the table of chunks, the chunk
+    takes_left = takes;
+    RecordStore store({.take = scarce_take});
+    std::uint32_t place = 77;
+    EXPECT_FALSE(store.add(std::string("abc"), place));
+    EXPECT_EQ(77U, place);
+  }
+  takes_left = 2;
+  RecordStore store({.take = scarce_take});
+  const std::string record(65532, 'x');  // 64 of them, with 4 bytes each, fill the 4 MiB
+  std::uint32_t place = 0;
+  for (int i = 0; i < 64; ++i) EXPECT_TRUE(store.add(record, place)) << i;
+  EXPECT_FALSE(store.add(std::string("x"), place));
+  takes_left = 1;
+  EXPECT_TRUE(store.add(std::string("x"), place));
+  EXPECT_EQ("x", text_of(store[place]));
+}
+
+}  // namespace
+}  // namespace qsvmon
