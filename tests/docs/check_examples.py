@@ -189,14 +189,14 @@ class Comparison(unittest.TestCase):
 
     SAME = [
         ("", ""), ("one\n", "one\n"), ("one\n", "one"), ("one\ntwo\n", "one\ntwo\n"),
-        ("a...z\n", "abcz\n"), ("a...\n", "a\n"), ("...\nz\n", "x\ny\nz\n"), ("...\n", ""),
+        ("a...z\n", "abcz\n"), ("a...\n", "ab\n"), ("...\nz\n", "x\ny\nz\n"), ("...\n", ""),
         ("a\n...\n", "a\n"), ("a\n\nb\n", "a\n\nb\n"), ("20....csv\n", "20240101.csv\n"),
     ]
     DIFFERENT = [
         ("", "one\n"), ("one\n", ""), ("one\n", "two\n"), ("one\n", "one\ntwo\n"),
         ("one\ntwo\n", "one\n"), ("one\n", " one\n"), ("one\n", "one \n"), ("one\n", "one\n\n"),
         ("a...z\n", "abc\n"), ("a...z\n", "a\nz\n"), ("...\nz\n", "x\ny\n"), ("a\n...\n", "b\n"),
-        ("a.c\n", "abc\n"), ("1\n...\n3\n", "1\n2\n4\n"), ("...b\n", "a\nb\n"),
+        ("a.c\n", "abc\n"), ("a...\n", "a\n"), ("a...z\n", "az\n"), ("1\n...\n3\n", "1\n2\n4\n"), ("...b\n", "a\nb\n"),
     ]
 
     def test_same_outputs_agree(self):

@@ -8,7 +8,7 @@ standard error included. Empty lines before the next command are there for the r
 A fenced block whose first line is a comment with a file's name (`# reader.py`) is that file to the
 examples of its page.
 
-Left out of an output is what "..." stands for: within a line any text without a line end, on a
+Left out of an output is what "..." stands for: within a line some text without a line end, on a
 line of its own any number of lines, none included.
 """
 
@@ -121,7 +121,7 @@ def pattern_of(output):
         if line.strip() == ELISION:
             parts.append("(?:[^\n]*\n)*?")
         else:
-            parts.append("[^\n]*?".join(re.escape(text) for text in line.split(ELISION)) + "\n")
+            parts.append("[^\n]+?".join(re.escape(text) for text in line.split(ELISION)) + "\n")
     return re.compile("".join(parts) + r"\Z")
 
 
