@@ -165,6 +165,20 @@ class Offsets(unittest.TestCase):
         rows = PROTOCOL[PROTOCOL.index("## Codes"):PROTOCOL.index("All codes from 2050")]
         self.assertEqual(codes, {int(n) for row in re.findall(r"^\| ([\d, ]+) \|", rows, re.M)
                                  for n in row.split(", ")})
+        # The names as well: the verbs are the header's, the table's codes stand in one row of the page.
+        verbs = re.findall(r"kVerb(\w+) = (\d+),", (TOP / "rpc/wire/message_codes.h").read_text())
+        names = {m.value: m.name for m in kind("request").Code}
+        self.assertEqual({n: name for n, name in names.items() if n >= 2050},
+                         {int(n): verb.lower() for verb, n in verbs})
+        numbers, subs = re.search(r"^\| (121[\d, ]+) \| `table` (.*?);", rows, re.M).groups()
+        self.assertEqual({n: name for n, name in names.items() if n < 280},
+                         {int(n): "table_" + sub for n, sub in zip(numbers.split(", "), subs.split(", "))})
+        for said, found, expected in (
+                ("| 4 | u8 | 0: IP signature, 1: DNS signature |", "SignatureType", {0: "ip", 1: "dns"}),
+                ("| 7 | u8 | 1: listed under its own name, 2: under its category |", "Mkmode",
+                 {1: "own_name", 2: "category"})):
+            self.assertIn(said, PROTOCOL)
+            self.assertEqual({m.value: m.name for m in getattr(kind("malclog"), found)}, expected)
         elements = {m.value: m.name for m in kind("emaillog").ElementType}
         header = re.findall(r"kMail\w+ = (\d+),", (TOP / "commands/sessionlog/mail_record.h").read_text())
         self.assertEqual(sorted(elements), [int(n) for n in header])
