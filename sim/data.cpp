@@ -4,7 +4,7 @@
 #include <stdexcept>
 
 #include "sim/csv.h"
-#include "sim/made_records.h"
+#include "sim/generated_records.h"
 #include "sim/stored_records.h"
 
 namespace qsvmon::sim {
@@ -72,14 +72,14 @@ std::map<std::string, RecordSource> read_listings(const DataOptions& options,
     listings.emplace("ftplog", stored.ftp_operations());
     listings.emplace("telnetlog", stored.telnet_commands());
   } else {
-    const MadeRecords made(options.records, options.distinct, options.seed);
-    listings.emplace("tcpreset", made.reset_sessions());
-    listings.emplace("qsvmalicious", made.malicious_events());
-    listings.emplace("emaillog", made.mails());
-    listings.emplace("ftplog", made.ftp_operations());
-    listings.emplace("telnetlog", made.telnet_commands());
+    const GeneratedRecords generated(options.records, options.distinct, options.seed);
+    listings.emplace("tcpreset", generated.reset_sessions());
+    listings.emplace("qsvmalicious", generated.malicious_events());
+    listings.emplace("emaillog", generated.mails());
+    listings.emplace("ftplog", generated.ftp_operations());
+    listings.emplace("telnetlog", generated.telnet_commands());
   }
-  // The signatures are the same either way: made events match the slots of the file.
+  // The signatures are the same either way: generated events match the slots of the file.
   listings["qsvmalicious"].head = read_signature_table(options.folder);
   return listings;
 }

@@ -13,7 +13,8 @@
 
 namespace qsvmon::sim {
 
-/// The records of one listing, in order: stored ones, or any number made as they are asked for.
+/// The records of one listing, in order: stored ones, or any number generated as they are asked
+/// for.
 struct RecordSource {
   std::size_t count = 0;
   std::size_t record_bytes = 0;
@@ -33,9 +34,9 @@ RecordSource stored_records(std::vector<Record> records) {
   return source;
 }
 
-/// A source of `count` records, each made from its number alone.
+/// A source of `count` records, each generated from its number alone.
 template <class Record>
-RecordSource made_records(std::size_t count, std::function<Record(std::size_t)> make) {
+RecordSource generated_records(std::size_t count, std::function<Record(std::size_t)> make) {
   static_assert(std::is_trivially_copyable_v<Record>);
   RecordSource source{count, sizeof(Record), nullptr, {}};
   source.fill = [make = std::move(make)](std::size_t first, std::size_t n, char* to) {

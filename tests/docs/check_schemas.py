@@ -233,7 +233,7 @@ class Schemas(unittest.TestCase):
                 self.assertFalse(text.endswith(b"\n"))
 
 
-class SchemasOfMadeRecords(Schemas):
+class SchemasOfGeneratedRecords(Schemas):
     """The same with records of every shape, in several batches."""
 
     options = ("--records", "700", "--batch", "100", "--distinct", "90")

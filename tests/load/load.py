@@ -2,7 +2,7 @@
 
 usage: load.py [--records N] [--distinct K ...] [--clients N] [--seed S]
 
-Runs every listing with N made records (4000000) of the simulated appliance, of which K have different
+Runs every listing with N generated records (4000000) of the simulated appliance, of which K have different
 addresses and names (0: all different), and compares the client's peak memory with the bound of
 docs/limits.md. Then lets many clients ask one appliance at once and compares all answers. Needs
 qsvmon-here and qsvsim, from the environment (QSVMON_PROGRAM, QSVSIM_PROGRAM). Ends with status 0 when

@@ -1,4 +1,4 @@
-#include "sim/made_records.h"
+#include "sim/generated_records.h"
 
 #include <cstdio>
 
@@ -143,28 +143,28 @@ MailRecord mail_record(Draw draw) {
 
 }  // namespace
 
-RecordSource MadeRecords::reset_sessions() const {
-  return made_records<ResetRecord>(
+RecordSource GeneratedRecords::reset_sessions() const {
+  return generated_records<ResetRecord>(
       count_, [d = distinct_, s = seed_](std::size_t n) { return reset_record(Draw(s, d, n)); });
 }
 
-RecordSource MadeRecords::malicious_events() const {
-  return made_records<MalcEvent>(
+RecordSource GeneratedRecords::malicious_events() const {
+  return generated_records<MalcEvent>(
       count_, [d = distinct_, s = seed_](std::size_t n) { return malc_event(Draw(s, d, n)); });
 }
 
-RecordSource MadeRecords::mails() const {
-  return made_records<MailRecord>(
+RecordSource GeneratedRecords::mails() const {
+  return generated_records<MailRecord>(
       count_, [d = distinct_, s = seed_](std::size_t n) { return mail_record(Draw(s, d, n)); });
 }
 
-RecordSource MadeRecords::ftp_operations() const {
-  return made_records<FtpLogRecord>(
+RecordSource GeneratedRecords::ftp_operations() const {
+  return generated_records<FtpLogRecord>(
       count_, [d = distinct_, s = seed_](std::size_t n) { return ftp_record(Draw(s, d, n)); });
 }
 
-RecordSource MadeRecords::telnet_commands() const {
-  return made_records<TelnetLogRecord>(
+RecordSource GeneratedRecords::telnet_commands() const {
+  return generated_records<TelnetLogRecord>(
       count_, [d = distinct_, s = seed_](std::size_t n) { return telnet_record(Draw(s, d, n)); });
 }
 

@@ -9,10 +9,10 @@ namespace qsvmon::sim {
 
 /// Listings of any length for measuring: record n follows from the seed and n alone, so that the
 /// same options give the same bytes anywhere, and nothing is kept.
-class MadeRecords {
+class GeneratedRecords {
  public:
   /// `distinct` addresses and names among the records; 0: every record has its own.
-  MadeRecords(std::size_t count, std::size_t distinct, std::uint64_t seed)
+  GeneratedRecords(std::size_t count, std::size_t distinct, std::uint64_t seed)
       : count_(count), distinct_(distinct), seed_(seed) {}
 
   RecordSource reset_sessions() const;
