@@ -1,4 +1,5 @@
-# What an installation consists of, in the platform's places, and the packages made of it.
+# What an installation consists of, in the platform's places, and the packages made of it. Two
+# components: "qsvmon", the client, and with QSVMON_SIM "sim", the simulated appliance.
 # FreeBSD keeps manual pages below man, not share/man, and examples below share/examples.
 if(CMAKE_SYSTEM_NAME STREQUAL "FreeBSD")
   set(CMAKE_INSTALL_MANDIR man CACHE PATH "Manual pages")
@@ -10,39 +11,75 @@ else()
   set(qsvmon_examples_dir ${CMAKE_INSTALL_DOCDIR}/examples)
 endif()
 
-install(TARGETS qsvmon RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(FILES docs/qsvmon.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8)
-install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}
+install(TARGETS qsvmon RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT qsvmon)
+install(FILES docs/qsvmon.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 COMPONENT qsvmon)
+install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT qsvmon
         FILES_MATCHING PATTERN "*.md" PATTERN "*.schema.json" PATTERN "*.d.ts" PATTERN "*.ksy")
-# bash-completion loads its file by the command's name; tcsh has no such folder and sources it.
-install(FILES completions/qsvmon.bash
+# bash, fish and zsh load their files by the command's name; tcsh has no such folder and sources it.
+install(FILES completions/qsvmon.bash COMPONENT qsvmon
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME qsvmon)
-install(FILES completions/qsvmon.tcsh DESTINATION ${qsvmon_examples_dir})
+install(FILES completions/qsvmon.fish COMPONENT qsvmon
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
+install(FILES completions/qsvmon.tcsh DESTINATION ${qsvmon_examples_dir} COMPONENT qsvmon)
+# Debian's zsh looks for what packages bring in a folder of its own.
+install(CODE "set(qsvmon_zsh_dir ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
+if(CMAKE_INSTALL_PREFIX STREQUAL \"/usr\" AND EXISTS /etc/debian_version)
+  set(qsvmon_zsh_dir ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
+endif()" COMPONENT qsvmon)
+install(FILES completions/qsvmon.zsh COMPONENT qsvmon
+        DESTINATION "\${qsvmon_zsh_dir}" RENAME _qsvmon)
+
+# The simulated appliance looks for its data in share/qsvsim and libexec/qsvsim of its prefix.
+if(QSVMON_SIM)
+  install(TARGETS qsvsim qsvmon-here RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT sim)
+  install(TARGETS demo_dict LIBRARY DESTINATION libexec/qsvsim COMPONENT sim)
+  install(DIRECTORY sim/data DESTINATION ${CMAKE_INSTALL_DATADIR}/qsvsim COMPONENT sim)
+  install(DIRECTORY docs/schema DESTINATION ${CMAKE_INSTALL_DATADIR}/qsvsim COMPONENT sim)
+  install(FILES docs/qsvsim.1 docs/qsvmon-here.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
+          COMPONENT sim)
+endif()
 
 set(CPACK_PACKAGE_NAME qsvmon)
-set(CPACK_PACKAGE_VENDOR "qsvmon")
-set(CPACK_PACKAGE_CONTACT "qsvmon maintainers <qsvmon@localhost>")
+set(CPACK_PACKAGE_VENDOR "the qsvmon maintainers")
+set(CPACK_PACKAGE_CONTACT "the qsvmon maintainers <maintainers@qsvmon.example>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
-set(CPACK_PACKAGE_DESCRIPTION
-    "Asks the resident daemons of a network appliance for their listings, tables and state and
-prints the answer as JSON, CSV or text for operators, scripts and the appliance's web pages.")
+set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
 set(CPACK_GENERATOR DEB TGZ)
 set(CPACK_STRIP_FILES ON)
+set(CPACK_VERBATIM_VARIABLES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE
+    GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+
+set(CPACK_COMPONENTS_ALL qsvmon)
+if(QSVMON_SIM)
+  list(APPEND CPACK_COMPONENTS_ALL sim)
+endif()
+set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION admin)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_VERBATIM_VARIABLES ON)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_DEBIAN_QSVMON_PACKAGE_NAME qsvmon)
+set(CPACK_DEBIAN_SIM_PACKAGE_NAME qsvmon-sim)
+set(CPACK_DEBIAN_SIM_PACKAGE_SECTION devel)
+set(CPACK_DEBIAN_SIM_PACKAGE_SUGGESTS qsvmon)
+set(CPACK_COMPONENT_QSVMON_DESCRIPTION "Asks the resident daemons of a network appliance for their listings, tables
+and state and prints the answer as JSON, CSV or text for operators, scripts
+and the appliance's web pages.")
+set(CPACK_COMPONENT_SIM_DESCRIPTION "simulated appliance for users of qsvmon's output
+Plays both daemons that qsvmon asks below a folder of its own, from sample
+data, from data that a page or script must survive, or from any number of
+generated records, and misbehaves on demand. With it come the client that
+talks to it, the schemas of the output and TypeScript types.")
+set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/packaging/debian/finish.cmake)
+set(CPACK_QSVMON_SOURCE ${PROJECT_SOURCE_DIR})
 if(CMAKE_SYSTEM_NAME STREQUAL "FreeBSD")
   # For an appliance without a compiler: "tar -C / -xf" puts the tree below /usr/local.
   set(CPACK_GENERATOR TXZ)
   set(CPACK_PACKAGING_INSTALL_PREFIX /usr/local)
   set(CPACK_INCLUDE_TOPLEVEL_DIRECTORY OFF)
   set(CPACK_PACKAGE_FILE_NAME qsvmon-${PROJECT_VERSION}-freebsd12-amd64)
-  set(CPACK_QSVMON_SOURCE ${PROJECT_SOURCE_DIR})
   set(CPACK_POST_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/repack.cmake)
 endif()
-# The source archive that the FreeBSD port builds from: "cpack --config CPackSourceConfig.cmake".
-set(CPACK_SOURCE_GENERATOR TGZ)
-set(CPACK_SOURCE_PACKAGE_FILE_NAME qsvmon-${PROJECT_VERSION})
-set(CPACK_SOURCE_IGNORE_FILES "/\\.git" "/build[^/]*/" "/\\.cache/")
+set(CPACK_SOURCE_GENERATOR "")  # tools/source_archive makes the source archive
 include(CPack)

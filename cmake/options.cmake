@@ -5,6 +5,11 @@ target_compile_options(qsvmon_options INTERFACE
   $<$<BOOL:${QSVMON_WERROR}>:-Werror>)
 # The program neither throws nor unwinds; sections let the linker drop what it does not use.
 target_compile_options(qsvmon_options INTERFACE -ffunction-sections -fdata-sections)
+# Two folders give the same bytes: what would name the folder is the debugging information.
+if(CMAKE_BUILD_TYPE STREQUAL "RelWithDebInfo")
+  target_compile_options(qsvmon_options INTERFACE
+    -ffile-prefix-map=${PROJECT_SOURCE_DIR}/= -ffile-prefix-map=${PROJECT_BINARY_DIR}=build)
+endif()
 if(QSVMON_SANITIZE)
   target_compile_options(qsvmon_options INTERFACE
     -fsanitize=${QSVMON_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)

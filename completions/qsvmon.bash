@@ -1,5 +1,4 @@
-# Completion of qsvmon for bash, and for zsh after
-# "autoload -U compinit bashcompinit && compinit && bashcompinit".
+# Completion of qsvmon for bash.
 # Made by tools/make_completions from completions/commands.txt.
 
 # One line per command: module, sub-command, words with their fixed values.
@@ -67,11 +66,12 @@ sysboot
 * debug
 '
 
+# shellcheck disable=SC2016 # awk's variables, not the shell's
 _qsvmon_find='{ n = split(l, w, " "); if (l ~ / $/) n++; if (n == 2) { if ($1 == "*") next; if (seen[$1]++ == 0) print $1 } else if (n == 3) { if ($1 == w[2]) { known = 1; if (NF > 1) print $2 } else if ($1 == "*" && known == 0) print $2 } else if ($1 == w[2] && $2 == w[3]) for (i = 3; i <= NF; i++) { p = index($i, "="); key = substr($i, 1, p); if (index(w[n], "=") == 0) print key; else if (substr(w[n], 1, p) == key) { m = split(substr($i, p + 1), v, "|"); for (j = 1; j <= m; j++) print key v[j] } } }'
 
 _qsvmon() {
   local line=${COMP_LINE:0:$COMP_POINT}
-  local current=${line##* } cut= found
+  local current=${line##* } cut='' found
   # Where "=" ends a word, the shell replaces only what stands behind it.
   case "$COMP_WORDBREAKS" in
     *=*) case "$current" in *=*) cut=${current%%=*}= ;; esac ;;
@@ -86,5 +86,4 @@ _qsvmon() {
   case "${COMPREPLY[*]}" in *=) compopt -o nospace 2>/dev/null ;; esac
   return 0
 }
-# zsh cannot decide about the blank word by word: there none follows.
-complete ${ZSH_VERSION:+-o} ${ZSH_VERSION:+nospace} -F _qsvmon qsvmon
+complete -F _qsvmon qsvmon qsvmon-here

@@ -36,22 +36,6 @@ char* unquoted(char* value) {
   return value;
 }
 
-/// Non-zero when one of the 8 bytes is below 14: a tab, CR, LF or NUL among others.
-std::uint64_t controls_in(const char* eight) {
-  constexpr std::uint64_t kOnes = 0x0101010101010101;
-  std::uint64_t bytes = 0;
-  std::memcpy(&bytes, eight, sizeof bytes);
-  return (bytes - 14 * kOnes) & ~bytes & 0x80 * kOnes;
-}
-
-/// Whether any byte is below 14; true as well for a text too short to ask by eights.
-bool may_have_control(const char* text, std::size_t length) {
-  if (length < 8) return true;
-  std::uint64_t found = controls_in(text + length - 8);
-  for (std::size_t i = 0; i + 8 < length; i += 8) found |= controls_in(text + i);
-  return found != 0;
-}
-
 }  // namespace
 
 char* trim(char* text) {
@@ -63,15 +47,6 @@ char* trim(char* text) {
     if (*end == '\t') *end = ' ';
     if (*end == '\0' || *end == '\r' || *end == '\n') break;
   }
-  while (end > text && end[-1] == ' ') --end;
-  *end = '\0';
-  return text;
-}
-
-char* trim_length(char* text, std::size_t length) {
-  if (text == nullptr || may_have_control(text, length)) return trim(text);
-  char* end = text + length;
-  while (*text == ' ') ++text;
   while (end > text && end[-1] == ' ') --end;
   *end = '\0';
   return text;

@@ -13,10 +13,6 @@ namespace qsvmon {
 /// tab begins with a blank afterwards.
 char* trim(char* text);
 
-/// `trim` of a text whose length to its last NUL is known, which need not look at every character
-/// by itself; a NUL within the length ends the text as ever.
-char* trim_length(char* text, std::size_t length);
-
 /// Takes the next blank-separated word of `text` and cuts it at its first "=". Returns the key and
 /// stores the value; a value that begins with a double quote loses it, and then one at its end.
 /// Null with `*value` null when `text` is null, holds no word, or its next word has no "=".

@@ -1,10 +1,8 @@
 // Both configuration files as one text of any bytes: read with every section, twice over, then
 // looked up with the addresses and texts that the text itself suggests. What the look-ups answer is
 // compared with a walk over all that was stored, where one is cheap.
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -31,35 +29,13 @@ void require(bool holds) {
   if (!holds) std::abort();
 }
 
-/// A file without a name that holds the bytes.
-class ScratchFile {
- public:
-  ScratchFile(const std::uint8_t* data, std::size_t size) {
-    char name[] = "/tmp/qsvmon-fuzz-XXXXXX";
-    fd_ = ::mkstemp(name);
-    require(fd_ >= 0);
-    ::unlink(name);
-    require(::write(fd_, data, size) == static_cast<ssize_t>(size));
-  }
-  ~ScratchFile() { ::close(fd_); }
-  int from_start() const {
-    ::lseek(fd_, 0, SEEK_SET);
-    return fd_;
-  }
-
- private:
-  int fd_ = -1;
-};
-
-/// The pieces are the file without its line ends, none of them too long.
-void check_pieces(int fd, std::size_t size) {
-  PieceReader pieces(fd);
-  std::size_t sum = 0;
-  while (const char* piece = pieces.next()) {
-    require(pieces.length() < PieceReader::kPieceBytes && piece[pieces.length()] == '\0');
-    sum += pieces.length();
-  }
-  require(sum <= size);
+/// The bytes as a file. One of no bytes could not be opened, and has no lines.
+void read_bytes(const std::uint8_t* data, std::size_t size) {
+  if (size == 0) return;
+  std::FILE* const file = ::fmemopen(const_cast<std::uint8_t*>(data), size, "r");
+  require(file != nullptr);
+  read_config(file, kAllSections);
+  std::fclose(file);
 }
 
 template <std::size_t N>
@@ -126,13 +102,11 @@ void check_tables() {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const ScratchFile file(data, size);
   require(itlgc_pool_init() == 0 && ipmacdesc_init() == 0 && cusiprng_init() == 0);
   require(assetsdesc_init() == 0);
-  check_pieces(file.from_start(), size);
-  read_config(file.from_start(), kAllSections);
+  read_bytes(data, size);
   look_up_all(data, size);
-  read_config(file.from_start(), kAllSections);  // everything again: updates, repeats, overwriting
+  read_bytes(data, size);  // everything again: updates, repeats, overwriting
   look_up_all(data, size);
   check_tables();
   desc_pools_release();

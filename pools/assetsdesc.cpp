@@ -14,17 +14,15 @@
 #include "pools/pool_holder.h"
 #include "pools/spin_lock.h"
 #include "pools/text_field.h"
-#include "pools/value_index.h"
 
 namespace qsvmon {
 namespace {
 
 constexpr int kAddressBucketBits = 12;
+constexpr std::uint32_t kValueBuckets = 1024;
 constexpr std::uint32_t kFirstAutomaticId = 1024;  // group ids from here on are never given
 constexpr std::uint32_t kMaxPid = 1024;
 constexpr std::size_t kReportedBytes = 660480;  // what the message always names
-
-static_assert(kAssetsObjects == ValueIndex::kMaxObjects);
 
 struct AssetsPool {
   SpinLock lock;
@@ -37,7 +35,7 @@ struct AssetsPool {
   std::uint32_t logicid;       ///< highest given so far
   /// By a mix of the whole address, so that no set of addresses ends up in one chain.
   AssetsObject* by_address[1 << kAddressBucketBits];
-  ValueIndex by_value;
+  AssetsObject* by_value[kValueBuckets];
   AssetsGroup groups[kAssetsGroups];
   AssetsObject objects[kAssetsObjects];
 };
@@ -46,6 +44,16 @@ constinit PoolHolder<AssetsPool> holder;
 
 AssetsObject** address_bucket(AssetsPool& pool, std::uint32_t ip) {
   return &pool.by_address[key_bucket(ip, kAddressBucketBits)];
+}
+
+AssetsObject** value_bucket(AssetsPool& pool, const char* text) {
+  const std::size_t length = ::strnlen(text, kNameHashBytes);
+  return &pool.by_value[lookup2_name(text, length, 0) % kValueBuckets];
+}
+
+AssetsObject** bucket_of(AssetsPool& pool, const AssetsObject& object) {
+  return object.kind == kAssetsText ? value_bucket(pool, object.value.text)
+                                    : address_bucket(pool, object.value.ip);
 }
 
 /// The first free slot. No slot is ever freed, so the search goes on where the last one ended.
@@ -62,23 +70,15 @@ AssetsObject* free_object(AssetsPool& pool) {
 }
 
 void link(AssetsPool& pool, AssetsObject& object) {
-  if (object.kind == kAssetsText) {
-    pool.by_value.add(pool.objects, object.id - 1);
-  } else {
-    AssetsObject** const bucket = address_bucket(pool, object.value.ip);
-    object.next = *bucket;
-    *bucket = &object;
-  }
+  AssetsObject** const bucket = bucket_of(pool, object);
+  object.next = *bucket;
+  *bucket = &object;
 }
 
 void unlink(AssetsPool& pool, AssetsObject& object) {
-  if (object.kind == kAssetsText) {
-    pool.by_value.remove(pool.objects, object.id - 1);
-  } else {
-    AssetsObject** at = address_bucket(pool, object.value.ip);
-    while (*at != &object) at = &(*at)->next;
-    *at = object.next;
-  }
+  AssetsObject** at = bucket_of(pool, object);
+  while (*at != &object) at = &(*at)->next;
+  *at = object.next;
 }
 
 std::uint32_t assign_logicid(AssetsPool& pool, std::uint32_t wanted) {
@@ -93,7 +93,6 @@ void place(AssetsPool& pool, const AssetsObject& object) {
   AssetsObject& slot = pool.objects[object.id - 1];
   if (slot.id != 0) unlink(pool, slot);
   slot = object;
-  slot.next = nullptr;
   slot.logicid = assign_logicid(pool, object.logicid);
   link(pool, slot);
   ++pool.object_count;
@@ -161,7 +160,7 @@ const char* store_group(AssetsPool& pool, AssetsGroup& group) {
 int assetsdesc_init() {
   static constexpr ConfigSection kSections[] = {{"group", assetsgrp_line},
                                                 {"assets", assetsobj_line}};
-  if (holder.renew(pages_for(kAssetsConfigPath)) == nullptr) {
+  if (holder.renew() == nullptr) {
     standard_out().put("assetsdesc_init: fail to alloc ", kReportedBytes, " bytes\n");
     return -1;
   }
@@ -195,13 +194,11 @@ const AssetsObject* assetsobj_find_ip(std::uint32_t ip) {
 const AssetsObject* assetsobj_find_value(const char* text, std::size_t len) {
   AssetsPool* const pool = holder.get();
   if (pool == nullptr || pool->object_count == 0) return nullptr;
-  const std::size_t chars = ::strnlen(text, len);
-  // A length beyond the text takes in its NUL: the value must then end there too.
-  const std::size_t compared = chars < len ? chars + 1 : chars;
-  const bool is_counted = chars < len || chars >= kNameHashBytes;  // far enough for the bucket
-  const std::uint32_t bucket =
-      ValueIndex::bucket_of(text, is_counted ? chars : ::strnlen(text, kNameHashBytes));
-  return pool->by_value.find(pool->objects, bucket, text, compared);
+  const AssetsObject* object = *value_bucket(*pool, text);
+  while (object != nullptr && std::strncmp(object->value.text, text, len) != 0) {
+    object = object->next;
+  }
+  return object;
 }
 
 void assetsgrp_line(RpcRequest& line) {

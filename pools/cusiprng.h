@@ -2,7 +2,6 @@
 
 #include <cstdint>
 
-#include "platform/large_memory.h"
 #include "rpc/wire/request.h"
 
 namespace qsvmon {
@@ -25,8 +24,8 @@ constexpr std::uint32_t kCusIpRanges = 8192;
 // Ranges are never removed; pointers to rows stay valid until the next range is stored, those to
 // texts until the process ends.
 
-/// Makes a fresh, empty pool of such pages. Returns 0, or -1 without memory: there is then no pool.
-int cusiprng_init(Pages pages = Pages::kOnTouch);
+/// Makes a fresh, empty pool. Returns 0, or -1 without memory: there is then no pool.
+int cusiprng_init();
 /// The number of ranges stored.
 std::int32_t cusiprng_count();
 

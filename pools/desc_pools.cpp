@@ -33,7 +33,7 @@ int load_descriptions() {
 
 int load_ranges() {
   static constexpr ConfigSection kSections[] = {{"cusiprng", cusiprng_line}};
-  if (cusiprng_init(pages_for(kMainConfigPath)) != 0) {
+  if (cusiprng_init() != 0) {
     standard_out().text("NO_MEM\n");
     return -1;
   }

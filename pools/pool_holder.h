@@ -7,9 +7,8 @@
 
 namespace qsvmon {
 
-/// Where pools get their zeroed memory: `large_memory_take`, whose pages cost nothing until they
-/// are touched. Tests put a failing one in its place.
-extern void* (*pool_take)(std::size_t bytes, Pages pages);
+/// Where pools get their zeroed memory: `large_memory_take`. Tests put a failing one in its place.
+extern void* (*pool_allocate)(std::size_t bytes, Pages pages);
 
 /// Owns one kind of pool for the whole process: the current pool and, since what it handed out
 /// stays valid, those it took the place of. A pool starts as all zero bytes.
@@ -22,14 +21,12 @@ class PoolHolder {
   /// The pool that was made last, or null when there is none.
   Pool* get() const { return current_; }
 
-  /// Puts a zeroed pool in the current one's place; null without memory, which leaves no pool. A
-  /// pool that will be filled is made of large pages, one about to hold little of small ones.
-  Pool* renew(Pages pages = Pages::kOnTouch) {
-    const std::size_t bytes = pages == Pages::kOnTouch ? sizeof(Block) : kWholeBytes;
-    auto* block = static_cast<Block*>(pool_take(bytes, pages));
+  /// Puts a zeroed pool in the current one's place; null without memory, which leaves no pool. Most
+  /// entries of a pool stay empty: their pages cost nothing.
+  Pool* renew() {
+    auto* block = static_cast<Block*>(pool_allocate(sizeof(Block), Pages::kOnTouch));
     current_ = nullptr;
     if (block == nullptr) return nullptr;
-    block->bytes = bytes;
     block->earlier = blocks_;
     blocks_ = block;
     current_ = &block->pool;
@@ -41,7 +38,7 @@ class PoolHolder {
     current_ = nullptr;
     while (blocks_ != nullptr) {
       Block* const earlier = blocks_->earlier;
-      large_memory_give(blocks_, blocks_->bytes);
+      large_memory_give(blocks_, sizeof(Block));
       blocks_ = earlier;
     }
   }
@@ -49,13 +46,8 @@ class PoolHolder {
  private:
   struct Block {
     Block* earlier;
-    std::size_t bytes;
     Pool pool;
   };
-  /// Whole large pages, since a part of one is made of small ones.
-  static constexpr std::size_t kLargePageBytes = std::size_t{2} << 20;
-  static constexpr std::size_t kWholeBytes =
-      (sizeof(Block) + kLargePageBytes - 1) / kLargePageBytes * kLargePageBytes;
 
   Block* blocks_ = nullptr;
   Pool* current_ = nullptr;

@@ -7,16 +7,19 @@
 #include <fstream>
 #include <stdexcept>
 
-#include "cli/command_table.h"
 #include "commands/iptable/asset_object_record.h"
-#include "format/address.h"
-#include "format/json_writer.h"
-#include "format/number.h"
-#include "format/output_sink.h"
 #include "sim/csv.h"
+#include "sim/text.h"
 
 namespace qsvmon::sim {
 namespace {
+
+// The modules that have commands, in the order of `module list`.
+constexpr const char* kModules[] = {
+    "module",     "qsvlog",     "qsvquery", "worker",    "disk",   "assetsgroup2",
+    "assetsobj2", "table",      "tcpreset", "emaillog",  "ftplog", "telnetlog",
+    "malclog",    "qsviptable", "qsvtable", "qsvdnsgrp",
+};
 
 // The numbers are the group, the object and its logical object.
 AssetObjectRecord asset_record(const Item& item) {
@@ -36,10 +39,9 @@ RecordSource text_source(std::string text) {
 
 std::string entry_lines(const IpTable& table) {
   std::string text;
-  char address[kIpv4TextBytes];
   for (const IpEntry& entry : table.entries) {
-    text.append(address, format_ipv4(address, entry.low));
-    if (entry.high != entry.low) text.append("-").append(address, format_ipv4(address, entry.high));
+    text += address_text(entry.low);
+    if (entry.high != entry.low) append(text, "-%s", address_text(entry.high).c_str());
     if (!entry.info.empty()) text += " " + entry.info;
     text += "\n";
   }
@@ -85,7 +87,7 @@ void Appliance::seed_assets(const std::string& conf_folder) {
 
 void Appliance::answer(Daemon daemon, RpcRequest& request) {
   const ClientArea area(request.shmid);
-  Call call{daemon, request, std::string(request_errtext(request)), {}, {}, {}, area.client()};
+  Call call{daemon, request, std::string(request_errtext(request)), {}, {}, {}, area.client(), {}};
   const std::uint32_t shmsize = request.shmsize;
   request.status = kRpcOk;
   request.result = 0;
@@ -139,7 +141,7 @@ void Appliance::route_coded(Call& call) {
     case kCodeKeyTableList:
       begin_text(call);
       for (const auto& [name, id] : dictionary_.id_by_name) {
-        out_printf(call.request, "%d %s\n", id, name.c_str());
+        append(call.out, "%d %s\n", id, name.c_str());
       }
       return end_text(call);
     case kCodeSyncDesc:
@@ -232,14 +234,12 @@ void Appliance::list_assets(Call& call) {
 // "module list": the modules that have commands; "module stat": with how often each was asked.
 void Appliance::show_modules(Call& call) {
   begin_text(call);
-  for (const CommandGroup& group : command_table()) {
-    for (const ModuleEntry& module : group.modules) {
-      if (call.request.msgcode == kCodeModuleList) {
-        out_printf(call.request, "%s\n", module.name);
-      } else {
-        out_printf(call.request, "module=%s ", module.name);
-        out_count(call.request, "requests", requests_[module.name]);
-      }
+  for (const char* module : kModules) {
+    if (call.request.msgcode == kCodeModuleList) {
+      append(call.out, "%s\n", module);
+    } else {
+      append(call.out, "module=%s ", module);
+      append_count(call.out, "requests", requests_[module]);
     }
   }
   end_text(call);
@@ -249,20 +249,16 @@ void Appliance::show_stat(Call& call) {
   unsigned long requests = 0;
   for (const auto& [name, count] : requests_) requests += count;
   begin_text(call);
-  OutputSink& out = call.request;
   if (call.target == "qsvquery") {
-    out_printf(out, "{");
-    json_str(out, "module", "qsvquery");
-    json_ulong(out, ",requests", requests);
-    json_time(out, ",started", started_at_);
-    out_printf(out, "}\n");
+    append(call.out, "{\"module\":\"qsvquery\",\"requests\":%lu,\"started\":\"%s\"}\n", requests,
+           time_text(started_at_).c_str());
   } else {
-    out_printf(out, "module=qsvlog\n");
+    call.out += "module=qsvlog\n";
     if (const std::string tag = word_value(call.words, "tag"); !tag.empty()) {
-      out_printf(out, "tag=%s\n", tag.c_str());
+      append(call.out, "tag=%s\n", tag.c_str());
     }
-    out_count(out, "requests", requests);
-    out_time(out, "started", started_at_);
+    append_count(call.out, "requests", requests);
+    append_time(call.out, "started", started_at_);
   }
   end_text(call);
 }
@@ -271,12 +267,9 @@ void Appliance::show_disk(Call& call) {
   const CsvTable csv = CsvTable::read(data_folder_ + "/disks.csv");
   begin_text(call);
   for (const CsvTable::Row& row : csv.rows()) {
-    char size[32];
-    char used[32];
-    format_bytes(row.number("size", ~0UL), size, sizeof size);
-    format_bytes(row.number("used", ~0UL), used, sizeof used);
-    out_printf(call.request, "mount=%s device=%s size=%sused=%s\n", row.text("mount").c_str(),
-               row.text("device").c_str(), size, used);
+    append(call.out, "mount=%s device=%s size=%sused=%s\n", row.text("mount").c_str(),
+           row.text("device").c_str(), bytes_text(row.number("size", ~0UL)).c_str(),
+           bytes_text(row.number("used", ~0UL)).c_str());
   }
   end_text(call);
 }

@@ -2,8 +2,6 @@
 
 #include <cstdlib>
 
-#include "format/request_error.h"
-
 namespace qsvmon::sim {
 
 Words split_words(std::string_view text) {
@@ -33,7 +31,8 @@ unsigned long word_number(const Words& words, std::string_view key, unsigned lon
 }
 
 void Call::fail(const char* why) {
-  set_request_error(request, why);
+  request.status = kRpcBadRequest;
+  set_errtext(request, why);
 }
 
 }  // namespace qsvmon::sim

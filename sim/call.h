@@ -28,12 +28,13 @@ unsigned long word_number(const Words& words, std::string_view key, unsigned lon
 /// since the answer is written over it.
 struct Call {
   Daemon daemon;
-  RpcRequest& request;   ///< the record that goes back; it is the sink of text replies
+  RpcRequest& request;   ///< the record that goes back
   std::string target;    ///< the module or argument in `errtext`
   std::string text;      ///< the argument text
   Words words;           ///< its words
   std::span<char> body;  ///< where the reply goes: the area behind dictionary tables
   ClientKey client;
+  std::string out;  ///< the text reply as it is made, see begin_text
 
   /// Makes the record refuse with `status` 22 and `why`.
   void fail(const char* why);

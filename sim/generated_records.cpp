@@ -1,11 +1,12 @@
 #include "sim/generated_records.h"
 
+#include <arpa/inet.h>
+
 #include <cstdio>
 
 #include "commands/malclog/malc_record.h"
 #include "commands/sessionlog/login_record.h"
 #include "commands/tcpreset/reset_record.h"
-#include "format/byte_order.h"
 #include "sim/dict_tables.h"
 #include "sim/mail_elements.h"
 
@@ -33,7 +34,7 @@ class Draw {
   std::uint32_t key() const { return key_; }
   // An address that belongs to the key; odd multipliers keep different keys apart.
   std::uint32_t address_net(std::uint32_t multiplier) const {
-    return from_net32(key_ * multiplier + 0x0a000001U);
+    return htonl(key_ * multiplier + 0x0a000001U);
   }
   std::uint16_t port_net() { return static_cast<std::uint16_t>(below(65535) + 1); }
 
@@ -135,7 +136,7 @@ MailRecord mail_record(Draw draw) {
   if (draw.below(2) == 0) elements.add_attachment("report.doc");
   elements.add_value(kMailTime, draw.time());
   const MailAddressBlock block{draw.address_net(2654435761U), draw.address_net(2246822519U),
-                               draw.port_net(), from_net16(25)};
+                               draw.port_net(), htons(25)};
   elements.add_value(kMailAddresses, block);
   elements.add_value(kMailAppId, some_app(draw));
   return elements.record(draw.time());

@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "format/address.h"
-#include "format/output_sink.h"
+#include "sim/text.h"
 
 namespace qsvmon::sim {
 namespace {
@@ -14,10 +13,6 @@ constexpr std::uint32_t kMaxRange = 65536;  // addresses in one entry
 bool is_number(const std::string& text) {
   return !text.empty() &&
          std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
-}
-
-bool parse_range(std::string text, std::uint32_t& low, std::uint32_t& high) {
-  return !text.empty() && parse_ipv4_range(text.data(), &low, &high) == 0 && low <= high;
 }
 
 // Sorted, with what touches or overlaps made one.
@@ -33,6 +28,11 @@ std::vector<IpEntry> joined(std::vector<IpEntry> entries) {
     }
   }
   return out;
+}
+
+std::string range_text(std::uint32_t low, std::uint32_t high) {
+  if (low == 0 && high == 0xffffffffU) return "any";
+  return high == low ? address_text(low) : address_text(low) + "-" + address_text(high);
 }
 
 // A command that prints nothing on success.
@@ -169,7 +169,7 @@ void IpTables::load(Call& call) {
   }
   begin_text(call);
   call.request.result = loaded;
-  out_printf(call.request, "loaded=%d\n", loaded);
+  append(call.out, "loaded=%d\n", loaded);
   end_text(call);
 }
 
@@ -178,8 +178,7 @@ void IpTables::compiled(Call& call, const std::string& name) {
   if (table == nullptr) return;
   begin_text(call);
   for (const IpEntry& entry : joined(table->entries)) {
-    out_iprange(call.request, nullptr, entry.low, entry.high);
-    out_printf(call.request, "\n");
+    append(call.out, "%s\n", range_text(entry.low, entry.high).c_str());
   }
   end_text(call);
 }
@@ -188,12 +187,12 @@ void IpTables::match(Call& call, const std::string& name, const std::string& ip)
   const IpTable* table = find_or_fail(call, name);
   if (table == nullptr) return;
   std::uint32_t address = 0;
-  if (parse_ipv4(ip.c_str(), &address) != 0) return call.fail("INV_IP");
+  if (!parse_address(ip, address)) return call.fail("INV_IP");
   const bool found = table->contains(address);
   call.request.result = found ? 1 : 0;
   begin_text(call);
-  out_printf(call.request, "%s %s ", found ? "match" : "no match", table->name.c_str());
-  out_ip(call.request, nullptr, address);
+  append(call.out, "%s %s %s", found ? "match" : "no match", table->name.c_str(),
+         address_text(address).c_str());
   end_text(call);
 }
 

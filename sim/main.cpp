@@ -10,7 +10,6 @@
 #include <filesystem>
 #include <string>
 
-#include "format/printer.h"
 #include "sim/appliance.h"
 #include "sim/options.h"
 #include "sim/pretty.h"
@@ -83,7 +82,7 @@ int serve(Options& o) {
   Appliance appliance(o.data, "conf", o.batch);
   o.fault.seed = o.data.seed;
   Server server(appliance, o.fault, capture);
-  if (!server.listen()) return 1;
+  server.listen();
   if (o.background) {
     go_background(pid_file);
   } else {
@@ -116,7 +115,5 @@ int main(int argc, char** argv) {
   action.sa_handler = ask_stop;
   ::sigaction(SIGTERM, &action, nullptr);
   ::sigaction(SIGINT, &action, nullptr);
-  status = run(options);
-  qsvmon::standard_out().flush();
-  return status;
+  return run(options);
 }

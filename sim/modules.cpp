@@ -4,8 +4,7 @@
 #include <cstdlib>
 #include <fstream>
 
-#include "format/json_writer.h"
-#include "format/output_sink.h"
+#include "sim/text.h"
 
 namespace qsvmon::sim {
 namespace {
@@ -27,14 +26,14 @@ bool has_word(const Item& item, const std::string& word) {
   return std::find(item.words.begin(), item.words.end(), word) != item.words.end();
 }
 
-void write_item(OutputSink& out, const Item& item) {
-  out_printf(out, "id=%lu", item.id);
-  for (const std::string& word : item.words) out_printf(out, " %s", word.c_str());
-  out_printf(out, "\n");
+void write_item(std::string& out, const Item& item) {
+  append(out, "id=%lu", item.id);
+  for (const std::string& word : item.words) append(out, " %s", word.c_str());
+  append(out, "\n");
 }
 
 // The part of the list that "page=" and "limit=" ask for; all of it without a limit.
-void write_page(OutputSink& out, const std::vector<const Item*>& items, const Words& words) {
+void write_page(std::string& out, const std::vector<const Item*>& items, const Words& words) {
   const std::size_t limit = word_number(words, "limit", 0);
   const std::size_t page = std::max<std::size_t>(word_number(words, "page", 1), 1);
   const std::size_t first = limit == 0 ? 0 : (page - 1) * limit;
@@ -43,13 +42,12 @@ void write_page(OutputSink& out, const std::vector<const Item*>& items, const Wo
   }
 }
 
-void write_stat(OutputSink& out, const std::string& module, const ModuleState& state) {
-  out_printf(out, "{");
-  json_str(out, "module", module.c_str());
-  json_uint(out, ",items", static_cast<std::uint32_t>(state.items().size()));
-  for (const auto& [key, value] : state.settings())
-    json_str(out, ("," + key).c_str(), value.c_str());
-  out_printf(out, "}\n");
+void write_stat(std::string& out, const std::string& module, const ModuleState& state) {
+  append(out, "{\"module\":\"%s\",\"items\":%zu", module.c_str(), state.items().size());
+  for (const auto& [key, value] : state.settings()) {
+    append(out, ",\"%s\":\"%s\"", key.c_str(), value.c_str());
+  }
+  append(out, "}\n");
 }
 
 void keep_settings(ModuleState& state, const Words& words, const char* fallback_key) {
@@ -70,7 +68,7 @@ void load_file(Call& call, ModuleState& state) {
     if (state.add(split_words(line)) != 0) ++call.request.result;
   }
   begin_text(call);
-  out_printf(call.request, "loaded=%d\n", call.request.result);
+  append(call.out, "loaded=%d\n", call.request.result);
   end_text(call);
 }
 
@@ -140,12 +138,12 @@ void Modules::answer(Call& call) {
       request.result = static_cast<std::int32_t>(module.add(call.words));
       if (request.result == 0) return call.fail("EXISTS");
       begin_text(call);
-      out_printf(request, "id=%d\n", request.result);
+      append(call.out, "id=%d\n", request.result);
       return end_text(call);
     case kVerbList:
     case kVerbGet:
       begin_text(call);
-      write_page(request, module.find(call.words), call.words);
+      write_page(call.out, module.find(call.words), call.words);
       return end_text(call);
     case kVerbSet:
       if (!module.set(call.words)) return call.fail("NOT_FOUND");
@@ -162,7 +160,7 @@ void Modules::answer(Call& call) {
       [[fallthrough]];
     case kVerbStat:
       begin_text(call);
-      write_stat(request, call.target, module);
+      write_stat(call.out, call.target, module);
       return end_text(call);
     default:
       return call.fail("UNKNOWN_CODE");
@@ -172,15 +170,15 @@ void Modules::answer(Call& call) {
 }
 
 void begin_text(Call& call) {
-  if (!call.body.empty()) call.body[0] = '\0';
-  call.request.flags = 0;
-  call.request.replylen = 0;
-  call.request.shmsize = static_cast<std::uint32_t>(call.body.size());
-  call.request.reply = call.body.data();
+  call.out.clear();
 }
 
 void end_text(Call& call) {
-  call.request.reply = nullptr;  // the client points it at its own mapping
+  if (call.body.empty()) return;
+  const std::size_t length = std::min(call.out.size(), call.body.size() - 1);
+  std::copy_n(call.out.begin(), length, call.body.begin());
+  call.body[length] = '\0';
+  call.request.replylen = static_cast<std::uint32_t>(length);
 }
 
 bool read_lines(const Words& words, std::vector<std::string>& lines) {

@@ -60,8 +60,8 @@ class Modules {
   std::map<std::pair<Daemon, std::string>, ModuleState> states_;
 };
 
-/// Writes a text reply: `body` gets the text and its NUL, `replylen` its length. Between the two,
-/// `call.request` is a sink for the writers of format/output_sink.h and format/json_writer.h.
+/// Makes a text reply: between the two, text goes to the end of `call.out`; then `body` gets what
+/// of it fits and a NUL, `replylen` its length.
 void begin_text(Call& call);
 void end_text(Call& call);
 

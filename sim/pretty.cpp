@@ -1,9 +1,8 @@
 #include "sim/pretty.h"
 
-#include <cstdint>
-#include <nlohmann/json.hpp>
+#include <iconv.h>
 
-#include "commands/sessionlog/codec/gb2312.h"
+#include <nlohmann/json.hpp>
 
 namespace qsvmon::sim {
 namespace {
@@ -11,20 +10,23 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 // The text with every pair of GB2312 bytes as UTF-8; a byte that belongs to none becomes "?".
-std::string from_gb2312(const std::string& text) {
-  std::string out;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    std::uint32_t code = 0;
-    char utf8[4];
-    if (static_cast<unsigned char>(text[i]) < 0x80) {
-      out += text[i];
-    } else if (i + 1 < text.size() && gb2312_char_to_uni(&text[i], 2, &code) == 2) {
-      out.append(utf8, static_cast<std::size_t>(utf8_encode_char(utf8, code, sizeof utf8)));
-      ++i;
-    } else {
-      out += '?';
-    }
+std::string from_gb2312(std::string text) {
+  std::string out(text.size() * 2, '\0');  // two bytes become three at most
+  const iconv_t converter = ::iconv_open("UTF-8", "GB2312");
+  char* from = text.data();
+  char* to = out.data();
+  std::size_t left = text.size();
+  std::size_t room = out.size();
+  while (left > 0) {
+    ::iconv(converter, &from, &left, &to, &room);
+    if (left == 0 || room == 0) break;
+    ++from;
+    --left;
+    *to++ = '?';
+    --room;
   }
+  ::iconv_close(converter);
+  out.resize(out.size() - room);
   return out;
 }
 

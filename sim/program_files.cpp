@@ -10,7 +10,7 @@ ProgramFiles find_program_files() {
   const fs::path folder = program_path().parent_path();
   if (fs::exists(folder / "dict.so")) return {folder / "data", folder / "dict.so"};
   const fs::path prefix = folder.parent_path();
-  return {prefix / "share/qsvsim/data", prefix / "lib/qsvsim/dict.so"};
+  return {prefix / "share/qsvsim/data", prefix / "libexec/qsvsim/dict.so"};
 }
 
 std::string data_folder(const ProgramFiles& files, const std::string& given) {

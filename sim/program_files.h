@@ -10,7 +10,7 @@ namespace qsvmon::sim {
 std::filesystem::path program_path();
 
 /// The files that come with the program: beside it in a build tree, below share/qsvsim and
-/// lib/qsvsim of its prefix when it is installed. Not built in, so that a build's bytes do not
+/// libexec/qsvsim of its prefix when it is installed. Not built in, so that a build's bytes do not
 /// depend on where it was made.
 struct ProgramFiles {
   std::filesystem::path data;          ///< the folder of the sample data

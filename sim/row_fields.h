@@ -1,14 +1,15 @@
 #pragma once
 
+#include <arpa/inet.h>
+
 #include <cstdint>
 #include <cstring>
 #include <stdexcept>
 #include <string>
 
-#include "format/address.h"
-#include "format/byte_order.h"
 #include "sim/csv.h"
 #include "sim/data.h"
+#include "sim/text.h"
 
 // From the cells of a data file's row to the fields of a wire record. Each throws, naming file and
 // line, for what does not fit.
@@ -24,12 +25,12 @@ void copy_field(const CsvTable::Row& row, const std::string& text, char (&to)[Wi
 
 inline std::uint32_t ip_net(const CsvTable::Row& row, const char* column) {
   std::uint32_t host = 0;
-  if (parse_ipv4(row.text(column).c_str(), &host) != 0) row.fail("not an address");
-  return from_net32(host);
+  if (!parse_address(row.text(column), host)) row.fail("not an address");
+  return htonl(host);
 }
 
 inline std::uint16_t port_net(const CsvTable::Row& row, const char* column) {
-  return from_net16(static_cast<std::uint16_t>(row.number(column, 65535)));
+  return htons(static_cast<std::uint16_t>(row.number(column, 65535)));
 }
 
 inline std::uint32_t time_of(const CsvTable::Row& row, const char* column) {
@@ -51,7 +52,7 @@ inline std::uint16_t app_of(const CsvTable::Row& row, const Dictionary& dictiona
 
 /// The column "mac".
 inline void copy_mac(const CsvTable::Row& row, std::uint8_t (&mac)[6]) {
-  if (parse_mac(row.text("mac").c_str(), mac) != 0) row.fail("not a MAC address");
+  if (!parse_mac(row.text("mac"), mac)) row.fail("not a MAC address");
 }
 
 /// Makes a record of every row of a file.

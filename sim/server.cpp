@@ -3,17 +3,19 @@
 #include <poll.h>
 #include <signal.h>
 #include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <ctime>
 #include <limits>
 #include <random>
+#include <stdexcept>
 
-#include "platform/appliance_paths.h"
-#include "rpc/socket.h"
 #include "sim/area.h"
+#include "sim/tree.h"
 
 namespace qsvmon::sim {
 namespace {
@@ -50,6 +52,25 @@ const char* socket_path(std::size_t listener) {
   return listener == 0 ? kLogSocketPath : kMgmtSocketPath;
 }
 
+// A listening stream socket at `path`, in place of what is there.
+int listen_at(const char* path) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::strncpy(address.sun_path, path, sizeof address.sun_path - 1);
+  const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+  ::unlink(path);
+  if (fd < 0 || ::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+      ::listen(fd, SOMAXCONN) != 0) {
+    throw std::runtime_error(std::string(path) + ": " + std::strerror(errno));
+  }
+  return fd;
+}
+
+// The record fits any socket buffer; the client closes its end when it has it.
+bool send_record(int fd, const RpcRequest& record, std::size_t length) {
+  return ::send(fd, &record, length, 0) == static_cast<ssize_t>(length);
+}
+
 }  // namespace
 
 Server::~Server() {
@@ -57,14 +78,9 @@ Server::~Server() {
   for (const Connection& connection : connections_) ::close(connection.fd);
 }
 
-bool Server::listen() {
-  if (plan_.fault == Fault::kRefuse && plan_.after == 0) return true;
-  for (std::size_t i = 0; i < std::size(listeners_); ++i) {
-    std::string path = socket_path(i);
-    listeners_[i] = socket_listen(path.data());
-    if (listeners_[i] < 0) return false;
-  }
-  return true;
+void Server::listen() {
+  if (plan_.fault == Fault::kRefuse && plan_.after == 0) return;
+  for (std::size_t i = 0; i < std::size(listeners_); ++i) listeners_[i] = listen_at(socket_path(i));
 }
 
 void Server::close_listeners() {
@@ -123,7 +139,7 @@ void Server::run(const volatile std::sig_atomic_t& stop) {
 }
 
 void Server::accept_client(std::size_t listener) {
-  const int fd = socket_accept(listeners_[listener], 0);
+  const int fd = ::accept(listeners_[listener], nullptr, nullptr);
   if (fd < 0) return;
   connections_.push_back({fd, listener == 0 ? Daemon::kLog : Daemon::kMgmt, 0, false, {}, {}});
 }
@@ -183,14 +199,12 @@ bool Server::reply(Connection& connection) {
       break;
   }
   capture_.after(request);
-  // The record fits any socket buffer; the client closes its end when it has it.
-  const int sent = send_all(connection.fd, &request, length);
-  return sent == 0 && length == sizeof request;
+  return send_record(connection.fd, request, length) && length == sizeof request;
 }
 
 bool Server::send_late(Connection& connection) const {
   connection.waiting = false;
-  return send_all(connection.fd, &connection.request, sizeof connection.request) == 0;
+  return send_record(connection.fd, connection.request, sizeof connection.request);
 }
 
 void Server::damage_area(const RpcRequest& request) {

@@ -46,8 +46,8 @@ class Server {
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;
 
-  /// Opens the sockets. False after a line on standard output when one cannot be opened.
-  bool listen();
+  /// Opens the sockets. Throws std::runtime_error when one cannot be opened.
+  void listen();
   /// Serves until `stop` is set (by a signal handler).
   void run(const volatile std::sig_atomic_t& stop);
 

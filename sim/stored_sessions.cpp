@@ -74,24 +74,24 @@ std::string raw_bytes(const Json& value) {
 
 std::uint32_t mail_ip_net(const Json& mail, const char* member) {
   std::uint32_t host = 0;
-  if (parse_ipv4(mail.at(member).get<std::string>().c_str(), &host) != 0) {
+  if (!parse_address(mail.at(member).get<std::string>(), host)) {
     throw std::runtime_error(std::string("not an address: ") + member);
   }
-  return from_net32(host);
+  return htonl(host);
 }
 
 MailRecord mail_record(const Json& mail, const Dictionary& dictionary) {
   MailElements elements;
   const MailAddressBlock block{mail_ip_net(mail, "src"), mail_ip_net(mail, "dst"),
-                               from_net16(mail.at("sport").get<std::uint16_t>()),
-                               from_net16(mail.at("dport").get<std::uint16_t>())};
+                               htons(mail.at("sport").get<std::uint16_t>()),
+                               htons(mail.at("dport").get<std::uint16_t>())};
   const auto time = mail.at("time").get<std::uint32_t>();
   elements.add_value(kMailTime, time);
   elements.add_value(kMailAddresses, block);
   elements.add_value(kMailAppId, dictionary.id(mail.value("app", "")));
   if (mail.contains("mac")) {
     std::uint8_t mac[6];
-    if (parse_mac(mail["mac"].get<std::string>().c_str(), mac) != 0) {
+    if (!parse_mac(mail["mac"].get<std::string>(), mac)) {
       throw std::runtime_error("not a MAC address");
     }
     elements.add_value(kMailMac, mac);

@@ -8,8 +8,6 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "platform/appliance_paths.h"
-
 namespace qsvmon::sim {
 namespace {
 

@@ -6,6 +6,14 @@
 
 namespace qsvmon::sim {
 
+/// The appliance's files, below the working directory.
+constexpr char kLogSocketPath[] = "./var/tmp/qsvlog.d";
+constexpr char kMgmtSocketPath[] = "./usr/ramdisk/var/mgmt.d";
+constexpr char kDictLibraryPath[] = "./usr/ramdisk/bin/dict.so";
+constexpr char kMainConfigPath[] = "./conf/korvale.conf";
+constexpr char kAssetsConfigPath[] = "./conf/qsv_assets.conf";
+constexpr char kCsvFolder[] = "./usr/qsvlog/";
+
 /// Lays the appliance's tree out in the working directory: the folders of the sockets, of the
 /// dictionary library, of the configuration files and of downloads. Copies the library, and the
 /// configuration files that are not there yet from `data_folder`/conf, so that edited ones stay.

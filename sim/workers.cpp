@@ -1,7 +1,7 @@
 #include "sim/workers.h"
 
-#include "format/output_sink.h"
 #include "sim/modules.h"
+#include "sim/text.h"
 
 namespace qsvmon::sim {
 namespace {
@@ -23,7 +23,7 @@ void Workers::add(Call& call) {
   tasks_[id] = {name, type.empty() ? kDefaultType : type};
   call.request.result = static_cast<std::int32_t>(id);
   begin_text(call);
-  out_printf(call.request, "taskid=%lu\n", id);
+  append(call.out, "taskid=%lu\n", id);
   end_text(call);
 }
 
@@ -32,8 +32,7 @@ void Workers::list(Call& call) const {
   begin_text(call);
   for (const auto& [id, task] : tasks_) {
     if (!type.empty() && type != task.type) continue;
-    out_printf(call.request, "taskid=%lu taskname=%s type=%s\n", id, task.name.c_str(),
-               task.type.c_str());
+    append(call.out, "taskid=%lu taskname=%s type=%s\n", id, task.name.c_str(), task.type.c_str());
   }
   end_text(call);
 }
@@ -44,15 +43,11 @@ void Workers::stat(Call& call) const {
   if (id != 0 && found == tasks_.end()) return call.fail("NO_TASK");
   begin_text(call);
   if (id == 0) {
-    out_printf(call.request, "tasks=%zu\n", tasks_.size());
+    append(call.out, "tasks=%zu\n", tasks_.size());
   } else {
-    out_printf(call.request, "taskid=%lu\n", id);
-    out_label(call.request, "taskname");
-    out_printf(call.request, "%s\n", found->second.name.c_str());
-    out_label(call.request, "type");
-    out_printf(call.request, "%s\n", found->second.type.c_str());
-    out_label(call.request, "state");
-    out_printf(call.request, "running\n");
+    append(call.out, "taskid=%lu\n", id);
+    append(call.out, "taskname=%s\ntype=%s\nstate=running\n", found->second.name.c_str(),
+           found->second.type.c_str());
   }
   end_text(call);
 }

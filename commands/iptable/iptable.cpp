@@ -10,56 +10,25 @@
 namespace qsvmon {
 namespace {
 
-using Output = IpTableCommand::Output;
+using enum Daemon;
+using enum IpTableCommand::Output;
 
 constexpr std::size_t kAnyMore = static_cast<std::size_t>(-1);
-constexpr char kQsvIpTable[] = "qsviptable";
+constexpr char kQsv[] = "qsviptable";
 
 // KEEP: the usage texts differ in style, and some name another command or verb than their own; they
 // are the wording that operators know.
-constexpr IpTableCommand kQsvIpTableAddIp = {
-    Daemon::kMgmt,
-    kVerbAdd,
-    2,
-    kAnyMore,
-    "qsvmon qsviptable|table addip tid=n ip=xxx info=xxxx\n",
-    kQsvIpTable,
-    put_joined_words,
-    Output::kNothing};
-constexpr IpTableCommand kQsvIpTableRemove = {
-    Daemon::kMgmt,    kVerbRemove,     2, 2, "qsviptable remove tid=n ip=xxxx\n", kQsvIpTable,
-    put_joined_words, Output::kNothing};
-constexpr IpTableCommand kQsvIpTableClear = {Daemon::kMgmt,
-                                             kVerbRemove,
-                                             1,
-                                             1,
-                                             "qsvmon qsviptable remove clear=1 table=xxx\n",
-                                             kQsvIpTable,
-                                             put_joined_words,
-                                             Output::kNothing};
-constexpr IpTableCommand kQsvIpTableGetCmp = {Daemon::kMgmt,
-                                              kVerbGet,
-                                              1,
-                                              1,
-                                              "qsvmon qsviptable get getcmp=1 table=xxx\n",
-                                              kQsvIpTable,
-                                              put_joined_words,
-                                              Output::kTextIfAny};
-constexpr IpTableCommand kTableAddIp = {Daemon::kLog,    kCodeTableAddIp,          2,
-                                        kAnyMore,        "iptbl addip table ip\n", {},
-                                        put_table_addip, Output::kNothing};
-constexpr IpTableCommand kTableRemoveIp = {
-    Daemon::kLog,    kCodeTableRemoveIp, 2, 2, "iptbl rmvip table ip\n", {},
-    put_table_rmvip, Output::kNothing};
-constexpr IpTableCommand kTableClear = {
-    Daemon::kLog,        kCodeTableClear, 1, 1, "vexacli iptbl clear tblid|tblname\n", {},
-    put_word_in_errtext, Output::kNothing};
-constexpr IpTableCommand kTableGetCmp = {
-    Daemon::kLog,        kCodeTableGetCmp,  1, 1, "vexacli iptbl getcmp tblid|tblname\n", {},
-    put_word_in_errtext, Output::kTextIfAny};
-constexpr IpTableCommand kTableMatchTest = {
-    Daemon::kLog,  kCodeTableMatchTest, 2, 2, "vexacli table matchtest tblid ip\n", {},
-    put_matchtest, Output::kTextLine};
+// clang-format off
+constexpr IpTableCommand kQsvAddIp = {.daemon = kMgmt, .module = kQsv, .code = kVerbAdd, .least_words = 2, .most_words = kAnyMore, .usage = "qsvmon qsviptable|table addip tid=n ip=xxx info=xxxx\n"};
+constexpr IpTableCommand kQsvRemove = {.daemon = kMgmt, .module = kQsv, .code = kVerbRemove, .least_words = 2, .usage = "qsviptable remove tid=n ip=xxxx\n"};
+constexpr IpTableCommand kQsvClear = {.daemon = kMgmt, .module = kQsv, .code = kVerbRemove, .usage = "qsvmon qsviptable remove clear=1 table=xxx\n"};
+constexpr IpTableCommand kQsvGetCmp = {.daemon = kMgmt, .module = kQsv, .code = kVerbGet, .output = kTextIfAny, .usage = "qsvmon qsviptable get getcmp=1 table=xxx\n"};
+constexpr IpTableCommand kTableAddIp = {.code = kCodeTableAddIp, .put_words = put_table_addip, .least_words = 2, .most_words = kAnyMore, .usage = "iptbl addip table ip\n"};
+constexpr IpTableCommand kTableRemoveIp = {.code = kCodeTableRemoveIp, .put_words = put_table_rmvip, .least_words = 2, .usage = "iptbl rmvip table ip\n"};
+constexpr IpTableCommand kTableClear = {.code = kCodeTableClear, .put_words = put_word_in_errtext, .usage = "vexacli iptbl clear tblid|tblname\n"};
+constexpr IpTableCommand kTableGetCmp = {.code = kCodeTableGetCmp, .put_words = put_word_in_errtext, .output = kTextIfAny, .usage = "vexacli iptbl getcmp tblid|tblname\n"};
+constexpr IpTableCommand kTableMatchTest = {.code = kCodeTableMatchTest, .put_words = put_matchtest, .least_words = 2, .output = kTextLine, .usage = "vexacli table matchtest tblid ip\n"};
+// clang-format on
 
 }  // namespace
 
@@ -69,19 +38,19 @@ int qsviptable_get(int argc, char** argv) {
 }
 
 int qsviptable_addip(int argc, char** argv) {
-  return run_iptable_command(kQsvIpTableAddIp, words_of(argc, argv));
+  return run_iptable_command(kQsvAddIp, words_of(argc, argv));
 }
 
 int qsviptable_remove(int argc, char** argv) {
-  return run_iptable_command(kQsvIpTableRemove, words_of(argc, argv));
+  return run_iptable_command(kQsvRemove, words_of(argc, argv));
 }
 
 int qsviptable_clear(int argc, char** argv) {
-  return run_iptable_command(kQsvIpTableClear, words_of(argc, argv));
+  return run_iptable_command(kQsvClear, words_of(argc, argv));
 }
 
 int qsviptable_getcmp(int argc, char** argv) {
-  return run_iptable_command(kQsvIpTableGetCmp, words_of(argc, argv));
+  return run_iptable_command(kQsvGetCmp, words_of(argc, argv));
 }
 
 int table_get(int argc, char** argv) {

@@ -7,12 +7,6 @@
 namespace qsvmon {
 namespace {
 
-using enum MgmtCall;
-using enum MgmtReturn;
-
-constexpr bool kWords = true;
-constexpr bool kNoWords = false;
-
 // KEEP: some of these texts name other keys than their command takes, and one has two blanks after
 // the colon; operators' scripts match them.
 constexpr char kUsageNamePort[] = "usage: name=str port=nn...\n";
@@ -26,36 +20,36 @@ constexpr char kUsageDeviceId[] = "usage: id=nnn...\n";
 // clang-format off
 constexpr MgmtCommand kCommands[] = {
     // Reached by the command table.
-    {"qsvlog", "stat", kVerbStat, kWords, "tag=", nullptr, kStrict, 0, kZero},
-    {"qsvquery", "stat", kVerbStat, kNoWords, "", nullptr, kStrict, 0, kResult},
-    {"worker", "add", kVerbAdd, kWords, "taskname=", nullptr, kStrict, 0, kResult},
-    {"worker", "list", kVerbList, kWords, "type=", nullptr, kStrict, 0, kZero},
-    {"worker", "stat", kVerbStat, kWords, "taskid=", nullptr, kStrict, 0, kResult},
-    {"disk", "stat", kVerbStat, kNoWords, "", nullptr, kStrict, 0, kZero},
+    {.module = "qsvlog", .verb = "stat", .code = kVerbStat, .keys = "tag="},
+    {.module = "qsvquery", .verb = "stat", .code = kVerbStat, .sends_words = false, .returns_result = true},
+    {.module = "worker", .verb = "add", .code = kVerbAdd, .keys = "taskname=", .returns_result = true},
+    {.module = "worker", .verb = "list", .code = kVerbList, .keys = "type="},
+    {.module = "worker", .verb = "stat", .code = kVerbStat, .keys = "taskid=", .returns_result = true},
+    {.module = "disk", .verb = "stat", .code = kVerbStat, .sends_words = false},
     // Reached by name only.
-    {"korvlog", "list", kVerbList, kNoWords, "", nullptr, kStrict, 1, kZero},
-    {"korvlog", "stat", kVerbStat, kNoWords, "", nullptr, kStrict, 0, kZero},
-    {"korvlog", "add", kVerbAdd, kWords, "name= port=", kUsageNamePort, kLenient, 0, kZero},
-    {"korvlog", "remove", kVerbRemove, kWords, "port=", kUsageNamePort, kLenient, 0, kZero},
-    {"korvlog", "set", kVerbSet, kWords, "name= port=", kUsageNamePort, kLenient, 0, kZero},
-    {"korvlog", "config", kVerbConfig, kWords, "buffree= allowfiletodb=", kUsageBuffree, kLenient, 0, kZero},
-    {"auth", "list", kVerbList, kWords, "page= limit= auth= ipaddr= mac= customer= grpid=", nullptr, kLenient, 0, kZero},
-    {"auth", "set", kVerbSet, kWords, "ttl=", kUsageTtl, kLenient, 0, kZero},
-    {"auth", "stat", kVerbStat, kNoWords, "", nullptr, kLenient, 1, kZero},
-    {"auth", "add", kVerbAdd, kWords, "ipaddr= ipname= grpid=", kUsageTtl, kLenient, 0, kZero},
-    {"auth", "remove", kVerbRemove, kWords, "ipaddr=", kUsageIpaddr, kLenient, 0, kZero},
-    {"node_manage", "add", kVerbAdd, kWords, "ipaddr=", kUsageIpaddr, kLenient, 0, kResult},
-    {"node_manage", "list", kVerbList, kNoWords, "", nullptr, kLenient, 1, kZero},
-    {"node_manage", "remove", kVerbRemove, kWords, "ipaddr=", kUsageIpaddr, kLenient, 0, kZero},
-    {"node_manage", "stat", kVerbStat, kNoWords, "", nullptr, kStrict, 1, kZero},
-    {"node_manage", "load", kVerbLoad, kNoWords, "", nullptr, kStrict, 0, kZero},
-    {"virdevice", "list", kVerbList, kNoWords, "", nullptr, kStrict, 1, kZero},
-    {"virdevice", "add", kVerbAdd, kWords, "devid= devname= ipgrp= grpname= grptype=", kUsageVirdeviceAdd, kLenient, 0, kZero},
-    {"virdevice", "remove", kVerbRemove, kWords, "devid=", kUsageNamePort, kLenient, 0, kZero},
-    {"device", "list", kVerbList, kNoWords, "", nullptr, kStrict, 1, kZero},
-    {"device", "add", kVerbAdd, kWords, "id= name= addr=", kUsageDevice, kLenient, 0, kZero},
-    {"device", "remove", kVerbRemove, kWords, "id=", kUsageDeviceId, kLenient, 0, kZero},
-    {"device", "config", kVerbConfig, kWords, "id= name= addr=", kUsageDevice, kLenient, 0, kZero},
+    {.module = "korvlog", .verb = "list", .code = kVerbList, .sends_words = false, .empty_datalen = 1},
+    {.module = "korvlog", .verb = "stat", .code = kVerbStat, .sends_words = false},
+    {.module = "korvlog", .verb = "add", .code = kVerbAdd, .keys = "name= port=", .usage = kUsageNamePort, .is_lenient = true},
+    {.module = "korvlog", .verb = "remove", .code = kVerbRemove, .keys = "port=", .usage = kUsageNamePort, .is_lenient = true},
+    {.module = "korvlog", .verb = "set", .code = kVerbSet, .keys = "name= port=", .usage = kUsageNamePort, .is_lenient = true},
+    {.module = "korvlog", .verb = "config", .code = kVerbConfig, .keys = "buffree= allowfiletodb=", .usage = kUsageBuffree, .is_lenient = true},
+    {.module = "auth", .verb = "list", .code = kVerbList, .keys = "page= limit= auth= ipaddr= mac= customer= grpid=", .is_lenient = true},
+    {.module = "auth", .verb = "set", .code = kVerbSet, .keys = "ttl=", .usage = kUsageTtl, .is_lenient = true},
+    {.module = "auth", .verb = "stat", .code = kVerbStat, .sends_words = false, .empty_datalen = 1, .is_lenient = true},
+    {.module = "auth", .verb = "add", .code = kVerbAdd, .keys = "ipaddr= ipname= grpid=", .usage = kUsageTtl, .is_lenient = true},
+    {.module = "auth", .verb = "remove", .code = kVerbRemove, .keys = "ipaddr=", .usage = kUsageIpaddr, .is_lenient = true},
+    {.module = "node_manage", .verb = "add", .code = kVerbAdd, .keys = "ipaddr=", .usage = kUsageIpaddr, .is_lenient = true, .returns_result = true},
+    {.module = "node_manage", .verb = "list", .code = kVerbList, .sends_words = false, .empty_datalen = 1, .is_lenient = true},
+    {.module = "node_manage", .verb = "remove", .code = kVerbRemove, .keys = "ipaddr=", .usage = kUsageIpaddr, .is_lenient = true},
+    {.module = "node_manage", .verb = "stat", .code = kVerbStat, .sends_words = false, .empty_datalen = 1},
+    {.module = "node_manage", .verb = "load", .code = kVerbLoad, .sends_words = false},
+    {.module = "virdevice", .verb = "list", .code = kVerbList, .sends_words = false, .empty_datalen = 1},
+    {.module = "virdevice", .verb = "add", .code = kVerbAdd, .keys = "devid= devname= ipgrp= grpname= grptype=", .usage = kUsageVirdeviceAdd, .is_lenient = true},
+    {.module = "virdevice", .verb = "remove", .code = kVerbRemove, .keys = "devid=", .usage = kUsageNamePort, .is_lenient = true},
+    {.module = "device", .verb = "list", .code = kVerbList, .sends_words = false, .empty_datalen = 1},
+    {.module = "device", .verb = "add", .code = kVerbAdd, .keys = "id= name= addr=", .usage = kUsageDevice, .is_lenient = true},
+    {.module = "device", .verb = "remove", .code = kVerbRemove, .keys = "id=", .usage = kUsageDeviceId, .is_lenient = true},
+    {.module = "device", .verb = "config", .code = kVerbConfig, .keys = "id= name= addr=", .usage = kUsageDevice, .is_lenient = true},
 };
 // clang-format on
 
@@ -89,11 +83,11 @@ int run_mgmt_command(const MgmtCommand& command, Words words) {
     request.datalen = *length + 1;
   }
   const int status = rpc_call(daemon_path(Daemon::kLog), request);
-  if (status != 0 && command.call == MgmtCall::kStrict) {
+  if (status != 0 && !command.is_lenient) {
     return fail(Status::error(request_errtext(request)));
   }
   standard_out().put(rpc_reply_text(request));
-  return command.returns == MgmtReturn::kResult ? request.result : 0;
+  return command.returns_result ? request.result : 0;
 }
 
 }  // namespace qsvmon

@@ -10,26 +10,21 @@
 
 namespace qsvmon {
 
-/// How a management command treats a call that failed.
-enum class MgmtCall {
-  kStrict,   ///< prints the error text, result -1
-  kLenient,  ///< prints what lies at the reply all the same, usual result
-};
-
-/// What a management command returns when the call succeeded, or whenever it is lenient.
-enum class MgmtReturn { kZero, kResult };
-
 /// One management command: words that go to the log daemon as they are, addressed to a module.
 struct MgmtCommand {
   std::string_view module;  ///< target name
   std::string_view verb;    ///< what the command is called by
   MessageCode code;
-  bool sends_words;   ///< else they are ignored and nothing is written
-  const char* keys;   ///< the keys it documents, separated by blanks; they go out like any word
-  const char* usage;  ///< printed, with its newline, when there is no word; null: words may lack
-  MgmtCall call;
-  std::uint32_t empty_datalen;  ///< `datalen` when no words are sent; else the text's and its NUL
-  MgmtReturn returns;
+  const char* keys = "";    ///< the keys it documents; they go out like any word
+  bool sends_words = true;  ///< else they are ignored and nothing is written
+  std::uint32_t empty_datalen =
+      0;  ///< `datalen` when no words are sent; else the text's and its NUL
+  const char* usage =
+      nullptr;  ///< printed, with its newline, when a word lacks; null: none need be
+  /// A call that failed prints what lies at the reply all the same, and has the usual result;
+  /// otherwise it prints the error text and has the result -1.
+  bool is_lenient = false;
+  bool returns_result = false;  ///< the daemon's `result`, otherwise 0
 };
 
 /// Every management command: those that the command table reaches first, then those that are kept

@@ -152,6 +152,7 @@ function cell(column, value) {
     td.className = "number";
   } else {
     td.textContent = visible(value ?? "");
+    if (value?.length > 20) td.className = value.length > 120 ? "longest" : "long";
     if (/^(ip|\w+_ip|mac|req_time|local_time)$/.test(column)) td.className = "fixed";
   }
   return td;
@@ -296,8 +297,8 @@ function complain(text) {
 }
 
 function describe(listing, rows, total) {
-  if (total !== undefined) return `${rows} rows shown of ${total}`;
-  return rows > MOST_LINES ? `the first ${MOST_LINES} of ${rows} lines shown` : `${rows} lines shown`;
+  if (total !== undefined) return `Rows: ${rows} of ${total}`;
+  return rows > MOST_LINES ? `Lines: the first ${MOST_LINES} of ${rows}` : `Lines: ${rows}`;
 }
 
 let running = new AbortController();

@@ -176,7 +176,7 @@ class Reader {
   }
 
   expect(character, where) {
-    if (!this.accepts(character)) this.fail(`no ${character} ${where}`);
+    if (!this.accepts(character)) this.fail(`no "${character}" ${where}`);
   }
 
   /** The bytes up to the next double quote: no quote inside is ever escaped. */
@@ -247,6 +247,7 @@ class Reader {
       forms = forms.filter((members) => members[i]?.[0] === name);
       if (forms.length === 0) this.fail(`an unexpected member ${where}`, start);
       object[name] = this.value(forms[0][i][1], `of "${name}"`);
+      where = `behind "${name}"`;
     }
   }
 

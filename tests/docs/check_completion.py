@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Types at bash and tcsh in a terminal, as a user would, and looks at what completion makes of it.
+"""Types at bash, tcsh, fish and zsh in a terminal, as a user would, and looks at what completion makes of it.
 
     check_completion.py           tests
     check_completion.py --show    also prints what the terminals showed
@@ -10,9 +10,12 @@ import pathlib
 import pty
 import re
 import select
+import shlex
 import shutil
 import signal
+import subprocess
 import sys
+import tempfile
 import time
 import unittest
 
@@ -41,7 +44,7 @@ class Terminal:
             ready, _, _ = select.select([self.fd], [], [], 0.1)
             if ready:
                 data = os.read(self.fd, 65536).decode("utf-8", "replace")
-                plain = re.sub(r"\x1b(\[[0-9;?]*[A-Za-z]|[=>])|[\r\a]", "", data)
+                plain = re.sub(r"\x1b(\[[0-9;?]*[A-Za-z]|[=>])|[\r\a\x00\x0f]", "", data)
                 self.said += plain
                 shown += plain
             elif time.monotonic() > end:
@@ -97,9 +100,51 @@ class Completion(unittest.TestCase):
         finally:
             self.finish("tcsh", terminal)
 
+    def test_zsh(self):
+        with tempfile.TemporaryDirectory() as scratch:
+            shutil.copy(COMPLETIONS / "qsvmon.zsh", f"{scratch}/_qsvmon")
+            terminal = Terminal("zsh", "-f", "-o", "nopromptsp", "-i")
+            try:
+                self.expect(terminal, "", r"\$ $")
+                self.expect(terminal, f"fpath+=({scratch}); autoload -U compinit; "
+                            f"compinit -u -d {scratch}/dump; setopt noautomenu; echo re''ady\n",
+                            r"ready\n\$ $")
+                self.expect(terminal, "qsvmon " + LIST, r"assetsobj2 +", r"emaillog +", r"worker")
+                self.expect(terminal, "mal" + TAB, r"malclog ")
+                self.expect(terminal, "l" + TAB, r"list ")
+                self.expect(terminal, "listt" + TAB, r"listtype=")
+                self.expect(terminal, LIST, r"app +detail +dst +host +src +table")
+                self.expect(terminal, "ho" + TAB, r"host ")
+                self.expect(terminal, "pa" + TAB, r"page=")
+                self.expect(terminal, "2 so" + KILL_LINE + "qsvmon unheard c" + TAB, r"onfig ")
+            finally:
+                self.finish("zsh", terminal)
+
+    def fish_offers(self, line):
+        """What fish's completion offers at the end of the line, in its order."""
+        script = f"source {COMPLETIONS}/qsvmon.fish; complete --do-complete={shlex.quote(line)}"
+        with tempfile.TemporaryDirectory() as home:
+            run = subprocess.run(["fish", "--no-config", "-c", script], capture_output=True, text=True,
+                                 env=dict(os.environ, HOME=home, XDG_CONFIG_HOME=home), timeout=60)
+        self.assertEqual((run.returncode, run.stderr), (0, ""))
+        return run.stdout.splitlines()
+
+    def test_fish(self):
+        modules = self.fish_offers("qsvmon ")
+        self.assertEqual(len(modules), 18)
+        self.assertTrue({"assetsobj2", "emaillog", "worker"} <= set(modules))
+        self.assertEqual(self.fish_offers("/usr/local/bin/qsvmon mal"), ["malclog"])
+        self.assertEqual(self.fish_offers("true; qsvmon malclog "), ["list"])
+        self.assertEqual(self.fish_offers("qsvmon-here malclog list listt"), ["listtype="])
+        self.assertEqual(self.fish_offers("qsvmon malclog list listtype="),
+                         [f"listtype={kind}" for kind in "app detail dst host src table".split()])
+        self.assertEqual(self.fish_offers("qsvmon malclog list limit=3 listtype=ho"), ["listtype=host"])
+        self.assertEqual(self.fish_offers("qsvmon unheard c"), ["config"])
+        self.assertEqual(self.fish_offers("qsvmon disk c"), [])
+
 
 if __name__ == "__main__":
-    for shell in ("bash", "tcsh"):
+    for shell in ("bash", "tcsh", "fish", "zsh"):
         if not shutil.which(shell):
             sys.exit(f"check_completion: no {shell}")
     unittest.main(argv=sys.argv[:1])

@@ -1,10 +1,13 @@
 """The simulated appliance's own options, data files and messages."""
 import os
+import re
 import subprocess
 import tempfile
 import unittest
 
 import harness
+
+MANUAL = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../docs/qsvsim.1")
 
 
 class Simulator(unittest.TestCase):
@@ -125,6 +128,16 @@ class CommandLine(Simulator):
         for fault in ("refuse close half silence late error count replylen garbage unterminated "
                       "dict").split():
             self.assertRegex(shown.stdout, rf"(?m)^      {fault}  *\S")
+
+    def test_the_manual_page_has_every_option_and_fault_of_the_help(self):
+        help_text = self.simulator("--help").stdout
+        with open(MANUAL) as file:
+            manual = file.read()
+        options = set(re.findall(r"--([a-z-]+)", help_text))
+        self.assertEqual(options, set(re.findall(r"(?m)^\.It .*Fl \\-([a-z-]+)", manual)))
+        faults = re.findall(r"(?m)^      ([a-z]+) ", help_text)
+        self.assertEqual(len(faults), 11)
+        self.assertEqual(faults, re.findall(r"(?m)^\.It Cm ([a-z]+)$", manual))
 
     def test_version(self):
         shown = self.simulator("--version")

@@ -103,6 +103,10 @@ test("mail headers are GB2312, other texts UTF-8 or one character a byte", () =>
   assert.equal(read("emaillog", mail("", "", "\x80")).data[0].appname, "\u0080");  // no euro sign
 });
 
+test("a mark of byte order is a character like any other", () => {
+  assert.equal(read("malclog-host", hosts(host("\xef\xbb\xbfa"))).data[0].host, "\ufeffa");
+});
+
 test("a character cut in half does not swallow the quote behind it", () => {
   assert.equal(read("emaillog", mail("a\xc4", "")).data[0].from, "a\ufffd");
   assert.equal(read("malclog-host", hosts(host("a\xe4\xbd"))).data[0].host, "a\u00e4\u00bd");
@@ -131,7 +135,7 @@ test("markup, formulas and names of the language's own stay texts", () => {
 });
 
 test("a quote in a text breaks the document, where it stands", () => {
-  broken("malclog-host", hosts(host('a"b')), 20, /no , /);
+  broken("malclog-host", hosts(host('a"b')), 20, /no "," behind "host", at byte 20, in row 1/);
   broken("malclog-host", hosts(host('a","x":"b')), 21, /an unexpected member/);
   broken("malclog-host", hosts(host("a", ',"cnt":1,"cnt":2,"list":[]}')), 29, /an unexpected member/);
   broken("malclog-detail", detail(event("1", 'a","srcip_desc":"b')), 303, /an unexpected member/);
@@ -153,7 +157,7 @@ test("what is cut off or goes on is broken", () => {
   }
   broken("malclog-host", `${whole}\n`, whole.length, /more behind the end/);
   broken("malclog-host", whole + whole, whole.length, /more behind the end/);
-  broken("malclog-detail", '{"data":[DAEMON_BUSY\n', 9, /no \{/);
+  broken("malclog-detail", '{"data":[DAEMON_BUSY\n', 9, /no "\{"/);
   broken("malclog-host", '{"data":[],"total":0}', 19, /no "count"/);
   broken("malclog-host", '{"rows":[],"count":0}', 8, /no rows/);
 });

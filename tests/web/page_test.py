@@ -132,18 +132,18 @@ class Listings(PageTest):
                     [["93.184.216.34", "2", "1", "1", last, first, "80,443"],
                      ["198.51.100.9", "2", "1", "0", "2023-11-14 22:14:50 UTC", "2023-11-14 22:13:50 UTC",
                       "80,873"]],
-                    "2 rows shown of 2", [("93.184.216.34", "2"), ("198.51.100.9", "2")])
+                    "Rows: 2 of 2", [("93.184.216.34", "2"), ("198.51.100.9", "2")])
         self.expect("tcpreset-listip?type=src", "Reset sessions by address",
                     [["10.20.1.5", "3", "2", "1", "2023-11-14 22:14:50 UTC", first,
                       "http|Web browsing,https|Secure web"],
                      ["10.20.2.7", "1", "0", "0", "2023-11-14 22:13:50 UTC", "2023-11-14 22:13:50 UTC",
                       "backup|Nightly backup"]],
-                    "2 rows shown of 2", [("10.20.1.5", "3"), ("10.20.2.7", "1")])
+                    "Rows: 2 of 2", [("10.20.1.5", "3"), ("10.20.2.7", "1")])
         self.expect("tcpreset-listdns", "Reset sessions by name",
                     [["www.example.com", "2", "1", "1", last, first, "0", "0", "1", "0", "80,443"],
                      ["files.example.net", "1", "1", "0", "2023-11-14 22:14:50 UTC", "2023-11-14 22:14:50 UTC",
                       "1", "0", "0", "0", "80"]],
-                    "2 rows shown of 2", [("www.example.com", "2"), ("files.example.net", "1")])
+                    "Rows: 2 of 2", [("www.example.com", "2"), ("files.example.net", "1")])
         self.expect("tcpreset-list", "Every reset session", [
             [first, self.local(first), "http Web browsing", "10.20.1.5", "40000", "93.184.216.34", "80",
              "0.42", "7.25", "40.96", "10", "207", "2", "www.example.com|404"],
@@ -153,7 +153,7 @@ class Listings(PageTest):
              "198.51.100.9", "873", "0", "0", "12.8", "3", "4", "5", "NULL"],
             ["2023-11-14 22:14:50 UTC", "2023-11-14/22:14:50", "http Web browsing", "10.20.1.5", "40003",
              "198.51.100.9", "80", "0", "0.1", "0", "1", "2", "3", "files.example.net|200"]],
-            "4 lines shown")
+            "Lines: 4")
 
     @staticmethod
     def local(clock):
@@ -164,21 +164,21 @@ class Listings(PageTest):
         hits, hole = "/".join(HIT), "sinkhole (沉洞)"
         self.expect("malclog-dst", "Events by destination",
                     [["10.20.0.53", "2", "", hits], ["203.0.113.8", "1", "", hole]],
-                    "2 rows shown of 2", [("10.20.0.53", "2"), ("203.0.113.8", "1")])
+                    "Rows: 2 of 2", [("10.20.0.53", "2"), ("203.0.113.8", "1")])
         self.expect("malclog-src", "Events by source",
                     [["10.20.1.5", "2", "front-desk", hits], ["10.20.2.7", "1", "second-floor", hole]],
-                    "2 rows shown of 2", [("10.20.1.5", "2"), ("10.20.2.7", "1")])
+                    "Rows: 2 of 2", [("10.20.1.5", "2"), ("10.20.2.7", "1")])
         self.expect("malclog-app", "Events by application",
                     [["3", "dns", "Name service", "2", hits], ["2", "https", "Secure web", "1", hole]],
-                    "2 rows shown of 2", [("Name service", "2"), ("Secure web", "1")])
+                    "Rows: 2 of 2", [("Name service", "2"), ("Secure web", "1")])
         self.expect("malclog-host", "Events by host name", [["bad.example.org", "2", hits]],
-                    "1 rows shown of 1", [("bad.example.org", "2")])
+                    "Rows: 1 of 1", [("bad.example.org", "2")])
         # Two kinds of objects in one table: a signature has no id and no cname.
         self.expect("malclog-table", "Events by signature",
                     [["1002", "1", "21", "1", "fareit", "2", "", ""],
                      ["1001", "1", "21", "1", "azorult", "1", "", ""],
                      ["0", "2", "0", "0", "sinkhole", "2", "9", "沉洞"]],
-                    "3 rows shown of 3", [("fareit", "2"), ("沉洞", "2"), ("azorult", "1")])
+                    "Rows: 3 of 3", [("fareit", "2"), ("沉洞", "2"), ("azorult", "1")])
 
     def test_events_in_detail(self):
         self.open("#malclog-detail")
@@ -196,25 +196,25 @@ class Listings(PageTest):
              "second-floor", "", "", "王芳<wang.fang@korvale.example>", "anna@korvale.example", "", "你好", "20", ""],
             ["10.20.1.5", "40000", *MAIL, "00-16-3e-00-00-05", "2023-11-14/22:13:20", "2023-11-14 22:13:20 UTC",
              "front-desk", "", "laptop-anna", "AnnaBell<anna@korvale.example>", "bo@korvale.example", "", "Re:",
-             "18", "plan.xls"]], "2 rows shown of 2")
+             "18", "plan.xls"]], "Rows: 2 of 2")
         login = ["10.20.1.5", "40000", "172.16.1.11", "21", "00-16-3e-00-00-05", "2023-11-14 22:13:20 UTC"]
         labels = ["front-desk", "file-store", "laptop-anna", "anna"]
         self.expect("ftplog", "FTP operations", [
             [*login, "2023-11-14/22:13:29", "2023-11-14 22:13:29 UTC", *labels, "RETR", "plan.xls"],
             [*login, "2023-11-14/22:13:25", "2023-11-14 22:13:25 UTC", *labels, "USER", "anna"]],
-            "2 rows shown of 2")
+            "Rows: 2 of 2")
         login = ["10.20.2.7", "40010", "172.16.1.11", "23", "00-16-3e-00-00-07", "2023-11-14 22:13:20 UTC"]
         self.expect("telnetlog", "Telnet commands", [
             [*login, "2023-11-14/22:13:40", "2023-11-14 22:13:40 UTC", "second-floor", "file-store", "", "bo", "ls a\\b"],
             [*login, "2023-11-14/22:13:30", "2023-11-14 22:13:30 UTC", "second-floor", "file-store", "", "bo", "ls"]],
-            "2 rows shown of 2")
+            "Rows: 2 of 2")
 
     def test_tables_and_assets(self):
-        self.expect("table-get", "IP tables, log daemon", [["10.20.0.53", "name server"]], "1 lines shown")
+        self.expect("table-get", "IP tables, log daemon", [["10.20.0.53", "name server"]], "Lines: 1")
         self.expect("qsviptable-get?tid=2", "IP tables, management daemon", [["91.240.118.172", "command host"]],
-                    "1 lines shown")
+                    "Lines: 1")
         self.expect("assetsobj2-list", "Asset objects",
-                    [["1", "1", "1", "web-front"], ["1", "2", "2", "file-store"]], "2 lines shown")
+                    [["1", "1", "1", "web-front"], ["1", "2", "2", "file-store"]], "Lines: 2")
 
     def test_an_unknown_place_is_the_first_listing(self):
         for place in ("", "#", "#nothing", "#constructor?a=b", "#__proto__"):
@@ -284,7 +284,7 @@ class Pages(PageTest):
         self.click("[data-to=last]")
         self.assertEqual((self.where(), self.enabled()), ("page 5 of 5", ["first", "previous"]))
         self.assertEqual(self.column("name"), names[40:])
-        self.assertEqual(self.text("#state"), "5 rows shown of 45")
+        self.assertEqual(self.text("#state"), "Rows: 5 of 45")
         self.click("[data-to=previous]")
         self.assertEqual(self.column("name"), names[30:40])
         browser.refresh()
@@ -302,9 +302,9 @@ class Pages(PageTest):
 
     def test_pages_with_a_short_first_one(self):
         self.open("#malclog-host?limit=20")
-        self.assertEqual((self.where(), self.text("#state")), ("page 1 of 3", "19 rows shown of 41"))
+        self.assertEqual((self.where(), self.text("#state")), ("page 1 of 3", "Rows: 19 of 41"))
         seen = self.column("host")
-        for state in ("20 rows shown of 41", "2 rows shown of 41"):
+        for state in ("Rows: 20 of 41", "Rows: 2 of 41"):
             self.click("[data-to=next]")
             self.assertEqual(self.text("#state"), state)
             seen += self.column("host")
@@ -383,7 +383,9 @@ class Hostile(PageTest):
             f"1700000000,10.20.1.5,10.20.0.53,40000,53,udp,dns,00-16-3e-00-00-05,0,4,{EVIL}",
             f"1700000001,10.20.1.5,10.20.0.53,40000,53,udp,dns,00-16-3e-00-00-05,0 1 2 3 4 63,4,{SCRIPT}",
             "1700000002,10.20.1.5,10.20.0.53,40000,53,udp,dns,00-16-3e-00-00-05,1,4,evil\u202egro.elpmaxe",
-            "1700000003,10.20.1.5,10.20.0.53,40000,53,udp,dns,00-16-3e-00-00-05,1,4,\x1b[2Jred"]),
+            "1700000003,10.20.1.5,10.20.0.53,40000,53,udp,dns,00-16-3e-00-00-05,1,4,\x1b[2Jred",
+            # One byte that is no UTF-8: a control character, not the euro sign of another table.
+            "1700000004,10.20.1.5,10.20.0.53,40000,53,udp,dns,00-16-3e-00-00-05,1,4,\udc80byte"]),
         "reset_sessions.csv": csv("reset_sessions.csv", [
             f"1700000000,10.20.1.5,10.0.0.1,40000,80,http,http,200,,,,1,2,3,{SCRIPT[8:]}",
             '1700000000,10.20.1.5,10.0.0.1,40000,80,http,http,200,,,,1,2,3,"a"",""flowcnt"":9,""b"""']),
@@ -424,7 +426,7 @@ class Hostile(PageTest):
 
     def test_what_cannot_be_seen_is_shown(self):
         self.open("#malclog-detail")
-        self.assertEqual(self.column("host")[2:], ["evil⟨202E⟩gro.elpmaxe", "␛[2Jred"])
+        self.assertEqual(self.column("host")[2:], ["evil⟨202E⟩gro.elpmaxe", "␛[2Jred", "⟨0080⟩byte"])
 
     def test_a_bitmap_has_all_its_bits(self):
         self.open("#malclog-detail")

@@ -2,11 +2,15 @@
 import concurrent.futures
 import http.client
 import json
+import os
 import pathlib
+import shutil
+import signal
 import socket
 import subprocess
 import sys
 import tempfile
+import time
 
 from served import Served, TOP, harness, serve
 
@@ -294,6 +298,72 @@ class CommandLine(harness.unittest.TestCase):
                                   str(port)], capture_output=True, text=True, timeout=60)
         self.assertEqual((run.returncode, run.stdout), (1, ""))
         self.assertIn(f"cannot listen on 127.0.0.1, port {port}", run.stderr)
+
+
+class Demo(harness.unittest.TestCase):
+    """./demo --web in a tree whose programs are built already."""
+
+    def setUp(self):
+        scratch = tempfile.TemporaryDirectory()
+        self.addCleanup(scratch.cleanup)
+        self.tree, self.scratch = pathlib.Path(scratch.name, "tree"), pathlib.Path(scratch.name, "tmp")
+        for folder in ("build-demo/sim", "tools", "bin"):
+            (self.tree / folder).mkdir(parents=True)
+        self.scratch.mkdir()
+        shutil.copy(TOP / "demo", self.tree)
+        (self.tree / "examples").symlink_to(TOP / "examples")
+        for name, program in (("qsvmon-here", harness.CLIENT), ("sim/qsvsim", harness.SIMULATOR)):
+            (self.tree / "build-demo" / name).symlink_to(program)
+        for tool in ("tools/need", "bin/cmake"):
+            (self.tree / tool).write_text("#!/bin/sh\n")
+            (self.tree / tool).chmod(0o755)
+
+    def start(self, *words):
+        environment = dict(os.environ, TMPDIR=str(self.scratch), PATH=f"{self.tree}/bin:{os.environ['PATH']}")
+        # As from a terminal: a group of its own, which Ctrl-C reaches as a whole.
+        return subprocess.Popen(["./demo", "--web", *words], cwd=self.tree, env=environment, text=True,
+                                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                                start_new_session=True, preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL))
+
+    def expect_ended(self, pid):
+        """Whoever inherited it may not have asked for its status yet: then it has no command line."""
+        end = time.monotonic() + 30
+        while time.monotonic() < end:
+            try:
+                if not pathlib.Path(f"/proc/{pid}/cmdline").read_bytes():
+                    return
+            except OSError:
+                return
+            time.sleep(0.05)
+        self.fail("the simulated appliance is still there")
+
+    def test_serves_until_it_is_interrupted(self):
+        for how in (signal.SIGINT, signal.SIGTERM):
+            with self.subTest(how=how), self.start("0") as demo:
+                address = demo.stdout.readline().strip()
+                self.assertRegex(address, r"^http://127\.0\.0\.1:\d+/$")
+                connection = http.client.HTTPConnection(address[7:-1], timeout=30)
+                connection.request("GET", "/listing/tcpreset-listip?row=1-1")
+                answer = connection.getresponse()
+                self.assertEqual((answer.status, answer.read()[:15]), (200, b'{"data":[{"ip":'))
+                connection.close()
+                simulator = int(next(self.scratch.glob("*/qsvsim.pid")).read_text())
+                os.killpg(demo.pid, how)
+                self.assertEqual(demo.wait(timeout=60), 0)
+                self.assertEqual(list(self.scratch.iterdir()), [])
+                self.expect_ended(simulator)
+
+    def test_a_port_that_is_taken(self):
+        with socket.socket() as taken:
+            taken.bind(("127.0.0.1", 0))
+            taken.listen()
+            with self.start(str(taken.getsockname()[1])) as demo:
+                self.assertEqual((demo.stdout.read(), demo.wait(timeout=60)), ("", 1))
+        self.assertEqual(list(self.scratch.iterdir()), [])
+
+    def test_too_many_words(self):
+        with self.start("0", "more") as demo:
+            self.assertEqual((demo.stdout.read(), demo.wait(timeout=60)), ("", 2))
 
 
 if __name__ == "__main__":

@@ -36,11 +36,12 @@ class Served:
 
 
 def data_folder(files):
-    """A copy of the tests' small data with some files replaced: their names and their texts."""
+    """A copy of the tests' small data with some files replaced: their names and their texts. A byte
+    that is no UTF-8 is written as U+DC00 and its value."""
     folder = pathlib.Path(tempfile.mkdtemp(prefix="qsvmon-web-"))
     shutil.copytree(harness.DATA, folder, dirs_exist_ok=True)
     for name, text in files.items():
-        (folder / name).write_text(text)
+        (folder / name).write_bytes(text.encode("utf-8", "surrogateescape"))
     return folder
 
 

@@ -189,6 +189,18 @@ TEST_F(CusIpRng, HoldsRangesInAnyOrderUpToItsLimit) {
   }
 }
 
+// The rows are changed behind the pool's back: a look-up that sorted them again would show it.
+TEST_F(CusIpRng, LookUpsSortTheRowsOnce) {
+  EXPECT_EQ(line("iprng=10.0.0.1 info=a"), "");
+  EXPECT_EQ(line("iprng=10.0.0.2 info=b"), "");
+  EXPECT_EQ(info(0x0a000001), "a");
+  auto* const first = const_cast<CusIpRange*>(cusiprng_find(0x0a000001));
+  first->lo = first->hi = 0x0a000009;
+  EXPECT_EQ(info(0x0a000009), "(none)");  // the rows stand 10.0.0.9, 10.0.0.2
+  EXPECT_EQ(line("iprng=10.0.0.3 info=c"), "");
+  EXPECT_EQ(info(0x0a000009), "a");  // a new row has them sorted
+}
+
 TEST_F(CusIpRng, AFreshPoolIsEmpty) {
   EXPECT_EQ(line("iprng=10.0.0.1 info=a"), "");
   EXPECT_EQ(cusiprng_init(), 0);

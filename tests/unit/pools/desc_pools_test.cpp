@@ -7,6 +7,7 @@
 #include "pools/pool_holder.h"
 #include "tests/unit/pools/pool_samples.h"
 #include "tests/unit/support/captured_out.h"
+#include "tests/unit/support/scarce_memory.h"
 
 namespace qsvmon {
 namespace {
@@ -49,7 +50,7 @@ class DescPools : public ConfigFolderTest {
  protected:
   DescPools() { desc_pools_release(); }
   ~DescPools() override {
-    pool_take = large_memory_take;
+    pool_allocate = large_memory_take;
     desc_pools_release();
   }
 
@@ -168,16 +169,10 @@ TEST_F(DescPools, ASecondCallMakesFreshPools) {
 }
 
 // The pools are allocated in the order categories, descriptions, ranges, assets.
-int allocations_left;
-
-void* take_few(std::size_t bytes, Pages pages) {
-  return allocations_left-- == 0 ? nullptr : large_memory_take(bytes, pages);
-}
-
 std::string printed_without_memory_for(int pool, int wanted_result) {
   CapturedOut out;
-  allocations_left = pool;
-  pool_take = take_few;
+  ScarceMemory::allow(pool, 1);
+  pool_allocate = ScarceMemory::allocate;
   EXPECT_EQ(desc_pools_init(), wanted_result);
   return out.text();
 }

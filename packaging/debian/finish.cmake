@@ -1,0 +1,43 @@
+# Run by CPack between staging and packaging: what a Debian package has beside the installed files.
+# For each component: its copyright file, its changelog, and manual pages compressed.
+if(NOT CPACK_GENERATOR STREQUAL "DEB")
+  return()
+endif()
+
+function(compress file)
+  execute_process(COMMAND gzip -9n ${file} COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+
+function(compress_pages folder)
+  file(GLOB pages ${folder}/*.[1-8])
+  foreach(page IN LISTS pages)
+    file(STRINGS ${page} first_line LIMIT_COUNT 1)
+    if(first_line MATCHES "^\\.so (.*)")  # a page under another name: a link
+      file(REMOVE ${page})
+      get_filename_component(target ${CMAKE_MATCH_1} NAME)
+      file(CREATE_LINK ${target}.gz ${page}.gz SYMBOLIC)
+    else()
+      compress(${page})
+    endif()
+  endforeach()
+endfunction()
+
+set(source ${CPACK_QSVMON_SOURCE})
+foreach(component IN LISTS CPACK_COMPONENTS_ALL)
+  string(TOUPPER ${component} upper)
+  set(package ${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
+  set(usr ${CPACK_TEMPORARY_DIRECTORY}/${component}/usr)
+  set(doc ${usr}/share/doc/${package})
+  file(MAKE_DIRECTORY ${doc})
+  configure_file(${source}/LICENSE ${doc}/copyright COPYONLY)
+  configure_file(${source}/packaging/debian/changelog ${doc}/changelog COPYONLY)
+  compress(${doc}/changelog)
+  configure_file(${source}/NEWS ${doc}/NEWS COPYONLY)
+  compress(${doc}/NEWS)
+  if(EXISTS ${source}/packaging/debian/${package}.lintian-overrides)
+    configure_file(${source}/packaging/debian/${package}.lintian-overrides
+                   ${usr}/share/lintian/overrides/${package} COPYONLY)
+  endif()
+  compress_pages(${usr}/share/man/man1)
+  compress_pages(${usr}/share/man/man8)
+endforeach()
