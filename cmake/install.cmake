@@ -15,6 +15,9 @@ install(TARGETS qsvmon RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT qsv
 install(FILES docs/qsvmon.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 COMPONENT qsvmon)
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT qsvmon
         FILES_MATCHING PATTERN "*.md" PATTERN "*.schema.json" PATTERN "*.d.ts" PATTERN "*.ksy")
+if(CMAKE_SYSTEM_NAME STREQUAL "FreeBSD")
+  install(FILES LICENSE NEWS DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT qsvmon)
+endif()
 # bash, fish and zsh load their files by the command's name; tcsh has no such folder and sources it.
 install(FILES completions/qsvmon.bash COMPONENT qsvmon
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME qsvmon)
@@ -29,8 +32,9 @@ endif()" COMPONENT qsvmon)
 install(FILES completions/qsvmon.zsh COMPONENT qsvmon
         DESTINATION "\${qsvmon_zsh_dir}" RENAME _qsvmon)
 
-# The simulated appliance looks for its data in share/qsvsim and libexec/qsvsim of its prefix.
-if(QSVMON_SIM)
+# The simulated appliance, which is not built for another system, looks for its data in share/qsvsim
+# and libexec/qsvsim of its prefix.
+if(TARGET qsvsim)
   install(TARGETS qsvsim qsvmon-here RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT sim)
   install(TARGETS demo_dict LIBRARY DESTINATION libexec/qsvsim COMPONENT sim)
   install(DIRECTORY sim/data DESTINATION ${CMAKE_INSTALL_DATADIR}/qsvsim COMPONENT sim)
@@ -51,7 +55,7 @@ set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXE
     GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
 set(CPACK_COMPONENTS_ALL qsvmon)
-if(QSVMON_SIM)
+if(TARGET qsvsim)
   list(APPEND CPACK_COMPONENTS_ALL sim)
 endif()
 set(CPACK_DEB_COMPONENT_INSTALL ON)
