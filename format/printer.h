@@ -124,7 +124,9 @@ class MemoryPrinter : public Printer {
   std::string text_;
 };
 
-/// The program's standard output; only handlers and the dispatcher name it. `main` flushes it.
+/// The program's standard output, which `main` flushes at the end. Handlers and the dispatcher
+/// alone name it; the floors below say what they have to say through format/message.h, and
+/// tools/check_floors holds them to it.
 Printer& standard_out();
 
 }  // namespace qsvmon

@@ -5,8 +5,8 @@
 
 #include "format/address.h"
 #include "format/lookup2.h"
+#include "format/message.h"
 #include "format/number.h"
-#include "format/printer.h"
 #include "format/request_error.h"
 #include "platform/appliance_paths.h"
 #include "pools/config_file.h"
@@ -161,7 +161,7 @@ int assetsdesc_init() {
   static constexpr ConfigSection kSections[] = {{"group", assetsgrp_line},
                                                 {"assets", assetsobj_line}};
   if (holder.renew() == nullptr) {
-    standard_out().put("assetsdesc_init: fail to alloc ", kReportedBytes, " bytes\n");
+    put_message("assetsdesc_init: fail to alloc ", kReportedBytes, " bytes\n");
     return -1;
   }
   (void)read_config_file(kAssetsConfigPath, kSections);  // no file, no assets

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "format/byte_order.h"
-#include "format/printer.h"
+#include "format/message.h"
 #include "platform/appliance_paths.h"
 #include "pools/assetsdesc.h"
 #include "pools/config_file.h"
@@ -21,7 +21,7 @@ int load_descriptions() {
   static constexpr ConfigSection kSections[] = {{"mac", ipmacdesc_line},
                                                 {"malcitlgc", itlgc_pool_line}};
   if (ipmacdesc_init() != 0) {
-    standard_out().text("fail to init ipmacdesc pool\n");
+    put_message("fail to init ipmacdesc pool\n");
     return -1;
   }
   if (read_config_file(kMainConfigPath, kSections) != 0) {
@@ -34,7 +34,7 @@ int load_descriptions() {
 int load_ranges() {
   static constexpr ConfigSection kSections[] = {{"cusiprng", cusiprng_line}};
   if (cusiprng_init() != 0) {
-    standard_out().text("NO_MEM\n");
+    put_message("NO_MEM\n");
     return -1;
   }
   if (read_config_file(kMainConfigPath, kSections) != 0) return -1;
@@ -63,7 +63,7 @@ void put_label(Printer& out, const void* addr, int family) {
 }  // namespace
 
 int desc_pools_init() {
-  if (itlgc_pool_init() != 0) standard_out().text("itlgc_pool alloc fail\n");
+  if (itlgc_pool_init() != 0) put_message("itlgc_pool alloc fail\n");
   if (load_descriptions() != 0) return -1;
   if (load_ranges() != 0) return -1;
   return assetsdesc_init();

@@ -11,7 +11,7 @@
 #include <cstring>
 #include <ctime>
 
-#include "format/printer.h"
+#include "format/message.h"
 #include "platform/appliance_paths.h"
 #include "rpc/session_dict.h"
 #include "rpc/socket.h"
@@ -72,7 +72,7 @@ void close_socket() {
 }
 
 int init_failed(const char* what) {
-  standard_out().put("rpc_init: ", what, " fail(", std::strerror(errno), ")\n");
+  put_message("rpc_init: ", what, " fail(", std::strerror(errno), ")\n");
   rpc_close(false);
   return -1;
 }
@@ -127,7 +127,7 @@ int rpc_init(const char* path, std::size_t bytes) {
   close_socket();
   session.socket = connect_to(path);
   if (session.socket < 0) {
-    standard_out().put("can't connect to ", path);
+    put_message("can't connect to ", path);
     return -1;
   }
   if (bytes < kMinAreaBytes) bytes = kMinAreaBytes;
@@ -143,11 +143,11 @@ int rpc_init(const char* path, std::size_t bytes) {
 
 int rpc_call(const char* path, RpcRequest& request) {
   if (session.area == nullptr) {
-    standard_out().put("shminit fail\n");
+    put_message("shminit fail\n");
     return -1;
   }
   if (request.datalen > session.area_bytes) {
-    standard_out().put("argument text too long\n");
+    put_message("argument text too long\n");
     return -1;
   }
   if (session.socket < 0) session.socket = connect_to(path);
@@ -213,8 +213,8 @@ int rpc_syncdesc() {
   request.syncdesc = 1;
   const int result = rpc_request(request);
   if (result != 0) {
-    standard_out().put("rpc_syncdesc: ", request_errtext(request), '(',
-                       static_cast<std::int32_t>(request.status), ")\n");
+    put_message("rpc_syncdesc: ", request_errtext(request), '(',
+                static_cast<std::int32_t>(request.status), ")\n");
     return result;
   }
   session.dict_received = true;

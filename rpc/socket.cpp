@@ -12,8 +12,8 @@
 #include <string_view>
 
 #include "format/address.h"
+#include "format/message.h"
 #include "format/number.h"
-#include "format/printer.h"
 #include "platform/socket_address.h"
 
 namespace qsvmon {
@@ -73,9 +73,7 @@ int close_failed(int fd) {
 }
 
 int bind_failed(int fd, std::string_view what) {
-  const int saved = errno;
-  standard_out().put(what, error_text(), '\n');
-  errno = saved;
+  put_message(what, error_text(), '\n');
   return close_failed(fd);
 }
 
@@ -97,12 +95,12 @@ int socket_connect(char* text) {
   skip_udp(text);
   ParsedAddress address;
   if (!parse_address(text, address)) {
-    standard_out().put("socket_connect: invalid path\n");
+    put_message("socket_connect: invalid path\n");
     return -1;
   }
   const int fd = ::socket(address.family, SOCK_STREAM, 0);
   if (fd < 0) {
-    standard_out().put("socket_connect: socket fail with ", error_text(), '\n');
+    put_message("socket_connect: socket fail with ", error_text(), '\n');
     return -1;
   }
   if (::connect(fd, address.record.get(), address.record.length) != 0) return close_failed(fd);
@@ -114,12 +112,12 @@ int socket_listen(char* text) {
   const int type = skip_udp(text) ? SOCK_DGRAM : SOCK_STREAM;
   ParsedAddress address;
   if (!parse_address(text, address)) {
-    standard_out().put("socket_listen: invalid path\n");
+    put_message("socket_listen: invalid path\n");
     return -1;
   }
   const int fd = ::socket(address.family, type, 0);
   if (fd < 0) {
-    standard_out().put("socket_listen: socket fail with ", error_text(), ", path=", whole, '\n');
+    put_message("socket_listen: socket fail with ", error_text(), ", path=", whole, '\n');
     return -1;
   }
   if (address.family == AF_UNIX) {
@@ -137,7 +135,7 @@ int socket_listen(char* text) {
 int udp_listen(std::uint16_t port) {
   const int fd = ::socket(AF_INET, SOCK_DGRAM, 0);
   if (fd < 0) {
-    standard_out().put("udp_listen: socket fail with ", error_text(), '\n');
+    put_message("udp_listen: socket fail with ", error_text(), '\n');
     return -1;
   }
   SocketAddress address;
@@ -151,9 +149,7 @@ int socket_accept(int fd, int timeout_ms) {
   if (timeout_ms > 0 && !wait_readable(fd, timeout_ms)) return -1;
   const int accepted = ::accept(fd, nullptr, nullptr);
   if (accepted < 0 && errno != EDEADLK) {
-    const int saved = errno;
-    standard_out().put("socket_accept: ", error_text(), '(', saved, ")\n");
-    errno = saved;
+    put_message("socket_accept: ", error_text(), '(', errno, ")\n");
   }
   return accepted;
 }

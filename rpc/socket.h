@@ -6,12 +6,13 @@
 /// A small socket library for the client and for daemons: one address syntax, connect, listen,
 /// accept with a time-out, and loops that move a buffer of known length in pieces.
 ///
-/// Address text: an optional "udp:", then a UNIX-domain path (no ':') or "host:port" with an IPv4
-/// host in dotted form (the classic short forms included) and a port of 1..65535. Parsing
-/// "host:port" overwrites the ':' with a NUL in the caller's text.
+/// Address text: an optional "udp:", then a UNIX-domain path (no ':'; the empty text is one, which
+/// no socket has) or "host:port" with an IPv4 host in dotted form (the classic short forms
+/// included) and a port of 1..65535. Parsing "host:port" overwrites the ':' with a NUL in the
+/// caller's text.
 ///
-/// Every failure is a -1; where said, after one line on standard output. `errno` is left as the
-/// failing call set it.
+/// Every failure is a -1; where said, after one line on standard output (format/message.h). `errno`
+/// is left as the failing call set it.
 namespace qsvmon {
 
 /// Connects a stream socket to `text` ("udp:" is skipped). Returns the descriptor, which the caller

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "format/printer.h"
+#include "format/message.h"
 
 namespace qsvmon {
 
@@ -23,7 +23,7 @@ std::optional<std::uint32_t> write_words(Words words, std::span<char> area, Word
 }
 
 int fail(const Status& status) {
-  standard_out().put(status.line(), '\n');
+  put_message(status.line(), '\n');
   return -1;
 }
 

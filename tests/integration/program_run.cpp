@@ -16,6 +16,7 @@
 #include <fstream>
 #include <limits>
 #include <sstream>
+#include <thread>
 
 namespace qsvmon::harness {
 namespace {
@@ -108,13 +109,15 @@ std::vector<char*> pointers_to(std::vector<std::string>& texts) {
 
 // Between fork and exec in a process with threads: system calls alone.
 [[noreturn]] void become_program(const char* file, const char* folder, int out, int err,
-                                 char* const* argv, char* const* envp) {
+                                 char* const* argv, char* const* envp,
+                                 const std::function<void()>& before_exec) {
   const int null = ::open("/dev/null", O_RDONLY);
   sigset_t none;
   ::sigemptyset(&none);
   ::sigprocmask(SIG_SETMASK, &none, nullptr);
   if (::chdir(folder) == 0 && ::dup2(null, STDIN_FILENO) >= 0 && ::dup2(out, STDOUT_FILENO) >= 0 &&
       ::dup2(err, STDERR_FILENO) >= 0) {
+    if (before_exec) before_exec();
     ::execve(file, argv, envp);
   }
   ::_exit(127);
@@ -130,8 +133,8 @@ bool take(int fd, std::string& into) {
 }
 
 // Reads both streams to their ends; kills the process when its time is over.
-void collect(pid_t pid, int out, int err, int limit_ms, Outcome& outcome) {
-  const Clock::time_point limit = Clock::now() + std::chrono::milliseconds(limit_ms);
+void collect(pid_t pid, int out, int err, const RunOptions& options, Outcome& outcome) {
+  const Clock::time_point limit = Clock::now() + std::chrono::milliseconds(options.limit_ms);
   pollfd streams[2] = {{out, POLLIN, 0}, {err, POLLIN, 0}};
   while (streams[0].fd >= 0 || streams[1].fd >= 0) {
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(limit - Clock::now());
@@ -141,6 +144,9 @@ void collect(pid_t pid, int out, int err, int limit_ms, Outcome& outcome) {
       return;
     }
     if (::poll(streams, 2, static_cast<int>(left.count())) <= 0) continue;
+    if (options.read_pause_ms > 0) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(options.read_pause_ms));
+    }
     if (streams[0].revents != 0 && !take(out, outcome.out)) streams[0].fd = -1;
     if (streams[1].revents != 0 && !take(err, outcome.err)) streams[1].fd = -1;
   }
@@ -184,7 +190,7 @@ Outcome run_program(const std::string& folder, const std::vector<std::string>& w
   outcome.pid = ::fork();
   if (outcome.pid == 0) {
     become_program(client.file.c_str(), folder.c_str(), out.write_end, err.write_end, argv.data(),
-                   envp.data());
+                   envp.data(), options.before_exec);
   }
   if (outcome.pid < 0) {
     ADD_FAILURE() << "fork failed";
@@ -192,7 +198,7 @@ Outcome run_program(const std::string& folder, const std::vector<std::string>& w
   }
   out.close_write();
   err.close_write();
-  collect(outcome.pid, out.read_end, err.read_end, options.limit_ms, outcome);
+  collect(outcome.pid, out.read_end, err.read_end, options, outcome);
   int status = 0;
   while (::waitpid(outcome.pid, &status, 0) < 0 && errno == EINTR) {
   }

@@ -3,6 +3,7 @@
 #include <sys/types.h>
 
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,11 @@ struct RunOptions {
   std::string name = "qsvmon";
   /// Standard output is a pipe that nobody reads any more.
   bool output_is_broken = false;
+  /// Runs in the program's process as the last step before it becomes the program; system calls
+  /// alone.
+  std::function<void()> before_exec;
+  /// The reader of its output sleeps so long before it takes some more.
+  int read_pause_ms = 0;
   /// A run that takes longer is killed and fails the test.
   int limit_ms = 30000;
 };

@@ -49,6 +49,23 @@ is "a path that is not from the top" "$(floors pools/a.cpp a.h)" \
   'pools/a.cpp: #include "a.h" is not a path from the top of the tree
 1'
 
+# named <file>: what check_floors says of a tree with this one file, which names standard output.
+named() {
+  rm -rf "$scratch/tree"
+  mkdir -p "$scratch/tree/$(dirname "$1")"
+  echo 'void f() { standard_out().put("x"); }' >"$scratch/tree/$1"
+  tools/check_floors "$scratch/tree" 2>&1
+  echo "$?"
+}
+
+is "handlers name standard output" "$(named commands/malclog/a.cpp)" 0
+is "the dispatcher names it" "$(named cli/a.cpp)" 0
+is "its own unit names it" "$(named format/printer.cpp)" 0
+is "the session does not" "$(named rpc/a.cpp)" 'rpc/a.cpp: names standard_out
+1'
+is "nor do the pools" "$(named pools/a.h)" 'pools/a.h: names standard_out
+1'
+
 cat >"$scratch/log" <<'END'
 1/4 Testing: unit
 [ RUN      ] A.b

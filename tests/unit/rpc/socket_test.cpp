@@ -4,17 +4,24 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <pthread.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "tests/unit/support/captured_out.h"
 
@@ -96,10 +103,10 @@ TEST(SocketAddress, InvalidTextsAreRefusedWithTheOperationsName) {
       {"1.2.3.4x:80", "socket_connect: invalid path\n"},
       {"0.0.0:80", "socket_connect: invalid path\n"},  // value 0 is no address
       {"0:80", "socket_connect: invalid path\n"},
-      {"", "socket_connect: invalid path\n"},
       {long_path.c_str(), "socket_connect: invalid path\n"},
       {"/nonexistent/qsvmon.sock", ""},  // a refused connection is silent
       {"udp:/nonexistent/qsvmon.sock", ""},
+      {"", "socket_connect: invalid path\n"},
   };
   for (const AddressCase& c : cases) {
     std::string text = c.text;
