@@ -16,6 +16,7 @@
 #include "rpc/session_dict.h"
 #include "rpc/socket.h"
 #include "rpc/wire/message_codes.h"
+#include "rpc/words.h"
 
 namespace qsvmon {
 namespace {
@@ -146,8 +147,9 @@ int rpc_call(const char* path, RpcRequest& request) {
     put_message("shminit fail\n");
     return -1;
   }
-  if (request.datalen > session.area_bytes) {
-    put_message("argument text too long\n");
+  const bool copies = request.data != nullptr && request.data != session.area;
+  if (copies && !argument_fits(request.datalen, rpc_area())) {
+    set_errtext(request, argument_too_long().line());
     return -1;
   }
   if (session.socket < 0) session.socket = connect_to(path);
@@ -160,9 +162,7 @@ int rpc_call(const char* path, RpcRequest& request) {
   request.shmsize = rpc_shmsize();
   request.shmid = session.segment;
   request.stamp = static_cast<std::uint32_t>(std::time(nullptr));
-  if (request.data != nullptr && request.data != session.area) {
-    std::memmove(session.area, request.data, request.datalen);
-  }
+  if (copies) std::memmove(session.area, request.data, request.datalen);
   if (exchange_record(request)) {
     request.reply = session.area;
     // KEEP: a dictionary failure leaves the connection open; the next call or the close ends it.

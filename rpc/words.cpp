@@ -6,20 +6,30 @@
 
 namespace qsvmon {
 
-std::optional<std::uint32_t> write_words(Words words, std::span<char> area, WordStyle style) {
-  if (area.empty()) return std::nullopt;
-  std::size_t used = 0;
-  for (const char* word : words) {
-    const std::size_t length = std::strlen(word);
-    // The word, its blank and the closing NUL must fit.
-    if (area.size() - used < 2 || length > area.size() - used - 2) return std::nullopt;
-    if (style == WordStyle::kBlankBefore) area[used++] = ' ';
-    std::memcpy(area.data() + used, word, length);
-    used += length;
-    if (style == WordStyle::kBlankAfter) area[used++] = ' ';
+ArgumentText& ArgumentText::add(std::string_view piece) {
+  fits_ = fits_ && argument_fits(used_ + piece.size() + 1, area_);
+  if (fits_ && !piece.empty()) {
+    std::memcpy(area_.data() + used_, piece.data(), piece.size());
+    used_ += piece.size();
   }
-  area[used] = '\0';
-  return static_cast<std::uint32_t>(used);
+  return *this;
+}
+
+std::optional<std::uint32_t> ArgumentText::finish() {
+  add({});  // room for the NUL of a text without pieces
+  if (!fits_) return std::nullopt;
+  area_[used_] = '\0';
+  return static_cast<std::uint32_t>(used_);
+}
+
+std::optional<std::uint32_t> write_words(Words words, std::span<char> area, WordStyle style) {
+  ArgumentText text(area);
+  for (const char* word : words) {
+    if (style == WordStyle::kBlankBefore) text.add(" ");
+    text.add(word);
+    if (style == WordStyle::kBlankAfter) text.add(" ");
+  }
+  return text.finish();
 }
 
 int fail(const Status& status) {

@@ -9,32 +9,14 @@
 namespace qsvmon {
 namespace {
 
-// Text at the start of the area, built piece by piece; keeps room for the NUL.
-class AreaText {
- public:
-  explicit AreaText(std::span<char> area) : area_(area), fits_(!area.empty()) {}
-
-  AreaText& add(std::string_view piece) {
-    fits_ = fits_ && piece.size() < area_.size() - used_;
-    if (fits_ && !piece.empty()) std::memcpy(area_.data() + used_, piece.data(), piece.size());
-    if (fits_) used_ += piece.size();
-    return *this;
-  }
-
-  // Ends the text and enters it in the request. Returns false when it did not fit.
-  bool finish(RpcRequest& request) {
-    if (!fits_) return false;
-    area_[used_] = '\0';
-    request.data = area_.data();
-    request.datalen = static_cast<std::uint32_t>(used_ + 1);
-    return true;
-  }
-
- private:
-  std::span<char> area_;
-  std::size_t used_ = 0;
-  bool fits_;
-};
+// Enters the text in the request, its NUL counted. Returns false when it did not fit.
+bool put_text(const std::optional<std::uint32_t>& length, std::span<char> area,
+              RpcRequest& request) {
+  if (!length) return false;
+  request.data = area.data();
+  request.datalen = *length + 1;
+  return true;
+}
 
 bool holds_equals(const char* word) {
   return std::strchr(word, '=') != nullptr;
@@ -64,23 +46,21 @@ void print_answer(IpTableCommand::Output output, const RpcRequest& request) {
 
 bool put_joined_words(Words words, std::span<char> area, RpcRequest& request) {
   // A "tag=" word and its value are written with the same characters as the word itself.
-  const auto length = write_words(words, area, WordStyle::kBlankAfter);
-  if (!length) return false;
-  request.data = area.data();
-  request.datalen = *length + 1;
-  return true;
+  return put_text(write_words(words, area, WordStyle::kBlankAfter), area, request);
 }
 
 bool put_table_addip(Words words, std::span<char> area, RpcRequest& request) {
-  AreaText text(area);
+  ArgumentText text(area);
   text.add(holds_equals(words[0]) ? "" : "tid=").add(words[0]);
   text.add(holds_equals(words[1]) ? " " : " ip=").add(words[1]);
   for (const char* word : words.subspan(2)) text.add(" ").add(word);
-  return text.finish(request);
+  return put_text(text.finish(), area, request);
 }
 
 bool put_table_rmvip(Words words, std::span<char> area, RpcRequest& request) {
-  return AreaText(area).add("table=").add(words[0]).add(" ip=").add(words[1]).finish(request);
+  ArgumentText text(area);
+  text.add("table=").add(words[0]).add(" ip=").add(words[1]);
+  return put_text(text.finish(), area, request);
 }
 
 bool put_word_in_errtext(Words words, std::span<char>, RpcRequest& request) {

@@ -128,13 +128,31 @@ TEST(Exchange, MoreDataThanTheAreaHoldsIsRefused) {
   request.data = data.data();
   request.datalen = 4097;
   EXPECT_EQ(rpc_call(kLogSocketPath, request), -1);
-  EXPECT_EQ(out.text(), "argument text too long\n");
+  EXPECT_EQ(request_errtext(request), "argument text too long");
+  EXPECT_EQ(out.text(), "");  // printing it is the caller's
   EXPECT_EQ(daemon.requests().size(), 0U);
   request = {};
   request.data = data.data();
   request.datalen = 4096;
   EXPECT_EQ(rpc_call(kLogSocketPath, request), 0);
   EXPECT_EQ(daemon.requests().at(0).text, std::string(4096, 'd'));
+}
+
+// A length says nothing of the area where nothing is copied.
+TEST(Exchange, WithNothingToCopyNothingIsMeasured) {
+  Appliance appliance;
+  ScriptedDaemon daemon(appliance, Daemon::kLog, {Reply::nothing(), Reply::nothing()});
+  OpenSession session(appliance, kLogSocketPath, 4096);
+  RpcRequest request{};
+  request.datalen = 5000;
+  EXPECT_EQ(rpc_call(kLogSocketPath, request), 0);
+  request = {};
+  request.data = rpc_shmbuf();
+  request.datalen = 0xffffffff;
+  EXPECT_EQ(rpc_call(kLogSocketPath, request), 0);
+  ASSERT_EQ(daemon.requests().size(), 2U);
+  EXPECT_EQ(daemon.requests()[0].datalen(), 5000U);
+  EXPECT_EQ(daemon.requests()[1].datalen(), 0xffffffffU);
 }
 
 TEST(Exchange, WithoutAListenerTheCallSaysWhere) {
