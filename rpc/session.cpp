@@ -99,12 +99,12 @@ bool exchange_record(RpcRequest& request) {
     transport_failed(request, 's');
     return false;
   }
-  RpcRequest answer;  // a record that arrived in part must not replace the request
-  if (receive_all(session.socket, &answer, sizeof answer) != 0) {
+  // KEEP: into the same record, so that an answer that stops part of the way leaves what came of
+  // it; a command that goes on after a failed call returns the `result` that it got.
+  if (receive_all(session.socket, &request, sizeof request) != 0) {
     transport_failed(request, 'r');
     return false;
   }
-  request = answer;
   return true;
 }
 

@@ -155,6 +155,57 @@ TEST(Exchange, WithNothingToCopyNothingIsMeasured) {
   EXPECT_EQ(daemon.requests()[1].datalen(), 0xffffffffU);
 }
 
+// KEEP: the record holds what came of the answer, up to its last byte.
+TEST(Exchange, AnAnswerThatStopsHasFilledWhatCame) {
+  struct {
+    std::size_t bytes;
+    std::uint32_t msgcode;
+    std::int32_t result;
+    std::uint32_t replylen;
+  } const cases[] = {
+      {0, 11, 1, 2},
+      {4, 0x55555555, 1, 2},
+      {164, 0x55555555, 1, 2},
+      {165, 0x55555555, 0x08, 2},  // the first byte of four
+      {168, 0x55555555, 0x01020308, 2},
+      {207, 0x55555555, 0x01020308, 5},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.bytes);
+    Appliance appliance;
+    ScriptedDaemon daemon(
+        appliance, Daemon::kLog,
+        {Reply::text("never").with_bytes(0, "UUUU").with_result(0x01020308).half(c.bytes)});
+    OpenSession session(appliance, kLogSocketPath, 4096);
+    RpcRequest request{};
+    request.msgcode = 11;
+    request.result = 1;
+    request.replylen = 2;
+    EXPECT_EQ(rpc_call(kLogSocketPath, request), 5);
+    EXPECT_EQ(request.status, 5U);
+    EXPECT_EQ(request_errtext(request), "r_"s + std::strerror(0) + "_0");
+    EXPECT_EQ(request.msgcode, c.msgcode);
+    EXPECT_EQ(request.result, c.result);
+    EXPECT_EQ(request.replylen, c.replylen);
+    EXPECT_EQ(request.reply, nullptr);
+    EXPECT_EQ(rpc_reply_text(request), "(null)");
+  }
+}
+
+// Where such an answer says that its reply lies, nothing is read.
+TEST(Exchange, APointerOfAnAnswerThatStopsIsNotFollowed) {
+  Appliance appliance;
+  ScriptedDaemon daemon(
+      appliance, Daemon::kLog,
+      {Reply::text("never").with_bytes(176, "\x11\x22\x33\x44\x55\x66\x77\x08"s).half(190)});
+  OpenSession session(appliance, kLogSocketPath, 4096);
+  RpcRequest request{};
+  EXPECT_EQ(rpc_call(kLogSocketPath, request), 5);
+  EXPECT_EQ(address_of(request.reply), 0x0877665544332211U);
+  EXPECT_TRUE(rpc_reply_bytes(request).empty());
+  EXPECT_EQ(rpc_reply_text(request), "");
+}
+
 TEST(Exchange, WithoutAListenerTheCallSaysWhere) {
   Appliance appliance;
   ScriptedDaemon daemon(appliance, Daemon::kLog, {Reply::nothing()});

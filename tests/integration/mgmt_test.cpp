@@ -434,6 +434,16 @@ TEST(MgmtUnreached, ALenientOneThatGotNoAnswerPrintsNoText) {
   }
 }
 
+// KEEP: a lenient one returns the value that came before the answer stopped.
+TEST(MgmtUnreached, ALenientOneReturnsTheResultOfAnAnswerThatStops) {
+  for (const UnreachedCase& c : unreached_cases()) {
+    SCOPED_TRACE(name_of(c));
+    const CallOutcome outcome = call(c, c.words, Reply::text("never\n").with_result(6).half(190));
+    EXPECT_EQ(outcome.result, c.strict ? -1 : c.on_success);
+    EXPECT_EQ(outcome.out, c.strict ? "r_"s + std::strerror(0) + "_0\n" : "(null)");
+  }
+}
+
 TEST(MgmtUnreached, NoRowOfTheCommandTableReachesThem) {
   for (const UnreachedCase& c : unreached_cases()) {
     EXPECT_EQ(find_command(c.module, c.verb).row, nullptr) << name_of(c);
