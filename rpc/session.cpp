@@ -125,7 +125,7 @@ const char* daemon_path(Daemon daemon) {
 }
 
 int rpc_init(const char* path, std::size_t bytes) {
-  close_socket();
+  rpc_close(false);
   session.socket = connect_to(path);
   if (session.socket < 0) {
     put_message("can't connect to ", path);

@@ -18,22 +18,25 @@ const char* daemon_path(Daemon daemon);
 
 constexpr std::size_t kMinAreaBytes = 4096;
 
-/// Connects to the daemon at `path` and creates and attaches an area of `bytes` (at least 4096,
-/// zero-filled). Returns 0, or -1 after printing why:
-/// "can't connect to <path>" (no newline), "rpc_init: shmget fail(<error>)\n" or
+/// Closes a session that is open (its dictionary stays), connects to the daemon at `path` and
+/// creates and attaches an area of `bytes` (at least 4096, zero-filled). Returns 0, or -1 after
+/// printing why: "can't connect to <path>" (no newline), "rpc_init: shmget fail(<error>)\n" or
 /// "rpc_init: shmat fail(<error>)\n".
 int rpc_init(const char* path, std::size_t bytes);
 
-/// Sends `request` to the daemon at `path` and receives its answer into the same record. Fills
-/// `shmid`, `shmsize` and `stamp`; afterwards `reply` points into the area, behind the dictionary
-/// tables where the reply brought some. When `data` is set and is not the area's start, `datalen`
-/// bytes are copied there first.
+/// Sends `request` to the daemon at `path` and receives its answer into the same record, after what
+/// was printed so far is written out. Fills `shmid`, `shmsize` and `stamp`; after an answer `reply`
+/// points into the area, behind the dictionary tables where the answer brought some. When `data` is
+/// set and is not the area's start, `datalen` bytes are copied there first.
+/// What came back is the daemon's word: `data` must be set again before the record is used for
+/// another call. An answer that stops part of the way has filled what came of it, `reply` too, so
+/// read the reply through `rpc_reply_bytes` and `rpc_reply_text`, which look where it points.
 /// Returns the final `status`, 0 on success; the text of a failure is in `errtext`:
 /// status 5 with "can't connect <path>", "s_<error>_<number>" or "r_<error>_<number>".
-/// Returns -1 with "shminit fail\n" printed when there is no area, -1 with
-/// "argument text too long\n" printed when `datalen` exceeds the area, and -1 with status 12 when
-/// the dictionary cannot be loaded (the connection then stays open for the next call or the close);
-/// in every other case the connection is closed.
+/// Returns -1 with "shminit fail\n" printed when there is no area, -1 with "argument text too long"
+/// in `errtext` when data to copy does not fit the area (nothing is sent), and -1 with status 12
+/// when the dictionary cannot be loaded (the connection then stays open for the next call or the
+/// close); in every other case the connection is closed.
 int rpc_call(const char* path, RpcRequest& request);
 
 /// `rpc_call` with the path of the last successful `rpc_init`.

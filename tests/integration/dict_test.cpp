@@ -286,6 +286,14 @@ TEST_F(DictLookUp, FetchTheDictionaryWhenThereIsNone) {
   }
 }
 
+TEST_F(DictLookUp, OpeningASessionKeepsTheDictionaryOfTheOneBefore) {
+  ScriptedDaemon daemon(appliance_, Daemon::kLog, {reply_behind(usual_tables(), "")});
+  OpenSession session(appliance_, kLogSocketPath, 65536);
+  fetch();
+  EXPECT_EQ(rpc_init(kLogSocketPath, 4096), 0);
+  EXPECT_STREQ(dict_appname(7), "web");
+}
+
 TEST_F(DictLookUp, WithoutAnAnswerTheyFindNothing) {
   ScriptedDaemon daemon(appliance_, Daemon::kLog,
                         {Reply::error(9, "no dictionary"), Reply::error(9, "no dictionary")});

@@ -377,6 +377,23 @@ TEST(Session, ClosesFromASignal) {
   EXPECT_TRUE(segments_made_by(::getpid()).empty());
 }
 
+TEST(Session, OpeningClosesTheOneThatIsOpen) {
+  Appliance appliance;
+  ScriptedDaemon daemon(appliance, Daemon::kLog, {Reply::text("a")});
+  OpenSession session(appliance, kLogSocketPath, 4096);
+  const std::vector<int> first = segments_made_by(::getpid());
+  ASSERT_EQ(first.size(), 1U);
+  EXPECT_EQ(rpc_init(kLogSocketPath, 8192), 0);
+  EXPECT_FALSE(segment_exists(first[0]));
+  EXPECT_EQ(segments_made_by(::getpid()).size(), 1U);
+  EXPECT_EQ(rpc_shmsize(), 8192U);
+  for (int i = 0; i < 500 && daemon.connections() == 0; ++i) ::usleep(10000);
+  EXPECT_EQ(daemon.silent_connections(), 1);
+  RpcRequest request{};
+  EXPECT_EQ(rpc_request(request), 0);
+  EXPECT_EQ(rpc_reply_text(request), "a");
+}
+
 TEST(Session, OpensAgain) {
   Appliance appliance;
   ScriptedDaemon daemon(appliance, Daemon::kLog, {Reply::text("a"), Reply::text("b")});
