@@ -18,4 +18,9 @@ void put_message(const Parts&... parts) {
   errno = error;
 }
 
+/// Writes out what was printed so far: before a wait for a daemon.
+inline void flush_printed() {
+  standard_out().flush();
+}
+
 }  // namespace qsvmon

@@ -152,6 +152,7 @@ int rpc_call(const char* path, RpcRequest& request) {
     set_errtext(request, argument_too_long().line());
     return -1;
   }
+  flush_printed();  // whoever reads it need not wait for the daemon as well
   if (session.socket < 0) session.socket = connect_to(path);
   if (session.socket < 0) {
     request.status = kRpcTransportFailed;

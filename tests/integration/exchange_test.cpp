@@ -206,6 +206,37 @@ TEST(Exchange, APointerOfAnAnswerThatStopsIsNotFollowed) {
   EXPECT_EQ(rpc_reply_text(request), "");
 }
 
+// Standard output is a socket that keeps the writes apart.
+TEST(Exchange, WhatWasPrintedIsWrittenOnceBeforeEachCall) {
+  int ends[2];
+  ASSERT_EQ(::socketpair(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK, 0, ends), 0);
+  const auto written = [&] {
+    char bytes[64];
+    const ssize_t n = ::recv(ends[0], bytes, sizeof bytes, 0);
+    return std::string(bytes, n > 0 ? static_cast<std::size_t>(n) : 0);
+  };
+  std::vector<std::string> seen;  // by the daemon, when its request has come
+  Appliance appliance;
+  ScriptedDaemon daemon(appliance, Daemon::kLog, [&](const Request&) {
+    seen.push_back(written());
+    return Reply::nothing();
+  });
+  OpenSession session(appliance, kLogSocketPath, 4096);
+  CapturedOut restores_it;
+  ASSERT_GE(::dup2(ends[1], STDOUT_FILENO), 0);
+  for (const char* row : {"one ", "three "}) {
+    standard_out().put(row, "and ");
+    standard_out().put("another");
+    RpcRequest request{};
+    EXPECT_EQ(rpc_call(kLogSocketPath, request), 0);
+    EXPECT_EQ(rpc_call(kLogSocketPath, request), 0);  // nothing printed, nothing written
+  }
+  EXPECT_EQ(written(), "");
+  EXPECT_EQ(seen, (std::vector<std::string>{"one and another", "", "three and another", ""}));
+  ::close(ends[0]);
+  ::close(ends[1]);
+}
+
 TEST(Exchange, WithoutAListenerTheCallSaysWhere) {
   Appliance appliance;
   ScriptedDaemon daemon(appliance, Daemon::kLog, {Reply::nothing()});

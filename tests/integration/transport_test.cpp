@@ -153,6 +153,7 @@ TEST(Signals, InTheMiddleOfAListing) {
     ScriptedDaemon daemon(appliance, Daemon::kLog,
                           {Reply::text("first\n").more(), Reply::nothing().raising(number)});
     const Outcome outcome = appliance.run({"table", "get"});
+    EXPECT_EQ(outcome.out, "first\n");  // was written before the second wait
     EXPECT_EQ(outcome.exit_status, number == SIGSEGV ? -1 : 1);
     EXPECT_EQ(outcome.signal, number == SIGSEGV ? SIGSEGV : 0);
     ASSERT_EQ(daemon.requests().size(), 2U);
