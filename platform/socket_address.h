@@ -14,8 +14,9 @@ struct SocketAddress {
   const sockaddr* get() const { return reinterpret_cast<const sockaddr*>(&storage); }
 };
 
-/// Makes the record of UNIX-domain path `path`. Returns false when the path is empty or longer than
-/// the record has room for (104 bytes on FreeBSD, 108 on Linux; no NUL is needed).
+/// Makes the record of UNIX-domain path `path`; with the record of an empty path the system refuses
+/// to bind or connect. Returns false when the path is longer than the record has room for (104
+/// bytes on FreeBSD, 108 on Linux; no NUL is needed).
 bool make_unix_address(const char* path, SocketAddress& out);
 
 /// Makes the record of an IPv4 address (network byte order) and a port (host byte order).

@@ -21,7 +21,7 @@ constexpr std::size_t kIpv4RecordBytes = 16;
 
 bool make_unix_address(const char* path, SocketAddress& out) {
   const std::size_t length = std::strlen(path);
-  if (length == 0 || length > kUnixRecordBytes - kUnixPathAt) return false;
+  if (length > kUnixRecordBytes - kUnixPathAt) return false;
   out = {};
   auto* bytes = reinterpret_cast<unsigned char*>(&out.storage);
   bytes[1] = AF_UNIX;

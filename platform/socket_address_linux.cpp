@@ -11,13 +11,14 @@ namespace qsvmon {
 bool make_unix_address(const char* path, SocketAddress& out) {
   sockaddr_un record{};
   const std::size_t length = std::strlen(path);
-  // An empty path would name a socket outside the file system here.
-  if (length == 0 || length > sizeof record.sun_path) return false;
+  if (length > sizeof record.sun_path) return false;
   record.sun_family = AF_UNIX;
   std::memcpy(record.sun_path, path, length);
   out = {};
   std::memcpy(&out.storage, &record, sizeof record);
-  out.length = sizeof record;
+  // A record without a path would name a socket outside the file system; one without bytes is
+  // refused.
+  out.length = length == 0 ? 0 : sizeof record;
   return true;
 }
 

@@ -106,7 +106,8 @@ TEST(SocketAddress, InvalidTextsAreRefusedWithTheOperationsName) {
       {long_path.c_str(), "socket_connect: invalid path\n"},
       {"/nonexistent/qsvmon.sock", ""},  // a refused connection is silent
       {"udp:/nonexistent/qsvmon.sock", ""},
-      {"", "socket_connect: invalid path\n"},
+      {"", ""},  // a path too, which no socket has
+      {"udp:", ""},
   };
   for (const AddressCase& c : cases) {
     std::string text = c.text;
@@ -115,6 +116,23 @@ TEST(SocketAddress, InvalidTextsAreRefusedWithTheOperationsName) {
     EXPECT_EQ(out.text(), c.printed) << c.text;
   }
 }
+
+#ifdef __linux__
+// Here a record of zeroes names a socket outside the file system, which anybody may make.
+TEST(SocketAddress, AnEmptyPathIsNoAbstractSocket) {
+  sockaddr_un zeroes{};
+  zeroes.sun_family = AF_UNIX;
+  const int other = ::socket(AF_UNIX, SOCK_STREAM, 0);
+  ASSERT_EQ(::bind(other, reinterpret_cast<sockaddr*>(&zeroes), sizeof zeroes), 0);
+  ASSERT_EQ(::listen(other, 1), 0);
+  char text[] = "";
+  EXPECT_EQ(socket_connect(text), -1);
+  ::close(other);
+  CapturedOut out;
+  EXPECT_EQ(socket_listen(text), -1);
+  EXPECT_EQ(out.text(), "bind unix fail Invalid argument\n");
+}
+#endif
 
 TEST(SocketAddress, TheColonIsOverwrittenInTheCallersText) {
   char text[] = "10.1:99999";
