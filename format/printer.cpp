@@ -1,5 +1,6 @@
 #include "format/printer.h"
 
+#include <poll.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -32,10 +33,24 @@ void Printer::text_slowly(std::string_view bytes) {
   next_ += bytes.size();
 }
 
+namespace {
+
+// Whether a write that moved nothing may be tried again: a signal came, or the descriptor is shared
+// with somebody who made it non-blocking, and its reader has room again. A reader that went away
+// ends the wait as well; the next write then says so.
+bool may_write_again(int fd) {
+  if (errno == EINTR) return true;
+  if (errno != EAGAIN) return false;
+  pollfd wanted{fd, POLLOUT, 0};
+  return ::poll(&wanted, 1, -1) > 0 || errno == EINTR;
+}
+
+}  // namespace
+
 void FilePrinter::drain(std::string_view bytes) {
   while (!failed_ && !bytes.empty()) {
     const ssize_t n = ::write(fd_, bytes.data(), bytes.size());
-    if (n < 0 && errno == EINTR) continue;
+    if (n < 0 && may_write_again(fd_)) continue;
     if (n <= 0) {
       failed_ = true;
       return;

@@ -93,7 +93,8 @@ class Printer {
   char* limit_ = nullptr;
 };
 
-/// Prints to a file descriptor, which it does not own. A partial or interrupted write is continued.
+/// Prints to a file descriptor, which it does not own. A partial or interrupted write is continued;
+/// a descriptor that is non-blocking and full is waited for.
 class FilePrinter : public Printer {
  public:
   explicit FilePrinter(int fd) : fd_(fd) {}

@@ -182,5 +182,25 @@ TEST(Signals, OutputThatNobodyReadsChangesNothing) {
   EXPECT_EQ(daemon.requests().size(), 2U);
 }
 
+// A text of 2 MiB through a pipe that holds 4 KiB and that a slow reader shares without blocking.
+TEST(Output, ANonBlockingOneIsWaitedFor) {
+  std::string text;
+  while (text.size() < 2097151) text += std::to_string(text.size()) + ' ';
+  text.resize(2097151);
+  Appliance appliance;
+  ScriptedDaemon daemon(appliance, Daemon::kLog, {Reply::text(text)});
+  RunOptions options;
+  options.before_exec = [] {
+    ::fcntl(STDOUT_FILENO, F_SETFL, O_NONBLOCK);
+#ifdef F_SETPIPE_SZ
+    ::fcntl(STDOUT_FILENO, F_SETPIPE_SZ, 4096);
+#endif
+  };
+  options.read_pause_ms = 1;
+  const Outcome outcome = appliance.run({"table", "get"}, options);
+  EXPECT_EQ(outcome.exit_status, 0);
+  EXPECT_TRUE(outcome.out == text) << outcome.out.size() << " bytes came";
+}
+
 }  // namespace
 }  // namespace qsvmon::harness
