@@ -202,5 +202,45 @@ TEST(Output, ANonBlockingOneIsWaitedFor) {
   EXPECT_TRUE(outcome.out == text) << outcome.out.size() << " bytes came";
 }
 
+// A reply must not be the next program's input, nor the daemon's: all five listings of events,
+// which complain on standard error that the configuration file is missing, with any descriptors
+// closed.
+TEST(Output, ClosedDescriptorsAreNotTakenByTheSocket) {
+  for (const char* list : {"dst", "host", "app", "table", "detail"}) {
+    for (unsigned closed = 0; closed < 8; ++closed) {
+      SCOPED_TRACE(list + std::to_string(closed));
+      Appliance appliance;
+      ScriptedDaemon daemon(appliance, Daemon::kMgmt, {Reply::error(9, "heard")});
+      RunOptions options;
+      options.before_exec = [closed] {
+        for (int fd = 0; fd < 3; ++fd) {
+          if ((closed >> fd & 1) != 0) ::close(fd);
+        }
+      };
+      const Outcome outcome = appliance.run({"malclog", "list", "listtype="s + list}, options);
+      EXPECT_EQ(outcome.out.find("heard") == std::string::npos, (closed & 2) != 0) << outcome.out;
+      ASSERT_EQ(daemon.requests().size(), 1U);
+      EXPECT_EQ(daemon.requests()[0].errtext(), "qsvmalicious");
+      check_new_record(daemon.requests()[0]);
+    }
+  }
+}
+
+TEST(Output, ClosedDescriptorsDoNotChangeWhatNeedsNoDaemon) {
+  Appliance appliance;
+  for (const std::vector<std::string>& words :
+       {std::vector<std::string>{}, {"tab"}, {"sysboot"}, {"a", "b"}}) {
+    const Outcome whole = appliance.run(words);
+    RunOptions options;
+    options.before_exec = [] {
+      ::close(STDIN_FILENO);
+      ::close(STDERR_FILENO);
+    };
+    const Outcome outcome = appliance.run(words, options);
+    EXPECT_EQ(outcome.out, whole.out);
+    EXPECT_EQ(outcome.exit_status, whole.exit_status);
+  }
+}
+
 }  // namespace
 }  // namespace qsvmon::harness
