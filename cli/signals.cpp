@@ -40,7 +40,9 @@ void install_signal_handlers() {
   stack.ss_size = sizeof fault_stack;
   ::sigaltstack(&stack, nullptr);
   handle(SIGPIPE, SIG_IGN, 0);
+  handle(SIGXFSZ, SIG_IGN, 0);
   handle(SIGSEGV, end_by_fault, SA_ONSTACK);
+  handle(SIGBUS, end_by_fault, SA_ONSTACK);
   handle(SIGTERM, end_quietly, 0);
   handle(SIGINT, end_quietly, 0);
 }

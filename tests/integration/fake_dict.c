@@ -4,18 +4,23 @@
  *   FAKE_DICT_APPS    number of application entries that it says it has (default 2)
  *   FAKE_DICT_GROUPS  number of group entries (default 1)
  *   FAKE_DICT_WITHOUT slots of the function table that are empty, for example "0,42" (default none)
- *   FAKE_DICT_FAULT   how its start faults: "page" (there is none), "address" (the processor knows no
- *                     such), "stack" (it has no end); default not at all
+ *   FAKE_DICT_FAULT   "<when> <what>": during "load", "init" or "unload" it touches a page that is
+ *                     not there ("page"), an address that the processor does not know ("address")
+ *                     or a file that is gone ("file"), uses up the stack ("stack"), is sent SIGTERM
+ *                     ("term") or never comes back ("wait")
  *   FAKE_DICT_LOG     file to which it appends "init", "register <id> <bytes 48..55 as a number>"
  *                     and, when it is unloaded, "unload"
  *
  * An entry is 56 bytes: its id in bytes 0..1, its name from byte 4, its display name from byte 24.
  * Ids that nobody registered are called "none" and "no name".
  */
+#include <signal.h>
 #include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 enum { kEntryBytes = 56, kEntries = 1024, kRegistered = 2048, kSlots = 64 };
 
@@ -35,6 +40,38 @@ static void note(const char* line) {
   fclose(file);
 }
 
+static int use_stack(volatile char* above) {
+  volatile char room[256];
+  room[0] = above[0];
+  return above[0] == 1 ? 0 : use_stack(room) + room[0];
+}
+
+static void touch(uintptr_t address) {
+  registered_count += *(volatile const char*)address;
+}
+
+/* A page of a file without bytes: SIGBUS. */
+static void touch_lost_file(void) {
+  char path[] = "/tmp/fake_dict_XXXXXX";
+  const int fd = mkstemp(path);
+  volatile char* page = mmap(NULL, 4096, PROT_READ, MAP_SHARED, fd, 0);
+  unlink(path);
+  if (page[0] == 1) note("never");
+}
+
+static void fault(const char* when) {
+  const char* text = getenv("FAKE_DICT_FAULT");
+  const size_t length = strlen(when);
+  if (text == NULL || strncmp(text, when, length) != 0 || text[length] != ' ') return;
+  text += length + 1;
+  if (strcmp(text, "page") == 0) touch(64);
+  if (strcmp(text, "address") == 0) touch((uintptr_t)1 << 62);
+  if (strcmp(text, "file") == 0) touch_lost_file();
+  if (strcmp(text, "stack") == 0) use_stack("");
+  if (strcmp(text, "term") == 0) raise(SIGTERM);
+  while (strcmp(text, "wait") == 0) pause();
+}
+
 static unsigned id_of_entry(const char* entry) {
   uint16_t id;
   memcpy(&id, entry, sizeof id);
@@ -49,22 +86,9 @@ static const char* find(unsigned id) {
   return NULL;
 }
 
-static int without_end(volatile int depth) {
-  volatile char room[65536];
-  room[0] = (char)depth;
-  return depth < INT32_MAX ? without_end(depth + 1) + room[0] : 0;
-}
-
-static void fault(const char* how) {
-  volatile uintptr_t at = strcmp(how, "page") == 0 ? 64 : (uintptr_t)1 << 62;
-  if (strcmp(how, "stack") == 0) at = (uintptr_t)without_end(0);
-  registered_count += *(volatile const char*)at;
-}
-
 static void initialise(void) {
-  const char* how = getenv("FAKE_DICT_FAULT");
   note("init");
-  if (how != NULL) fault(how);
+  fault("init");
 }
 
 static const char* name_of(int id) {
@@ -109,6 +133,7 @@ static void take_entry(void* entry) {
 
 __attribute__((destructor)) static void unloaded(void) {
   note("unload");
+  fault("unload");
 }
 
 typedef void (*Function)(void);
@@ -124,8 +149,9 @@ static Function functions[kSlots] = {
     [42] = (Function)take_entry,
 };
 
-__attribute__((constructor)) static void empty_slots(void) {
+__attribute__((constructor)) static void prepare(void) {
   const char* text = getenv("FAKE_DICT_WITHOUT");
+  fault("load");
   while (text != NULL && *text != '\0') {
     char* end;
     const unsigned long slot = strtoul(text, &end, 10);

@@ -44,13 +44,14 @@ TEST(System, AFaultEndsTheProgramByItsOwnSignal) {
     const char* how;
     int freebsd;
     int linux_signal;
-  } const faults[] = {{"page", SIGSEGV, SIGSEGV}, {"stack", SIGSEGV, SIGSEGV}};
+  } const faults[] = {
+      {"page", SIGSEGV, SIGSEGV}, {"address", SIGBUS, SIGSEGV}, {"stack", SIGSEGV, SIGSEGV}};
   for (const auto& fault : faults) {
     SCOPED_TRACE(fault.how);
     Appliance appliance;
     appliance.install_dictionary();
     RunOptions options;
-    options.environment = {"FAKE_DICT_FAULT="s + fault.how};
+    options.environment = {"FAKE_DICT_FAULT=init "s + fault.how};
     const Outcome outcome = run_with_dictionary(appliance, options);
     EXPECT_EQ(outcome.signal, freebsd_program() ? fault.freebsd : fault.linux_signal);
     EXPECT_EQ(outcome.exit_status, -1);

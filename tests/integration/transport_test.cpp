@@ -139,7 +139,7 @@ TEST(Signals, InterruptAndTerminateEndQuietlyWithOne) {
 }
 
 TEST(Signals, AFaultEndsTheDefaultWayWithoutASegment) {
-  for (const int number : {SIGSEGV}) {
+  for (const int number : {SIGSEGV, SIGBUS}) {
     const TimedOutcome timed = run_with(Reply::nothing().raising(number));
     EXPECT_EQ(timed.outcome.out, "");
     EXPECT_EQ(timed.outcome.exit_status, -1);
@@ -158,6 +158,91 @@ TEST(Signals, InTheMiddleOfAListing) {
     EXPECT_EQ(outcome.signal, number == SIGSEGV ? SIGSEGV : 0);
     ASSERT_EQ(daemon.requests().size(), 2U);
     EXPECT_FALSE(segment_exists(daemon.requests()[0].shmid()));
+  }
+}
+
+// Runs a command whose first reply brings a dictionary.
+struct DictRun {
+  Outcome outcome;
+  std::string log;  ///< the dictionary library's
+};
+
+const Reply kFirstWithTables = Reply::records(std::string(168, '\0') + "first\n"s + '\0', 0)
+                                   .with_replylen(6)
+                                   .with_syncdesc(1)
+                                   .more();
+
+DictRun run_with_dictionary(const std::string& fault, const ScriptedDaemon::Script& script,
+                            RunOptions options = {}) {
+  Appliance appliance;
+  appliance.install_dictionary();
+  ScriptedDaemon daemon(appliance, Daemon::kLog, script);
+  options.environment = {"FAKE_DICT_FAULT=" + fault, "FAKE_DICT_LOG=" + appliance.path("dict.log")};
+  const Outcome outcome = appliance.run({"table", "get"}, options);
+  for (const Request& request : daemon.requests()) EXPECT_FALSE(segment_exists(request.shmid()));
+  return {outcome, appliance.read("dict.log")};
+}
+
+ScriptedDaemon::Script tables_then(const Reply& reply) {
+  return [reply, first = true](const Request&) mutable {
+    return std::exchange(first, false) ? kFirstWithTables : reply;
+  };
+}
+
+// The library's code may fail at any time that it runs; a fault is told apart from a mere signal.
+TEST(Signals, AFaultOfTheDictionaryLeavesNoSegment) {
+  for (const char* when : {"load", "init", "unload"}) {
+    const DictRun run =
+        run_with_dictionary(when + " file"s, tables_then(Reply::nothing().with_syncdesc(0)));
+    EXPECT_EQ(run.outcome.signal, SIGBUS) << when;
+  }
+  // Also when the fault comes while the process is being ended.
+  const DictRun run =
+      run_with_dictionary("unload file", tables_then(Reply::nothing().raising(SIGINT)));
+  EXPECT_EQ(run.outcome.out, "first\n");
+  EXPECT_EQ(run.outcome.signal, SIGBUS);
+}
+
+#if defined(__has_feature)
+#define QSVMON_CLANG_ASAN __has_feature(address_sanitizer)
+#else
+#define QSVMON_CLANG_ASAN 0
+#endif
+#if defined(__SANITIZE_ADDRESS__) || QSVMON_CLANG_ASAN
+constexpr rlim_t kLittleStack = 1 << 20;  // the sanitizer needs some itself
+#else
+constexpr rlim_t kLittleStack = 32 << 10;
+#endif
+
+// The handler of such a fault has a stack of its own.
+TEST(Signals, TheEndOfTheStackLeavesNoSegment) {
+  RunOptions options;
+  options.before_exec = [] {
+    const rlimit little{kLittleStack, kLittleStack};
+    ::setrlimit(RLIMIT_STACK, &little);
+  };
+  const DictRun run = run_with_dictionary("init stack", tables_then(Reply::nothing()), options);
+  EXPECT_EQ(run.outcome.exit_status, -1);
+  EXPECT_EQ(run.outcome.signal, SIGSEGV);
+  EXPECT_EQ(run.log, "init\n");
+}
+
+TEST(Signals, AFileThatMayNotGrowFailsTheWrite) {
+  for (const rlim_t bytes : {rlim_t{0}, rlim_t{40}}) {
+    Appliance appliance;
+    ScriptedDaemon daemon(appliance, Daemon::kMgmt, {Reply::records("", 0).with_syncdesc(0)});
+    RunOptions options;
+    options.before_exec = [bytes] {
+      const rlimit limit{bytes, bytes};
+      ::setrlimit(RLIMIT_FSIZE, &limit);
+    };
+    const Outcome outcome = appliance.run({"emaillog", "list", "download=1"}, options);
+    EXPECT_EQ(outcome.signal, 0);
+    EXPECT_EQ(outcome.exit_status, 0) << outcome.out;
+    const std::vector<std::string> sheets = appliance.list("usr/qsvlog");
+    ASSERT_EQ(sheets.size(), 1U);
+    EXPECT_EQ(outcome.out, sheets[0] + '\n');
+    EXPECT_EQ(appliance.read("usr/qsvlog/" + sheets[0]).size(), bytes);
   }
 }
 
