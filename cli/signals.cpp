@@ -3,7 +3,10 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <atomic>
+
 #include "rpc/session.h"
+#include "rpc/socket.h"
 
 namespace qsvmon {
 namespace {
@@ -11,8 +14,15 @@ namespace {
 // A fault may be the stack's own end, so its handler brings a stack.
 alignas(16) char fault_stack[32 * 1024];
 
+std::atomic<bool> ending = false;
+
+// While the process waits for a daemon the whole session can be closed from here; what was printed
+// was written out before the wait. At any other moment memory or the loader may be half changed, so
+// that only system calls are safe. The segment goes first in either case: unloading runs the
+// dictionary library's own code, which may fail, or take so long that the user asks again.
 void end_quietly(int) {
   rpc_close_from_signal();
+  if (socket_is_waiting() && !ending.exchange(true)) rpc_close(true);
   ::_exit(1);
 }
 
@@ -24,11 +34,13 @@ void end_by_fault(int number) {
   ::raise(number);
 }
 
+// Every other signal waits for the handler's end, but not with SA_NODEFER.
 void handle(int number, void (*handler)(int), int flags) {
   struct sigaction action = {};
   action.sa_handler = handler;
   action.sa_flags = flags;
-  sigfillset(&action.sa_mask);
+  sigemptyset(&action.sa_mask);
+  if ((flags & SA_NODEFER) == 0) sigfillset(&action.sa_mask);
   ::sigaction(number, &action, nullptr);
 }
 
@@ -43,8 +55,8 @@ void install_signal_handlers() {
   handle(SIGXFSZ, SIG_IGN, 0);
   handle(SIGSEGV, end_by_fault, SA_ONSTACK);
   handle(SIGBUS, end_by_fault, SA_ONSTACK);
-  handle(SIGTERM, end_quietly, 0);
-  handle(SIGINT, end_quietly, 0);
+  handle(SIGTERM, end_quietly, SA_NODEFER);
+  handle(SIGINT, end_quietly, SA_NODEFER);
 }
 
 }  // namespace qsvmon

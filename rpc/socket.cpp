@@ -7,6 +7,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <string_view>
@@ -23,6 +24,19 @@ constexpr std::size_t kPieceBytes = 1400;
 constexpr int kWaitMs = 1000;
 constexpr int kBacklog = 1024;
 constexpr std::string_view kUdpPrefix = "udp:";
+
+std::atomic<bool> waiting = false;
+static_assert(std::atomic<bool>::is_always_lock_free);
+
+// The time of the calls that may wait for the peer. Between its begin and its end stand those calls
+// and arithmetic on locals, nothing else: that is what `socket_is_waiting` promises.
+class Wait {
+ public:
+  Wait() { waiting = true; }
+  ~Wait() { waiting = false; }
+  Wait(const Wait&) = delete;
+  Wait& operator=(const Wait&) = delete;
+};
 
 struct ParsedAddress {
   int family;
@@ -83,6 +97,11 @@ int set_nonblocking(int fd) {
   return fd;
 }
 
+int connect_address(int fd, const SocketAddress& address) {
+  const Wait wait;
+  return ::connect(fd, address.get(), address.length);
+}
+
 bool bind_ipv4(int fd, const SocketAddress& address) {
   const int on = 1;
   ::setsockopt(fd, SOL_SOCKET, SO_REUSEPORT, &on, sizeof on);
@@ -103,8 +122,7 @@ int socket_connect(char* text) {
     put_message("socket_connect: socket fail with ", error_text(), '\n');
     return -1;
   }
-  if (::connect(fd, address.record.get(), address.record.length) != 0) return close_failed(fd);
-  return fd;
+  return connect_address(fd, address.record) == 0 ? fd : close_failed(fd);
 }
 
 int socket_listen(char* text) {
@@ -159,7 +177,12 @@ bool wait_readable(int fd, int timeout_ms) {
   return ::poll(&wanted, 1, timeout_ms) > 0;
 }
 
+bool socket_is_waiting() {
+  return waiting;
+}
+
 int send_all(int fd, const void* bytes, std::size_t length) {
+  const Wait wait;
   const char* at = static_cast<const char*>(bytes);
   while (length > 0) {
     const ssize_t n = ::send(fd, at, length < kPieceBytes ? length : kPieceBytes, 0);
@@ -171,6 +194,7 @@ int send_all(int fd, const void* bytes, std::size_t length) {
 }
 
 int receive_all(int fd, void* bytes, std::size_t length) {
+  const Wait wait;
   char* at = static_cast<char*>(bytes);
   std::size_t timeouts = length / 8192 + 2;
   while (length > 0) {

@@ -36,6 +36,14 @@ int udp_listen(std::uint16_t port);
 /// "socket_accept: <error>(<number>)\n".
 int socket_accept(int fd, int timeout_ms);
 
+/// For signal handlers: true while the process is in a call of `socket_connect`, `send_all` or
+/// `receive_all` that may wait for the peer. What the signal interrupted is then one of connect,
+/// send, poll and recv, which are safe to interrupt (the build binds them before the program runs,
+/// so that the loader is not at work either), or arithmetic on locals: no lock is held and nothing
+/// of the program is half changed, and the handler may do whatever a function may, as long as it
+/// does not return.
+bool socket_is_waiting();
+
 /// True when `fd` became readable within `timeout_ms`. An interrupted wait counts as one that ran
 /// out.
 bool wait_readable(int fd, int timeout_ms);

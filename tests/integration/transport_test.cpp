@@ -189,6 +189,43 @@ ScriptedDaemon::Script tables_then(const Reply& reply) {
   };
 }
 
+TEST(Signals, WhileItWaitsTheDictionaryIsUnloaded) {
+  for (const int number : {SIGINT, SIGTERM}) {
+    const DictRun run = run_with_dictionary("", tables_then(Reply::nothing().raising(number)));
+    EXPECT_EQ(run.outcome.out, "first\n");
+    EXPECT_EQ(run.outcome.exit_status, 1);
+    EXPECT_EQ(run.outcome.signal, 0);
+    EXPECT_EQ(run.log, "init\nunload\n");
+  }
+}
+
+// Somebody is inside the library then, so that it cannot be unloaded.
+TEST(Signals, AtAnyOtherMomentTheDictionaryIsLeftAlone) {
+  for (const char* when : {"load", "init", "unload"}) {
+    const DictRun run =
+        run_with_dictionary(when + " term"s, tables_then(Reply::nothing().with_syncdesc(0)));
+    EXPECT_EQ(run.outcome.exit_status, 1) << when;
+    EXPECT_EQ(run.outcome.signal, 0) << when;
+    EXPECT_EQ(run.log, when == "load"s ? "" : when == "init"s ? "init\n" : "init\nunload\n");
+  }
+}
+
+// Whoever asks to end a second time need not wait for the library's last words.
+TEST(Signals, ASecondOneEndsAnUnloadingThatHangs) {
+  std::thread insists;
+  bool first = true;
+  const DictRun run = run_with_dictionary("unload wait", [&](const Request& request) {
+    if (std::exchange(first, false)) return kFirstWithTables;
+    insists = std::thread([client = request.client] {
+      for (int i = 0; i < 600 && ::kill(client, SIGINT) == 0; ++i) ::usleep(50000);
+    });
+    return Reply().silent();
+  });
+  insists.join();
+  EXPECT_EQ(run.outcome.exit_status, 1);
+  EXPECT_EQ(run.log, "init\nunload\n");
+}
+
 // The library's code may fail at any time that it runs; a fault is told apart from a mere signal.
 TEST(Signals, AFaultOfTheDictionaryLeavesNoSegment) {
   for (const char* when : {"load", "init", "unload"}) {

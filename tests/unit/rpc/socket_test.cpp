@@ -320,6 +320,63 @@ TEST(TransferLoops, MoveABufferLargerThanOnePiece) {
   ::close(ends[1]);
 }
 
+std::atomic<int> signals_while_waiting = 0;
+
+// Calls `operation`, which blocks, and sends this thread signals until it is back. Returns whether
+// one of them found it waiting for its peer.
+template <class Operation>
+bool waits_for_its_peer(const Operation& operation) {
+  struct sigaction action = {};
+  action.sa_handler = [](int) { signals_while_waiting += socket_is_waiting() ? 1 : 0; };
+  struct sigaction before = {};
+  ::sigaction(SIGUSR1, &action, &before);
+  signals_while_waiting = 0;
+  std::atomic<bool> back = false;
+  std::thread interrupts([&back, thread = ::pthread_self()] {
+    while (!back) {
+      ::usleep(50000);
+      ::pthread_kill(thread, SIGUSR1);
+    }
+  });
+  operation();
+  EXPECT_FALSE(socket_is_waiting());
+  back = true;
+  interrupts.join();
+  ::sigaction(SIGUSR1, &before, nullptr);
+  return signals_while_waiting > 0;
+}
+
+TEST(TransferLoops, AHandlerCanTellThatTheyWait) {
+  int ends[2];
+  ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
+  std::string much(4 << 20, 'm');
+  EXPECT_FALSE(socket_is_waiting());
+  EXPECT_TRUE(
+      waits_for_its_peer([&] { EXPECT_EQ(send_all(ends[0], much.data(), much.size()), -1); }));
+  EXPECT_EQ(errno, EINTR);
+  EXPECT_TRUE(waits_for_its_peer([&] { EXPECT_EQ(receive_all(ends[0], much.data(), 1), -1); }));
+  ::close(ends[0]);
+  ::close(ends[1]);
+}
+
+#ifdef __linux__  // elsewhere a full queue refuses at once
+TEST(SocketConnect, AHandlerCanTellThatItWaits) {
+  const ScratchFolder folder;
+  std::string text = folder.file("q");
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  text.copy(address.sun_path, sizeof address.sun_path - 1);
+  const int listener = ::socket(AF_UNIX, SOCK_STREAM, 0);
+  ASSERT_EQ(::bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  ASSERT_EQ(::listen(listener, 0), 0);
+  const int first = socket_connect(text.data());  // fills the queue
+  EXPECT_TRUE(waits_for_its_peer([&] { EXPECT_EQ(socket_connect(text.data()), -1); }));
+  ::close(first);
+  ::close(listener);
+  ::unlink(text.c_str());
+}
+#endif
+
 TEST(TransferLoops, OneWaitIsForgivenAndTheReadAfterItBlocks) {
   using namespace std::chrono_literals;
   int ends[2];
