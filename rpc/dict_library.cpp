@@ -3,8 +3,11 @@
 #include <dlfcn.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <string_view>
+
+#include "rpc/elf_check.h"
 
 namespace qsvmon {
 namespace {
@@ -20,6 +23,10 @@ void set_error(char* error, std::size_t capacity, std::string_view text) {
 
 bool DictLibrary::load(const char* path, char* error, std::size_t capacity) {
   if (loaded()) return true;
+  if (const char* damage = elf_damage(path)) {
+    if (capacity > 0) std::snprintf(error, capacity, "%s: %s", path, damage);
+    return false;
+  }
   handle_ = ::dlopen(path, RTLD_NOW);
   if (handle_ == nullptr) {
     const char* why = ::dlerror();

@@ -15,6 +15,7 @@ class DictLibrary {
  public:
   /// Loads the library at `path` and runs its initialiser; nothing when one is loaded already.
   /// Returns false with why in `error` (NUL-terminated, cut to `capacity`): the loader's text,
+  /// or one of its form for a file that is damaged ("<path>: <what>", see rpc/elf_check.h),
   /// "AXPDICT_NOT_FOUND", "USRAXPS_NOT_FOUND" or "USRAGPS_NOT_FOUND". Nothing stays loaded then.
   bool load(const char* path, char* error, std::size_t capacity);
 
