@@ -192,6 +192,19 @@ TEST(DictionaryLibrary, SaysWhyInTheRoomThereIs) {
   EXPECT_EQ(untouched, '#');
 }
 
+TEST(DictionaryLibrary, OneThatLacksASymbolIsForgotten) {
+  Appliance appliance;
+  appliance.install_dictionary(DictVariant::kWithoutGroups);
+  const std::string path = appliance.path("usr/ramdisk/bin/dict.so");
+  DictLibrary dict;
+  for (int turn = 0; turn < 2; ++turn) {
+    char error[32] = "";
+    EXPECT_FALSE(dict.load(path.c_str(), error, sizeof error));
+    EXPECT_STREQ(error, "USRAGPS_NOT_FOUND");
+    EXPECT_FALSE(dict.loaded());
+  }
+}
+
 // Look-ups are called in this process.
 
 class DictLookUp : public testing::Test {
@@ -284,6 +297,17 @@ TEST_F(DictLookUp, FetchTheDictionaryWhenThereIsNone) {
     EXPECT_EQ(requests[0].errtext(), "");
     check_new_record(requests[0]);
   }
+}
+
+TEST_F(DictLookUp, AnAnswerWithoutTablesIsNotAskedForAgain) {
+  ScriptedDaemon daemon(appliance_, Daemon::kLog, {Reply::nothing().with_syncdesc(0)});
+  OpenSession session(appliance_, kLogSocketPath, 65536);
+  EXPECT_EQ(dict_appid("mail"), -1);
+  EXPECT_EQ(dict_appid("mail"), -1);
+  EXPECT_EQ(dict_entry_name(8), nullptr);
+  EXPECT_EQ(daemon.requests().size(), 1U);
+  rpc_close(true);
+  EXPECT_FALSE(rpc_dict_loaded());
 }
 
 TEST_F(DictLookUp, OpeningASessionKeepsTheDictionaryOfTheOneBefore) {

@@ -425,6 +425,18 @@ TEST(Session, OpeningClosesTheOneThatIsOpen) {
   EXPECT_EQ(rpc_reply_text(request), "a");
 }
 
+// In a process that has never had a session.
+TEST(SessionDeathTest, ClosingNoneLeavesStandardInputOpen) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        rpc_close_from_signal();
+        rpc_close(true);
+        ::_exit(::fcntl(STDIN_FILENO, F_GETFD) >= 0 ? 0 : 1);
+      },
+      testing::ExitedWithCode(0), "");
+}
+
 TEST(Session, OpensAgain) {
   Appliance appliance;
   ScriptedDaemon daemon(appliance, Daemon::kLog, {Reply::text("a"), Reply::text("b")});

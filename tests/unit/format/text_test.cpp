@@ -158,6 +158,14 @@ TEST(RequestError, SetsStatus22AndText) {
   EXPECT_EQ(request.errtext[120], '#');
 }
 
+TEST(RequestError, TakesATextOfOneCharacter) {
+  RpcRequest request{};
+  std::memset(request.errtext, '#', sizeof request.errtext);
+  set_request_error(request, "x");
+  EXPECT_STREQ(request.errtext, "x");
+  EXPECT_EQ(request.errtext[2], '#');
+}
+
 TEST(RequestError, CutsLongTexts) {
   for (const std::size_t length : {118u, 119u, 120u, 121u, 500u}) {
     RpcRequest request{};

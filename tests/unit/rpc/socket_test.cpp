@@ -280,6 +280,59 @@ TEST(UdpListen, NamesAPortThatSomebodyElseHas) {
   ::close(other);
 }
 
+TEST(SocketListen, OnePortMayBeListenedOnTwice) {
+  const int port = free_port();
+  std::vector<int> listeners;
+  for (int turn = 0; turn < 2; ++turn) {
+    std::string stream = "127.0.0.1:" + std::to_string(port);
+    listeners.push_back(socket_listen(stream.data()));
+    listeners.push_back(udp_listen(static_cast<std::uint16_t>(port)));
+  }
+  for (const int fd : listeners) {
+    EXPECT_GE(fd, 0);
+    ::close(fd);
+  }
+}
+
+#ifdef __linux__
+TEST(SocketListen, LetsAThousandWait) {
+  int most = 0;
+  std::ifstream("/proc/sys/net/core/somaxconn") >> most;
+  std::string text = "127.0.0.1:" + std::to_string(free_port());
+  const int listener = socket_listen(text.data());
+  tcp_info info{};
+  socklen_t length = sizeof info;
+  ASSERT_EQ(::getsockopt(listener, IPPROTO_TCP, TCP_INFO, &info, &length), 0);
+  EXPECT_EQ(info.tcpi_sacked, static_cast<std::uint32_t>(std::min(most, 1024)));  // of a listener
+  ::close(listener);
+}
+#endif
+
+// Whoever closed standard input gets its number for the next descriptor.
+TEST(Sockets, DescriptorZeroIsAGoodOne) {
+  const ScratchFolder folder;
+  const std::string path = folder.file("z");
+  const int saved = ::dup(STDIN_FILENO);
+  const auto expect_zero = [](int fd) {
+    EXPECT_EQ(fd, 0);
+    ::close(STDIN_FILENO);
+  };
+  ::close(STDIN_FILENO);
+  std::string text = path;
+  expect_zero(udp_listen(static_cast<std::uint16_t>(free_port())));
+  expect_zero(socket_listen(text.data()));
+  const int listener = ::dup2(saved, STDIN_FILENO) == 0 ? socket_listen(text.data()) : -1;
+  ::close(STDIN_FILENO);
+  const int client = socket_connect(text.data());
+  EXPECT_EQ(client, 0);
+  const int second = ::dup(client);
+  ::close(STDIN_FILENO);
+  expect_zero(socket_accept(listener, 1000));
+  ::dup2(saved, STDIN_FILENO);
+  for (const int fd : {saved, listener, second}) ::close(fd);
+  ::unlink(path.c_str());
+}
+
 // "127." passes as a dotted address, its empty part counting as 0, but not with the C library.
 TEST(SocketListen, WhatTheCLibraryCannotReadIsAnyAddress) {
   std::string text = "127.:" + std::to_string(free_port());
