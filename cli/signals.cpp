@@ -53,8 +53,7 @@ void install_signal_handlers() {
   ::sigaltstack(&stack, nullptr);
   handle(SIGPIPE, SIG_IGN, 0);
   handle(SIGXFSZ, SIG_IGN, 0);
-  handle(SIGSEGV, end_by_fault, SA_ONSTACK);
-  handle(SIGBUS, end_by_fault, SA_ONSTACK);
+  for (const int fault : {SIGSEGV, SIGBUS, SIGILL, SIGFPE}) handle(fault, end_by_fault, SA_ONSTACK);
   handle(SIGTERM, end_quietly, SA_NODEFER);
   handle(SIGINT, end_quietly, SA_NODEFER);
 }

@@ -139,7 +139,7 @@ TEST(Signals, InterruptAndTerminateEndQuietlyWithOne) {
 }
 
 TEST(Signals, AFaultEndsTheDefaultWayWithoutASegment) {
-  for (const int number : {SIGSEGV, SIGBUS}) {
+  for (const int number : {SIGSEGV, SIGBUS, SIGILL, SIGFPE}) {
     const TimedOutcome timed = run_with(Reply::nothing().raising(number));
     EXPECT_EQ(timed.outcome.out, "");
     EXPECT_EQ(timed.outcome.exit_status, -1);
