@@ -19,7 +19,7 @@ struct RunOptions {
   bool output_is_broken = false;
   /// Runs in the program's process as the last step before it becomes the program; system calls
   /// alone.
-  std::function<void()> before_exec;
+  std::function<void()> before_exec = {};
   /// The reader of its output sleeps so long before it takes some more.
   int read_pause_ms = 0;
   /// A run that takes longer is killed and fails the test.
