@@ -183,6 +183,15 @@ class Messages(unittest.TestCase):
             with self.subTest(source=str(path), text=text):
                 self.assertTrue(any(line.startswith(text) for line in said))
 
+    def test_troubleshooting_has_every_reason_for_a_library_refused(self):
+        page = (ROOT / "docs/troubleshooting.md").read_text()
+        source = (ROOT / "rpc/elf_check.cpp").read_text()
+        reasons = re.findall(r'(?:return|\?)\s+"([^"]+)"', source)
+        self.assertGreaterEqual(len(reasons), 14)
+        for reason in reasons:
+            with self.subTest(reason=reason):
+                self.assertIn(f"`{reason}`", page)
+
     def test_labels_page_has_every_reason_for_a_line_left_out(self):
         page = (ROOT / "docs/labels.md").read_text()
         reasons = {reason for _, text in sources("pools") for reason in self.reasons(text)}
