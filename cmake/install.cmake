@@ -46,7 +46,7 @@ endif()
 set(CPACK_PACKAGE_NAME qsvmon)
 set(CPACK_PACKAGE_VENDOR "the qsvmon maintainers")
 set(CPACK_PACKAGE_CONTACT "the qsvmon maintainers <maintainers@qsvmon.example>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # each package has its own below
 set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
 set(CPACK_GENERATOR DEB TGZ)
 set(CPACK_STRIP_FILES ON)
@@ -67,9 +67,10 @@ set(CPACK_DEBIAN_QSVMON_PACKAGE_NAME qsvmon)
 set(CPACK_DEBIAN_SIM_PACKAGE_NAME qsvmon-sim)
 set(CPACK_DEBIAN_SIM_PACKAGE_SECTION devel)
 set(CPACK_DEBIAN_SIM_PACKAGE_SUGGESTS qsvmon)
-set(CPACK_COMPONENT_QSVMON_DESCRIPTION "Asks the resident daemons of a network appliance for their listings, tables
-and state and prints the answer as JSON, CSV or text for operators, scripts
-and the appliance's web pages.")
+set(CPACK_COMPONENT_QSVMON_DESCRIPTION "command-line client of a network appliance's traffic monitor
+Asks the resident daemons of the appliance for their listings, tables and
+state and prints the answer as JSON, CSV or text for operators, scripts and
+the appliance's web pages.")
 set(CPACK_COMPONENT_SIM_DESCRIPTION "simulated appliance for users of qsvmon's output
 Plays both daemons that qsvmon asks below a folder of its own, from sample
 data, from data that a page or script must survive, or from any number of

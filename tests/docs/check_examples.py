@@ -76,6 +76,7 @@ class Scratch:
         shutil.copy(ROOT / "demo", self.tree / "demo")
         (self.tree / "tools").mkdir()
         self._script(self.tree / "tools/need", "exit 0")
+        (self.tree / "tools/progress").symlink_to(ROOT / "tools/progress")
 
     def _make_commands(self):
         (self.root / "bin").mkdir()

@@ -1,5 +1,5 @@
 #!/bin/sh
-# Tests of tools/source_archive and tools/check_format. Run from the top of the tree.
+# Tests of tools/source_archive, tools/check_format and tools/progress. Run from the top of the tree.
 set -u
 scratch=$(mktemp -d) || exit 2
 trap 'rm -rf "$scratch"' EXIT
@@ -81,6 +81,24 @@ rm "$tree/sim/one.cpp"
 is "a tree without sources fails" "$("$tree/tools/check_format"; echo "$?")" \
   "check_format: no source files below $tree
 1"
+
+# A build of eight steps that fails.
+cat >"$scratch/build" <<'END'
+echo '-- configured'
+for step in 1 2 3 4 5 6 7 8; do echo "[$step/8] Building $step"; done
+echo 'error: it [9/9] broke' >&2
+exit 3
+END
+told=$(tools/progress made sh "$scratch/build" 2>&1 >"$scratch/output")
+is "progress ends with the build's status" "$?" 3
+is "it tells of every quarter" "$told" 'made: step 2 of 8
+made: step 4 of 8
+made: step 6 of 8
+made: step 8 of 8'
+is "the build's output is as it was" "$(cat "$scratch/output")" \
+  "$(sh "$scratch/build" 2>&1)"
+is "nothing to do, nothing to tell" "$(tools/progress made echo 'ninja: no work to do.' 2>&1)" \
+  'ninja: no work to do.'
 
 echo "1..$number"
 exit "$bad"
