@@ -12,8 +12,7 @@ namespace {
 std::string row_text(const MgmtCommand& c) {
   return std::string(c.module) + " " + std::string(c.verb) + " " + std::to_string(c.code) +
          (c.sends_words ? " words" : " none " + std::to_string(c.empty_datalen)) + " [" + c.keys +
-         "] " + (c.is_lenient ? "lenient " : "strict ") +
-         (c.returns_result ? "result " : "0 ") +
+         "] " + (c.is_lenient ? "lenient " : "strict ") + (c.returns_result ? "result " : "0 ") +
          (c.usage != nullptr ? c.usage : "-\n");
 }
 
