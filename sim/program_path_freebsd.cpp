@@ -1,9 +1,7 @@
-// clang-format off: the second header needs the first
-#include <sys/sysctl.h>
 #include <sys/types.h>
-// clang-format on
 
 #include <sys/param.h>
+#include <sys/sysctl.h>
 
 #include <cerrno>
 
