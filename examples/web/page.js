@@ -281,8 +281,7 @@ async function drawChart(listing, query, document_, signal) {
     if (pagesOf(listing) === "all") {
       return [...document_.data].sort((a, b) => b[count] - a[count]).slice(0, TOP);
     }
-    const {sort: _sort, order, ...filters} = query;
-    const words = sort ? {...filters, sort: count, order: largest} : filters;
+    const words = sort ? {...query, sort: count, order: largest} : query;
     // A first page that has one row less than its limit needs one more.
     const limit = pagesOf(listing) === "short" ? TOP + 1 : TOP;
     return (await ask(listing, withPage(listing, words, 1, limit), signal)).data;

@@ -566,6 +566,11 @@ class Narrow(PageTest):
                     " e.getBoundingClientRect().right > 320.5).map((e) => e.localName)")
                 self.assertEqual(wide, [])
                 self.assertEqual(browser.execute_script("return document.documentElement.scrollWidth"), 320)
+                # Each row is a card, apart from the next one.
+                gaps = browser.execute_script(
+                    "const tops = [...document.querySelectorAll('tbody tr')].map((e) => e.getBoundingClientRect());"
+                    " return tops.slice(1).map((e, i) => e.top - tops[i].bottom)")
+                self.assertTrue(all(gap > 4 for gap in gaps), gaps)
                 # Each cell says its column, since the head of the table is not there.
                 self.assertFalse(self.find("thead").is_displayed())
                 self.assertRegex(browser.execute_script(
