@@ -224,12 +224,15 @@ class Listings(PageTest):
 
     def test_filters(self):
         self.open("#emaillog")
+        # The browser's own way to send a form would ask the server for another page.
+        browser.execute_script("addEventListener('submit', (e) => { window.prevented = e.defaultPrevented; })")
         for keyword, sources in (("你好", ["10.20.2.7", "10.20.1.5"]), ("好你", []), ("plan", ["10.20.1.5"])):
             self.find("input[name=keywd]").clear()
             self.find("input[name=keywd]").send_keys(keyword)
             self.click("form button")
             self.assertEqual(self.column("src_ip"), sources)
             self.assertEqual(self.find("input[name=keywd]").get_attribute("value"), keyword)
+            self.assertIs(browser.execute_script("return window.prevented"), True)
         self.open("#tcpreset-listip")
         Select(self.find("select[name=type]")).select_by_value("src")
         self.find("input[name=filter]").send_keys("10.20.2.")
@@ -505,6 +508,23 @@ class Late(PageTest):
     def test_an_error_behind_the_first_rows(self):
         self.open("#malclog-detail")
         self.assertEqual(self.problem(), "qsvmon ended with status 255: DAEMON_BUSY")
+
+
+class Slow(PageTest):
+    OPTIONS = ("--fault", "late", "--fault-ms", "700")
+
+    def test_an_answer_that_is_no_longer_wanted_changes_nothing(self):
+        browser.get("about:blank")
+        browser.get(self.served.address + "#ftplog")
+        browser.execute_script("""
+            window.said = [];
+            new MutationObserver(() => window.said.push(document.getElementById("problem").textContent))
+              .observe(document.getElementById("problem"), {childList: true, attributes: true});
+            location.hash = "#telnetlog";""")
+        self.settle()
+        self.assertEqual((self.text("h2"), self.column("user")), ("Telnet commands", ["bo", "bo"]))
+        self.assertEqual([text for text in browser.execute_script("return window.said") if text], [])
+        self.assertEqual(self.problem(), "")
 
 
 class Keyboard(PageTest):
