@@ -568,6 +568,9 @@ class Keyboard(PageTest):
         WebDriverWait(browser, 30).until(lambda _: self.place() == "#ftplog")
         self.settle()
         self.assertEqual(self.text("h2"), "FTP operations")
+        # One link is the current one.
+        self.assertEqual([a.text for a in browser.find_elements(By.CSS_SELECTOR, "nav a[aria-current]")],
+                         ["FTP operations"])
 
 
 class Narrow(PageTest):
