@@ -15,8 +15,9 @@
 #include <string>
 #include <vector>
 
-#include "commands/tcpreset/dns_print.h"
-#include "commands/tcpreset/ip_print.h"
+#include "commands/tcpreset/reset_fold.h"
+#include "commands/tcpreset/reset_print.h"
+#include "commands/tcpreset/reset_query.h"
 
 namespace qsvmon {
 namespace {
@@ -119,14 +120,14 @@ void print_all(Printer& out, const IpFold& fold) {
   IpQuery query;
   query.counter = &IpStat::maxtime;
   query.direction = Direction::kLargestFirst;
-  print_ip_page(out, fold, query);
+  print_ip_page(out, fold, sorted_rows(fold, query), query);
 }
 
 void print_all(Printer& out, const DnsFold& fold) {
   DnsQuery query;
   query.counter = &DnsStat::maxtime;
   query.direction = Direction::kLargestFirst;
-  print_dns_page(out, fold, query);
+  print_dns_page(out, fold, sorted_rows(fold, query), query);
 }
 
 template <class Fold>
@@ -164,9 +165,9 @@ void print_rows(benchmark::State& state) {
   const auto out = std::make_unique<CopyPrinter>();
   for (auto _ : state) {
     if constexpr (std::is_same_v<Fold, IpFold>) {
-      print_ip_page(*out, *fold, IpQuery());
+      print_ip_page(*out, *fold, RowOrder(fold->size()), IpQuery());
     } else {
-      print_dns_page(*out, *fold, DnsQuery());
+      print_dns_page(*out, *fold, RowOrder(fold->size()), DnsQuery());
     }
   }
   benchmark::DoNotOptimize(out->bytes());

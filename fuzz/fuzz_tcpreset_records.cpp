@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "commands/tcpreset/dns_print.h"
-#include "commands/tcpreset/ip_print.h"
-#include "commands/tcpreset/plain_print.h"
+#include "commands/tcpreset/reset_fold.h"
+#include "commands/tcpreset/reset_print.h"
+#include "commands/tcpreset/reset_query.h"
 
 namespace {
 
@@ -59,7 +59,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   IpFold ip_fold(ip_query.side);
   ip_fold.add(records);
   check_counts(ip_fold, records.size());
-  print_ip_page(out, ip_fold, ip_query);
+  print_ip_page(out, ip_fold, sorted_rows(ip_fold, ip_query), ip_query);
 
   DnsQuery dns_query;
   dns_query.counter = kDnsCounters[choice / 3 % 3];
@@ -67,7 +67,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   DnsFold dns_fold;
   dns_fold.add(records);
   check_counts(dns_fold, records.size());
-  print_dns_page(out, dns_fold, dns_query);
+  print_dns_page(out, dns_fold, sorted_rows(dns_fold, dns_query), dns_query);
 
   for (const ResetRecord& record : records) print_plain_line(out, record);
   require(out.str().size() >= 2 * sizeof R"({"data":[],"total":0})" - 2);

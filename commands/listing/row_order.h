@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 #include "commands/listing/entry_blocks.h"
 
@@ -16,8 +17,11 @@ class RowOrder {
  public:
   /// `count` rows as first seen; takes no memory.
   explicit RowOrder(std::uint32_t count, FoldMemory memory = {}) : count_(count), memory_(memory) {}
-  RowOrder(const RowOrder&) = delete;
-  RowOrder& operator=(const RowOrder&) = delete;
+  RowOrder(RowOrder&& other) noexcept
+      : count_(other.count_),
+        memory_(other.memory_),
+        items_(std::exchange(other.items_, nullptr)) {}
+  RowOrder& operator=(RowOrder&&) = delete;
   ~RowOrder() { memory_.give(items_, bytes()); }
 
   /// Sorts by `counter_of(number)`, a u32 that is asked once for each row. Time is linear in the
@@ -48,5 +52,13 @@ class RowOrder {
   FoldMemory memory_;
   std::uint64_t* items_ = nullptr;  ///< counter in the upper half, number in the lower
 };
+
+/// The order of `rows` by `counter_of(row)`.
+template <class Rows, class CounterOf>
+RowOrder sorted_rows(const Rows& rows, CounterOf&& counter_of, Direction direction) {
+  RowOrder order(static_cast<std::uint32_t>(rows.size()));
+  order.sort([&](std::uint32_t number) { return counter_of(rows[number]); }, direction);
+  return order;
+}
 
 }  // namespace qsvmon

@@ -4,10 +4,10 @@
 #include <bit>
 #include <cstring>
 
-#include "commands/malclog/category_names.h"
 #include "format/address.h"
 #include "format/byte_order.h"
 #include "format/time.h"
+#include "platform/read_once.h"
 #include "pools/desc_pools.h"
 #include "rpc/dict.h"
 
@@ -42,13 +42,14 @@ void print_category(Printer& out, int category, const ItlgcEntry& names) {
 }  // namespace
 
 bool host_passes(const char* host, const MalcEvent& event) {
-  if (event.host_len == 0) return false;
-  const std::size_t length = std::min<std::size_t>(event.host_len, sizeof event.host);
-  return std::strncmp(host, event.host, length) == 0;
+  const std::size_t length = read_once(event.host_len);
+  if (length == 0) return false;
+  return std::strncmp(host, event.host, std::min(length, sizeof event.host)) == 0;
 }
 
-void print_detail_list(Printer& out, const MalcQuery& query, const TidPool& tids,
-                       std::span<const ItlgcEntry> categories, std::uint64_t bitmap) {
+void print_detail_list(Printer& out, const MalcQuery& query, const MalcNames& names,
+                       std::uint64_t bitmap) {
+  const TidPool& tids = names.tids;
   out.put("{\"list\":[");
   if (query.names_signature()) {
     print_signature(out, tids.slot(tids.resolved_slot()));
@@ -70,7 +71,7 @@ void print_detail_list(Printer& out, const MalcQuery& query, const TidPool& tids
       if (listed & bit) continue;
       listed |= bit;
       out.put(comma);
-      print_category(out, category, category_names(categories, category));
+      print_category(out, category, names.category(category));
     }
     out.put(",\"mkmode\":", signature.mkmode, ",\"cnt\":1}");
     comma = ",";
@@ -98,30 +99,31 @@ void print_detail_row(Printer& out, const MalcEvent& event) {
   out.put("}");
 }
 
-bool MalcDetail::passes(const MalcEvent& event) const {
+bool MalcDetail::passes(const MalcEvent& event, std::uint64_t bitmap) const {
   if (event.time_secs == 0) return false;
   if (query_.apid != -1 && event.apid != query_.apid) return false;
   if (query_.src_net != 0 && event.src_net != query_.src_net) return false;
   if (query_.dst_net != 0 && event.dst_net != query_.dst_net) return false;
   if (query_.host && !host_passes(query_.host, event)) return false;
-  return tids_.tid_match(event.bitmap);
+  return tids_.tid_match(bitmap);
 }
 
-bool MalcDetail::has_list(const MalcEvent& event) const {
+bool MalcDetail::has_list(std::uint64_t bitmap) const {
   if (query_.names_signature()) return true;
-  return (tids_.passing(event.bitmap) & (tids_.own_name_slots() | tids_.category_slots())) != 0;
+  return (tids_.passing(bitmap) & (tids_.own_name_slots() | tids_.category_slots())) != 0;
 }
 
 void MalcDetail::add(std::span<const MalcEvent> events) {
   for (const MalcEvent& event : events) {
-    if (!passes(event) || !has_list(event)) continue;
+    const std::uint64_t bitmap = read_once(event.bitmap);
+    if (!passes(event, bitmap) || !has_list(bitmap)) continue;
     // KEEP: events before and behind the page are counted too; "count" is what the filters passed.
     const bool shown = range_.contains_signed(static_cast<std::int32_t>(count_));
     ++count_;
     if (!shown) continue;
     if (printed_one_) out_.put(",");
     printed_one_ = true;
-    print_detail_list(out_, query_, tids_, categories_, event.bitmap);
+    print_detail_list(out_, query_, names_, bitmap);
     print_detail_row(out_, event);
   }
 }

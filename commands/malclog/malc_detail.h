@@ -3,11 +3,11 @@
 #include <cstdint>
 #include <span>
 
+#include "commands/malclog/malc_print.h"
 #include "commands/malclog/malc_query.h"
 #include "commands/malclog/malc_record.h"
 #include "commands/malclog/tidpool.h"
 #include "format/printer.h"
-#include "pools/itlgc_pool.h"
 
 namespace qsvmon {
 
@@ -20,10 +20,9 @@ inline void print_detail_begin(Printer& out) {
 /// so that nothing is kept. Borrows everything that it is given.
 class MalcDetail {
  public:
-  /// `tids` must be taken before the first `add`; `categories` are the pool's entries.
-  MalcDetail(Printer& out, const MalcQuery& query, const TidPool& tids,
-             std::span<const ItlgcEntry> categories)
-      : out_(out), query_(query), tids_(tids), categories_(categories), range_(query.range()) {}
+  /// The signature table must be filled before the first `add`.
+  MalcDetail(Printer& out, const MalcQuery& query, const MalcNames& names)
+      : out_(out), query_(query), names_(names), tids_(names.tids), range_(query.range()) {}
 
   void add(std::span<const MalcEvent> events);
   /// KEEP: a blank stands before "count" here and in no other listing; the page's parser was
@@ -34,13 +33,13 @@ class MalcDetail {
   std::uint32_t count() const { return count_; }
 
  private:
-  bool passes(const MalcEvent& event) const;
-  bool has_list(const MalcEvent& event) const;
+  bool passes(const MalcEvent& event, std::uint64_t bitmap) const;
+  bool has_list(std::uint64_t bitmap) const;
 
   Printer& out_;
   const MalcQuery& query_;
+  MalcNames names_;
   const TidPool& tids_;
-  std::span<const ItlgcEntry> categories_;
   PageRange range_;
   std::uint32_t count_ = 0;
   bool printed_one_ = false;
@@ -54,8 +53,8 @@ bool host_passes(const char* host, const MalcEvent& event);
 
 /// The "list" member of one row with its trailing comma: the signature that the query names, or
 /// every listed signature of the event, categories once each.
-void print_detail_list(Printer& out, const MalcQuery& query, const TidPool& tids,
-                       std::span<const ItlgcEntry> categories, std::uint64_t bitmap);
+void print_detail_list(Printer& out, const MalcQuery& query, const MalcNames& names,
+                       std::uint64_t bitmap);
 
 /// One row without its list: from "src_ip" to the closing brace.
 void print_detail_row(Printer& out, const MalcEvent& event);

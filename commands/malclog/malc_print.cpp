@@ -1,10 +1,8 @@
 #include "commands/malclog/malc_print.h"
 
-#include <array>
 #include <bit>
 
-#include "commands/listing/row_order.h"
-#include "commands/malclog/category_names.h"
+#include "commands/listing/row_page.h"
 #include "format/address.h"
 #include "format/byte_order.h"
 #include "pools/desc_pools.h"
@@ -38,6 +36,58 @@ std::string_view no_cname(MalcEntryForm form) {
   return form == MalcEntryForm::kApp ? "(null)" : "NULL";
 }
 
+void print_ip_row(Printer& out, const MalcNames& names, const TallyBlocks& blocks,
+                  const MalcIpRow& row) {
+  char label[kLabelBytes];
+  const char* text = desc_lookup(&row.ip, kFamilyIpv4, label, sizeof label);
+  out.put("{\"ip\":\"", Ipv4Text{from_net32(row.ip)}, "\",\"cnt\":", row.total, ",\"ip_desc\":\"",
+          text ? text : "", "\",\"list\":[");
+  print_malc_entries(out, names, blocks, row.tally, MalcEntryForm::kAddress);
+  out.put("]}");
+}
+
+void print_host_row(Printer& out, const MalcNames& names, const TallyBlocks& blocks,
+                    const MalcHostRow& row) {
+  const char* const host = row.name.text().data();  // up to its first NUL
+  out.put("{\"host\":\"", host, "\",\"cnt\":", row.total, ",\"list\":[");
+  print_malc_entries(out, names, blocks, row.tally, MalcEntryForm::kHost);
+  out.put("]}");
+}
+
+void print_app_row(Printer& out, const MalcNames& names, const TallyBlocks& blocks,
+                   const MalcAppRow& row) {
+  out.put("{\"apid\":", row.apid, ",\"appname\":\"", dict_appname(row.apid), "\",\"appcname\":\"",
+          dict_appcname(row.apid), "\",\"count\":", row.total, ",\"list\":[");
+  print_malc_entries(out, names, blocks, row.tally, MalcEntryForm::kApp);
+  out.put("]}");
+}
+
+/// The page as places counted from 1.
+RowPage page_of(PageRange range, bool filtered) {
+  const RowRange none = {.first = 1, .last = 0};
+  return {.rows = range.end == 0 ? none : RowRange{range.start, range.end - 1},
+          .total = "count",
+          .filtered = filtered};
+}
+
+/// Prints the objects of the signature listing: commas between, counted.
+class TidListing {
+ public:
+  explicit TidListing(Printer& out) : out_(out) { out_.put("{\"data\":["); }
+
+  template <class... Parts>
+  void object(const Parts&... parts) {
+    if (count_++ != 0) out_.put(",");
+    out_.put(parts...);
+  }
+
+  void finish() { out_.put("],\"count\":", count_, "}"); }
+
+ private:
+  Printer& out_;
+  std::uint32_t count_ = 0;
+};
+
 }  // namespace
 
 void print_malc_entries(Printer& out, const MalcNames& names, const TallyBlocks& blocks,
@@ -60,7 +110,7 @@ void print_malc_entries(Printer& out, const MalcNames& names, const TallyBlocks&
       const std::uint32_t bit = 1U << (static_cast<unsigned>(entry.id) & 31U);
       if (listed & bit) continue;
       listed |= bit;
-      const ItlgcEntry& category = category_names(names.categories, entry.id);
+      const ItlgcEntry& category = names.category(entry.id);
       entry.name = category.name;
       entry.cname = category.cname;
     } else {
@@ -73,109 +123,46 @@ void print_malc_entries(Printer& out, const MalcNames& names, const TallyBlocks&
   }
 }
 
-void print_malc_row(Printer& out, const MalcNames& names, const TallyBlocks& blocks,
-                    const MalcIpRow& row) {
-  char label[kLabelBytes];
-  const char* text = desc_lookup(&row.ip, kFamilyIpv4, label, sizeof label);
-  out.put("{\"ip\":\"", Ipv4Text{from_net32(row.ip)}, "\",\"cnt\":", row.total, ",\"ip_desc\":\"",
-          text ? text : "", "\",\"list\":[");
-  print_malc_entries(out, names, blocks, row.tally, MalcEntryForm::kAddress);
-  out.put("]}");
+void print_malc_ip_page(Printer& out, const MalcNames& names, const MalcIpAgg& ips,
+                        const RowOrder& order, PageRange range) {
+  print_page(out, ips, order, page_of(range, false),
+             [&](const MalcIpRow& row) { print_ip_row(out, names, ips.blocks(), row); });
 }
 
-void print_malc_row(Printer& out, const MalcNames& names, const TallyBlocks& blocks,
-                    const MalcHostRow& row) {
-  out.put("{\"host\":\"", row.name.text().data(), "\",\"cnt\":", row.total, ",\"list\":[");
-  print_malc_entries(out, names, blocks, row.tally, MalcEntryForm::kHost);
-  out.put("]}");
+void print_malc_host_page(Printer& out, const MalcNames& names, const MalcHostAgg& hosts,
+                          const RowOrder& order, PageRange range) {
+  print_page(out, hosts, order, page_of(range, false),
+             [&](const MalcHostRow& row) { print_host_row(out, names, hosts.blocks(), row); });
 }
 
-void print_malc_row(Printer& out, const MalcNames& names, const TallyBlocks& blocks,
-                    const MalcAppRow& row) {
-  out.put("{\"apid\":", row.apid, ",\"appname\":\"", dict_appname(row.apid), "\",\"appcname\":\"",
-          dict_appcname(row.apid), "\",\"count\":", row.total, ",\"list\":[");
-  print_malc_entries(out, names, blocks, row.tally, MalcEntryForm::kApp);
-  out.put("]}");
+void print_malc_app_page(Printer& out, const MalcNames& names, const MalcAppAgg& apps,
+                         const RowOrder& order, PageRange range) {
+  // KEEP: application 0 ("not recognised") is counted and never listed.
+  print_page(
+      out, apps, order, page_of(range, true),
+      [&](const MalcAppRow& row) { print_app_row(out, names, apps.blocks(), row); },
+      [](const MalcAppRow& row) { return row.apid != 0; });
 }
 
-namespace {
-
-template <class Agg>
-void print_rows(Printer& out, const MalcNames& names, const Agg& agg, PageRange range) {
-  RowOrder order(agg.size());
-  order.sort([&agg](std::uint32_t row) { return agg[row].total; }, Direction::kLargestFirst);
-  print_malc_page(out, agg.size(), range, [&](std::uint32_t i) {
-    print_malc_row(out, names, agg.blocks(), agg[order[i]]);
-  });
-}
-
-}  // namespace
-
-void print_malc_ips(Printer& out, const MalcNames& names, const MalcIpAgg& ips, PageRange range) {
-  print_rows(out, names, ips, range);
-}
-
-void print_malc_hosts(Printer& out, const MalcNames& names, const MalcHostAgg& hosts,
-                      PageRange range) {
-  print_rows(out, names, hosts, range);
-}
-
-void print_malc_apps(Printer& out, const MalcNames& names, const MalcAppAgg& apps,
-                     PageRange range) {
-  std::array<std::uint16_t, MalcAppAgg::kApps> shown;
-  std::uint32_t count = 0;
-  for (const std::uint16_t apid : apps.sorted()) {
-    // KEEP: application 0 ("not recognised") is counted and never listed.
-    if (apps.rows()[apid].apid != 0) shown[count++] = apid;
-  }
-  print_malc_page(out, count, range, [&](std::uint32_t i) {
-    print_malc_row(out, names, apps.blocks(), apps.rows()[shown[i]]);
-  });
-}
-
-namespace {
-
-/// Prints the objects of the signature listing: commas between, counted.
-class TidListing {
- public:
-  explicit TidListing(Printer& out) : out_(out) { out_.put("{\"data\":["); }
-
-  template <class... Parts>
-  void object(const Parts&... parts) {
-    if (count_++ != 0) out_.put(",");
-    out_.put(parts...);
-  }
-
-  void finish() { out_.put("],\"count\":", count_, "}"); }
-
- private:
-  Printer& out_;
-  std::uint32_t count_ = 0;
-};
-
-}  // namespace
-
-void print_malc_tids(Printer& out, const MalcTidAgg& tids, std::span<ItlgcEntry> categories) {
+void print_malc_tids(Printer& out, const MalcNames& names, const MalcTidAgg& tids,
+                     const RowOrder& order) {
   TidListing listing(out);
-  if (tids.made()) {
-    for (const std::uint8_t n : tids.sorted()) {
-      const MalcTid& signature = tids.tids().slot(n);
-      if (signature.mkmode == kModeCategory) {
-        if (signature.itlgc < categories.size()) categories[signature.itlgc].hits += tids.count(n);
-      } else if (signature.tid != 0 && signature.disabled == 0) {
-        listing.object("{\"tid\":", std::uint16_t{signature.tid},
-                       ",\"mode\":1,\"vid\":", std::uint16_t{signature.vid},
-                       ",\"type\":", signature.type, ",\"name\":\"", field_text(signature.name),
-                       "\",\"cnt\":", tids.count(n), "}");
-      }
-    }
+  for (std::uint32_t place = 0; place < order.size(); ++place) {
+    const auto [signature, total] = tids[order[place]];
+    if (signature.mkmode == kModeCategory || signature.tid == 0 || signature.disabled != 0)
+      continue;
+    listing.object("{\"tid\":", std::uint16_t{signature.tid},
+                   ",\"mode\":1,\"vid\":", std::uint16_t{signature.vid},
+                   ",\"type\":", signature.type, ",\"name\":\"", field_text(signature.name),
+                   "\",\"cnt\":", total, "}");
   }
-  for (std::size_t id = 0; id < categories.size(); ++id) {
-    const ItlgcEntry& category = categories[id];
-    if (category.hits == 0) continue;
+  const MalcTidAgg::CategoryHits hits = tids.category_hits();
+  for (std::size_t id = 0; id < names.categories.size() && id < hits.size(); ++id) {
+    const ItlgcEntry& category = names.categories[id];
+    const std::uint32_t total = category.hits + hits[id];
+    if (total == 0) continue;
     listing.object("{\"id\":", id, ",\"tid\":0,\"vid\":0,\"type\":0,\"mode\":2,\"name\":\"",
-                   category.name, "\",\"cname\":\"", category.cname, "\",\"cnt\":", category.hits,
-                   "}");
+                   category.name, "\",\"cname\":\"", category.cname, "\",\"cnt\":", total, "}");
   }
   listing.finish();
 }

@@ -32,7 +32,6 @@ struct MalcQuery {
   int limit = 100;
 
   bool names_signature() const { return tid >= 1; }
-  bool names_category() const { return itlgc_id >= 0; }
   PageRange range() const { return page_range(page, limit); }
 };
 

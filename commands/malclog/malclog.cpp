@@ -5,6 +5,7 @@
 #include <span>
 
 #include "commands/listing/batches.h"
+#include "commands/malclog/malc_detail.h"
 #include "commands/malclog/malc_listing.h"
 #include "pools/desc_pools.h"
 
@@ -12,10 +13,10 @@ namespace qsvmon {
 namespace {
 
 /// The category pool, or one without names where it could not be allocated.
-std::span<ItlgcEntry> category_pool() {
-  static std::array<ItlgcEntry, kItlgcCategories> nameless{};
-  ItlgcEntry* const entries = itlgc_pool();
-  return {entries ? entries : nameless.data(), kItlgcCategories};
+std::span<const ItlgcEntry> category_pool() {
+  static constexpr std::array<ItlgcEntry, kItlgcCategories> kNameless{};
+  const ItlgcEntry* const entries = itlgc_pool();
+  return {entries ? entries : kNameless.data(), kItlgcCategories};
 }
 
 BatchPlan batch_plan(MalcListType listtype) {

@@ -6,6 +6,7 @@
 
 #include "commands/malclog/malc_query.h"
 #include "commands/malclog/malc_record.h"
+#include "platform/read_once.h"
 
 namespace qsvmon {
 
@@ -56,10 +57,12 @@ class TidPool {
     return itlgc_id_ >= 0 ? itlgc_id_ : static_cast<int>(this->slot(slot).itlgc);
   }
 
-  /// True for an event that is no empty record and that an address or host listing counts: the
-  /// signature filter lets it pass and the category filter leaves a bit of it.
-  bool counts(const MalcEvent& event) const {
-    return event.time_secs != 0 && tid_match(event.bitmap) && passing(event.bitmap) != 0;
+  /// The slots in which an address or host listing counts `event`: none for an empty record, for
+  /// one that the signature filter rejects and for one of which the category filter leaves no bit.
+  std::uint64_t counted_of(const MalcEvent& event) const {
+    const std::uint64_t bitmap = read_once(event.bitmap);
+    if (event.time_secs == 0 || !tid_match(bitmap) || passing(bitmap) == 0) return 0;
+    return counted(bitmap);
   }
 
   static SignatureTable* new_table();

@@ -1,9 +1,9 @@
 #include "commands/tcpreset/tcpreset.h"
 
 #include "commands/listing/batches.h"
-#include "commands/tcpreset/dns_print.h"
-#include "commands/tcpreset/ip_print.h"
-#include "commands/tcpreset/plain_print.h"
+#include "commands/tcpreset/reset_fold.h"
+#include "commands/tcpreset/reset_print.h"
+#include "commands/tcpreset/reset_query.h"
 #include "format/printer.h"
 
 namespace qsvmon {
@@ -11,7 +11,7 @@ namespace qsvmon {
 namespace {
 
 /// Only the first request asks for the dictionary.
-BatchPlan reset_plan(bool want_dict) {
+BatchPlan batch_plan(bool want_dict) {
   return {.module = "tcpreset",
           .daemon = Daemon::kMgmt,
           .want_dict = want_dict,
@@ -25,9 +25,9 @@ int tcpreset_listip(int argc, char** argv) {
   IpQuery query;
   if (Status s = parse_ip_query(words, query); !s.ok()) return fail(s);
   IpFold fold(query.side);
-  RpcBatches batches(reset_plan(query.side == IpSide::kSrc), words);
+  RpcBatches batches(batch_plan(query.side == IpSide::kSrc), words);
   if (Status s = fold_all<ResetRecord>(batches, fold); !s.ok()) return fail(s);
-  print_ip_page(standard_out(), fold, query);
+  print_ip_page(standard_out(), fold, sorted_rows(fold, query), query);
   return 0;
 }
 
@@ -36,14 +36,14 @@ int tcpreset_listdns(int argc, char** argv) {
   DnsQuery query;
   if (Status s = parse_dns_query(words, query); !s.ok()) return fail(s);
   DnsFold fold;
-  RpcBatches batches(reset_plan(false), words);
+  RpcBatches batches(batch_plan(false), words);
   if (Status s = fold_all<ResetRecord>(batches, fold); !s.ok()) return fail(s);
-  print_dns_page(standard_out(), fold, query);
+  print_dns_page(standard_out(), fold, sorted_rows(fold, query), query);
   return 0;
 }
 
 int tcpreset_list(int argc, char** argv) {
-  RpcBatches batches(reset_plan(true), words_of(argc, argv));
+  RpcBatches batches(batch_plan(true), words_of(argc, argv));
   PlainPrint lines{standard_out()};
   const Status s = fold_all<ResetRecord>(batches, lines);
   return s.ok() ? 0 : fail(s);

@@ -33,7 +33,7 @@ class MalcDetailTest : public testing::Test {
     const TidPool tids = pool(query, signatures);
     MemoryPrinter out;
     print_detail_begin(out);
-    MalcDetail detail(out, query, tids, categories_);
+    MalcDetail detail(out, query, {tids, categories_});
     detail.add(events);
     detail.finish();
     return out.str();
@@ -43,7 +43,7 @@ class MalcDetailTest : public testing::Test {
   std::string list(const MalcQuery& query, const SignatureTable& signatures, std::uint64_t bitmap) {
     const TidPool tids = pool(query, signatures);
     MemoryPrinter out;
-    print_detail_list(out, query, tids, categories_, bitmap);
+    print_detail_list(out, query, {tids, categories_}, bitmap);
     return out.str();
   }
 
@@ -426,7 +426,7 @@ TEST_F(MalcDetailTest, CountingGoesOnOverChunks) {
   query.limit = 2;
   const TidPool tids = pool(query, kSignatures);
   MemoryPrinter out;
-  MalcDetail detail(out, query, tids, categories_);
+  MalcDetail detail(out, query, {tids, categories_});
   std::vector<MalcEvent> chunk(3, full_event());
   detail.add(chunk);
   detail.add({});

@@ -45,6 +45,33 @@ TEST(TidPool, FindsTheFirstSlotOfIdAndType) {
   EXPECT_EQ(tids.counted(bit(3) | bit(4)), bit(4));
 }
 
+TEST(TidPool, ANamedSignatureIsCountedAlone) {
+  const TidPool tids = pool(query_for(6, 0), kTable);  // slot 3
+  for (int other = 0; other < 64; ++other) EXPECT_EQ(tids.counted(bit(3) | bit(other)), bit(3));
+}
+
+// Slot 0 is the only one that filters nothing.
+TEST(TidPool, ASignatureInSlotOneFilters) {
+  const TidPool tids = pool(query_for(9, 0), table({{1, {.tid = 9}}}));
+  EXPECT_EQ(tids.resolved_slot(), 1);
+  EXPECT_TRUE(tids.tid_match(bit(1)));
+  EXPECT_FALSE(tids.tid_match(bit(0) | bit(2)));
+  EXPECT_FALSE(tids.tid_match(0));
+}
+
+TEST(TidPool, AnAddressOrHostListingCountsWhatEveryFilterPasses) {
+  const TidPool tids = pool(query_for(6, 0, 7), kTable);  // slot 3, and categories 7
+  MalcEvent e = event(bit(3) | bit(4));
+  EXPECT_EQ(tids.counted_of(e), bit(3));
+  e.time_secs = 0;
+  EXPECT_EQ(tids.counted_of(e), 0U);
+  EXPECT_EQ(tids.counted_of(event(bit(4))), 0U);           // not the signature
+  EXPECT_EQ(tids.counted_of(event(bit(9) | bit(0))), 0U);  // its category, but not the signature
+  const TidPool eight = pool(query_for(6, 0, 8), kTable);
+  EXPECT_EQ(eight.counted_of(event(bit(3))), 0U);  // no bit of the category
+  EXPECT_EQ(eight.counted_of(event(bit(3) | bit(4))), bit(3));
+}
+
 TEST(TidPool, FindsTheLastSlot) {
   const TidPool tids = pool(query_for(65535, 1), kTable);
   EXPECT_EQ(tids.resolved_slot(), 63);

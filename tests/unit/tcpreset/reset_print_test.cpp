@@ -5,11 +5,7 @@
 #include <cstdio>
 #include <string>
 
-#include "commands/tcpreset/dns_print.h"
-#include "commands/tcpreset/flow_print.h"
-#include "commands/tcpreset/ip_print.h"
-#include "commands/tcpreset/plain_print.h"
-#include "commands/tcpreset/row_page.h"
+#include "commands/tcpreset/reset_print.h"
 #include "format/time.h"
 #include "tests/unit/tcpreset/reset_support.h"
 
@@ -41,7 +37,7 @@ std::string ip_page(const std::vector<Session>& sessions, std::vector<const char
   IpFold fold(query.side);
   fold.add(records_of(sessions));
   MemoryPrinter out;
-  print_ip_page(out, fold, query);
+  print_ip_page(out, fold, sorted_rows(fold, query), query);
   return out.str();
 }
 
@@ -51,7 +47,7 @@ std::string dns_page(const std::vector<Session>& sessions, std::vector<const cha
   DnsFold fold;
   fold.add(records_of(sessions));
   MemoryPrinter out;
-  print_dns_page(out, fold, query);
+  print_dns_page(out, fold, sorted_rows(fold, query), query);
   return out.str();
 }
 
@@ -226,26 +222,6 @@ TEST(DnsPrint, PagesAndSorts) {
   for (const auto& c : cases) {
     EXPECT_EQ(names_of(dns_page(sessions, c.words)), c.names) << ::testing::PrintToString(c.words);
   }
-}
-
-TEST(RowPage, RowsOutsideThePageAreNotLookedAtWithoutAFilter) {
-  struct Numbers {
-    const std::uint32_t& operator[](std::uint32_t number) const { return last = number; }
-    mutable std::uint32_t last;
-  };
-  const Numbers rows{};
-  const RowOrder order(1000000000);
-  MemoryPrinter out;
-  int printed = 0;
-  print_page(
-      out, rows, order, {.first = 500000001, .last = 500000002}, false,
-      [&](std::uint32_t number) {
-        ++printed;
-        out.put(number);
-      },
-      [](std::uint32_t) { return true; });
-  EXPECT_EQ(out.str(), R"({"data":[500000000,500000001],"total":1000000000})");
-  EXPECT_EQ(printed, 2);
 }
 
 class PlainPrint : public ::testing::Test {

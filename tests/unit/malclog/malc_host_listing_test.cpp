@@ -1,4 +1,4 @@
-#include "commands/malclog/malc_host_agg.h"
+#include "commands/malclog/malc_fold.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "commands/malclog/malc_app_agg.h"
+#include "commands/malclog/malc_fold.h"
 
 #include <gtest/gtest.h>
 
@@ -132,11 +132,11 @@ TEST(MalcAppAgg, AnEventWithoutMemoryIsNotCounted) {
   const FoldMemory none{[](std::size_t, Pages) -> void* { return nullptr; }, large_memory_give};
   MalcAppAgg apps(tids, none);
   apps.add(std::vector<MalcEvent>{app(7, 0x1f), app(8, bit(1)), app(8, 0xff), app(8, bit(1))});
-  EXPECT_EQ(apps.rows()[7].apid, 7);  // the row is there, and says that it was hit by nothing
-  EXPECT_EQ(apps.rows()[7].total, 0U);
-  EXPECT_EQ(apps.rows()[8].total, 2U);
-  EXPECT_EQ(apps.blocks().count_of(apps.rows()[8].tally, 1), 2);
-  EXPECT_EQ(apps.blocks().count_of(apps.rows()[8].tally, 0), 0);
+  EXPECT_EQ(apps[7].apid, 7);  // the row is there, and says that it was hit by nothing
+  EXPECT_EQ(apps[7].total, 0U);
+  EXPECT_EQ(apps[8].total, 2U);
+  EXPECT_EQ(apps.blocks().count_of(apps[8].tally, 1), 2);
+  EXPECT_EQ(apps.blocks().count_of(apps[8].tally, 0), 0);
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "commands/tcpreset/dns_query.h"
-#include "commands/tcpreset/ip_query.h"
+#include "commands/tcpreset/reset_query.h"
 #include "tests/unit/tcpreset/reset_support.h"
 
 namespace qsvmon {

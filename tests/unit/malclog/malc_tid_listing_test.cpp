@@ -1,9 +1,10 @@
-#include "commands/malclog/malc_tid_agg.h"
+#include "commands/malclog/malc_fold.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
+#include "commands/malclog/malc_print.h"
 #include "tests/unit/malclog/malc_samples.h"
 
 namespace qsvmon {
@@ -103,20 +104,36 @@ TEST(MalcTidListing, HasNoPages) {
   EXPECT_EQ(list(query, {event(0)}), kUnhit);
 }
 
-TEST(MalcTidListing, HitsAreAddedToThePoolsTotals) {
-  MalcQuery query = signatures();
+TEST(MalcTidListing, HitsAddToWhatThePoolSays) {
+  const MalcQuery query = signatures();
   const TidPool tids = pool(query, kTable);
   MalcTidAgg agg(tids);
   agg.add(std::vector<MalcEvent>{event(bit(2) | bit(3))});
+  EXPECT_EQ(agg.category_hits()[7], 2U);
   Categories pool_entries = categories();
   pool_entries[7].hits = 4294967295U;
   pool_entries[0].hits = 5;
   MemoryPrinter out;
-  print_malc_tids(out, agg, pool_entries);
-  EXPECT_EQ(pool_entries[7].hits, 1U);  // wraps
+  print_malc_tids(out, {tids, pool_entries}, agg, sorted_rows(agg));
   EXPECT_NE(
       out.str().find(R"({"id":0,"tid":0,"vid":0,"type":0,"mode":2,"name":"","cname":"","cnt":5})"),
       std::string::npos);
+  EXPECT_NE(out.str().find(R"("cname":"zombie net","cnt":1})"), std::string::npos);  // wraps
+}
+
+// Before, printing added the hits to the pool, and a second time showed them twice.
+TEST(MalcTidListing, PrintedTwiceItSaysTheSame) {
+  const MalcQuery query = signatures();
+  const TidPool tids = pool(query, kTable);
+  MalcTidAgg agg(tids);
+  agg.add(std::vector<MalcEvent>{event(bit(1) | bit(2) | bit(3))});
+  const Categories pool_entries = categories();
+  const RowOrder order = sorted_rows(agg);
+  MemoryPrinter once;
+  print_malc_tids(once, {tids, pool_entries}, agg, order);
+  MemoryPrinter again;
+  print_malc_tids(again, {tids, pool_entries}, agg, order);
+  EXPECT_EQ(once.str(), again.str());
 }
 
 }  // namespace

@@ -1,0 +1,149 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "commands/listing/fold_table.h"
+#include "commands/listing/row_order.h"
+#include "commands/malclog/malc_record.h"
+#include "commands/malclog/tally.h"
+#include "commands/malclog/tidpool.h"
+#include "pools/itlgc_pool.h"
+
+/// The folds of the malicious-event listings: events in, rows out, numbered from 0. They take any
+/// number of batches. `tids` must outlive a fold and be filled before its first `add`. An event
+/// that finds no memory is dropped.
+namespace qsvmon {
+
+/// What one address was hit by.
+struct MalcIpRow {
+  std::uint32_t ip;     ///< network order
+  std::uint32_t total;  ///< events counted
+  Tally tally;
+};
+
+/// Folds events by destination or source address, numbered as first seen. An event counts when
+/// `tid_match` and the category filter let it pass.
+class MalcIpAgg {
+ public:
+  enum class Side { kSource, kDestination };
+
+  MalcIpAgg(const TidPool& tids, Side side, FoldMemory memory = {})
+      : tids_(tids), side_(side), rows_(memory), blocks_(memory) {}
+
+  void add(std::span<const MalcEvent> events);
+
+  std::uint32_t size() const { return rows_.size(); }
+  const MalcIpRow& operator[](std::uint32_t row) const { return rows_[row]; }
+  const TallyBlocks& blocks() const { return blocks_; }
+
+ private:
+  const TidPool& tids_;
+  Side side_;
+  FoldTable<AddressKeys<MalcIpRow>> rows_;
+  TallyBlocks blocks_;
+};
+
+/// What one host was hit by.
+struct MalcHostRow {
+  NameKey<6> name;      ///< at most 42 bytes, so NUL-terminated; may hold NULs before its end
+  std::uint32_t total;  ///< events counted
+  Tally tally;
+};
+
+/// Folds events by host, numbered as first seen. An event counts when it has a host and `tid_match`
+/// and the category filter let it pass.
+///
+/// KEEP: a row has room for 42 bytes of host, and what the appliance makes of longer ones is part
+/// of its listing:
+/// - An event of more than 43 bytes always makes a row of its own, under the first 42. A host of
+///   exactly those 42 bytes joins the newest of these rows, and makes one if there is none.
+/// - The row of an event of exactly 43 bytes can neither be found again nor shown or counted as a
+///   row; nothing of it is ever seen, so none is made here.
+class MalcHostAgg {
+ public:
+  static constexpr std::size_t kMaxName = 42;
+
+  explicit MalcHostAgg(const TidPool& tids, FoldMemory memory = {})
+      : tids_(tids), rows_(memory), blocks_(memory) {}
+
+  void add(std::span<const MalcEvent> events);
+
+  std::uint32_t size() const { return rows_.size(); }
+  const MalcHostRow& operator[](std::uint32_t row) const { return rows_[row]; }
+  const TallyBlocks& blocks() const { return blocks_; }
+
+ private:
+  const TidPool& tids_;
+  FoldTable<NameKeys<MalcHostRow>> rows_;
+  TallyBlocks blocks_;
+};
+
+/// What one application was hit by.
+struct MalcAppRow {
+  std::uint16_t apid;   ///< 0 in a row that no event made, and in that of application 0
+  std::uint32_t total;  ///< events counted
+  Tally tally;
+};
+
+/// Folds events by application id, which is the row's number. Events of ids from 1000 on are
+/// dropped.
+class MalcAppAgg {
+ public:
+  static constexpr std::uint32_t kApps = 1000;
+
+  explicit MalcAppAgg(const TidPool& tids, FoldMemory memory = {}) : tids_(tids), blocks_(memory) {}
+
+  void add(std::span<const MalcEvent> events);
+
+  std::uint32_t size() const { return kApps; }
+  const MalcAppRow& operator[](std::uint32_t row) const { return rows_[row]; }
+  const TallyBlocks& blocks() const { return blocks_; }
+
+ private:
+  const TidPool& tids_;
+  std::array<MalcAppRow, kApps> rows_{};
+  TallyBlocks blocks_;
+};
+
+/// One signature and how many events it matched.
+struct MalcTidRow {
+  const MalcTid& signature;
+  std::uint32_t total;
+};
+
+/// Counts events by signature; a row's number is its slot. An event adds 1 to each slot that it
+/// matched and that passes the category filter; a signature that the query names does not filter
+/// here. Without any event there are no rows, with one every signature has a row.
+class MalcTidAgg {
+ public:
+  using CategoryHits = std::array<std::uint32_t, kItlgcCategories>;
+
+  explicit MalcTidAgg(const TidPool& tids) : tids_(tids) {}
+
+  void add(std::span<const MalcEvent> events);
+
+  std::uint32_t size() const { return made_ ? kSlots : 0; }
+  MalcTidRow operator[](std::uint32_t row) const {
+    return {tids_.slot(static_cast<int>(row)), counts_[row]};
+  }
+
+  /// The sums of the signatures listed by their category; those of other categories are lost.
+  CategoryHits category_hits() const;
+
+ private:
+  const TidPool& tids_;
+  std::array<std::uint32_t, kSlots> counts_{};
+  bool made_ = false;
+};
+
+/// The order in which a fold's rows are shown: largest total first, equal ones by their number.
+template <class Agg>
+RowOrder sorted_rows(const Agg& agg) {
+  return sorted_rows(
+      agg, [](const auto& row) { return row.total; }, Direction::kLargestFirst);
+}
+
+}  // namespace qsvmon

@@ -1,0 +1,70 @@
+#include "commands/tcpreset/reset_fold.h"
+
+#include "format/byte_order.h"
+
+namespace qsvmon {
+
+namespace {
+
+/// Counts a record in, but for its slot.
+/// KEEP: a `mintime` of 0 counts as unset, so a session of time 0 gives way to the next record.
+void count_flow(FlowStat& stat, const ResetRecord& record) {
+  const std::uint32_t time = record.time_secs;
+  stat.flowcnt += 1;
+  if (time > stat.maxtime) stat.maxtime = time;
+  if (time < stat.mintime || stat.mintime == 0) stat.mintime = time;
+  const std::uint32_t traffic = record.traffic_class();
+  stat.http += traffic == kClassHttp;
+  stat.https += traffic == kClassHttps;
+}
+
+/// KEEP: the place is taken from the port as it came, in network order, while the value is the
+/// port in host order; which ports survive in a row depends on it.
+void count_port(FlowStat& stat, const ResetRecord& record) {
+  count_flow(stat, record);
+  const std::uint16_t raw = record.dport_net;
+  stat.slots.put(raw % 8u, from_net16(raw));
+}
+
+void count_app(FlowStat& stat, const ResetRecord& record) {
+  count_flow(stat, record);
+  const std::uint32_t id = record.app_id();
+  stat.slots.put(id % 8, static_cast<std::uint16_t>(id));
+}
+
+void count_name(DnsStat& stat, const ResetRecord& record) {
+  count_port(stat, record);
+  const std::uint32_t status = record.http_status();
+  stat.http50x += status >= 500;
+  stat.http40x += status >= 400 && status < 500;
+  stat.http30x += status >= 300 && status < 400;
+  stat.http20x += status >= 200 && status < 300;
+}
+
+}  // namespace
+
+void IpFold::add(std::span<const ResetRecord> records) {
+  const auto by_dst = [](const ResetRecord& record, std::uint32_t& key) {
+    key = record.dst_net;
+    return KeyUse::kInsert;
+  };
+  const auto by_src = [](const ResetRecord& record, std::uint32_t& key) {
+    key = record.src_net;
+    return KeyUse::kInsert;
+  };
+  if (side_ == IpSide::kDst) {
+    table_.fold(records, by_dst, [](IpStat& s, const ResetRecord& r) { count_port(s, r); });
+  } else {
+    table_.fold(records, by_src, [](IpStat& s, const ResetRecord& r) { count_app(s, r); });
+  }
+}
+
+void DnsFold::add(std::span<const ResetRecord> records) {
+  const auto by_name = [](const ResetRecord& record, NameKey<4>& key) {
+    key = NameKey<4>::up_to_nul(record.name);
+    return key.length() == 0 ? KeyUse::kSkip : KeyUse::kInsert;
+  };
+  table_.fold(records, by_name, [](DnsStat& s, const ResetRecord& r) { count_name(s, r); });
+}
+
+}  // namespace qsvmon

@@ -1,0 +1,120 @@
+#include "commands/tcpreset/reset_print.h"
+
+#include <string_view>
+
+#include "format/address.h"
+#include "format/byte_order.h"
+#include "format/time.h"
+#include "rpc/dict.h"
+
+namespace qsvmon {
+
+namespace {
+
+/// Prints the values of the slots in use with `print_value`, separated by commas.
+template <class PrintValue>
+void print_slots(Printer& out, const ValueSlots& slots, PrintValue&& print_value) {
+  bool comma = false;
+  for (unsigned place = 0; place < 8; ++place) {
+    if ((slots.used >> place & 1) == 0) continue;
+    if (comma) out.put(',');
+    comma = true;
+    print_value(slots.value[place]);
+  }
+}
+
+void print_ports(Printer& out, const ValueSlots& slots) {
+  out.put(",\"port\":\"");
+  print_slots(out, slots, [&](std::uint16_t port) { out.put(port); });
+  out.put('"');
+}
+
+void print_apps(Printer& out, const ValueSlots& slots) {
+  out.put(",\"app\":\"");
+  print_slots(out, slots,
+              [&](std::uint16_t id) { out.put(dict_appname(id), '|', dict_appcname(id)); });
+  out.put('"');
+}
+
+bool address_contains(const IpStat& stat, std::string_view text) {
+  char address[kIpv4TextBytes];
+  const char* end = format_ipv4(address, from_net32(stat.ip));
+  return std::string_view(address, static_cast<std::size_t>(end - address)).find(text) !=
+         std::string_view::npos;
+}
+
+/// The filter's text; every key contains the empty one.
+std::string_view filter_text(const char* filter) {
+  return filter == nullptr ? std::string_view() : filter;
+}
+
+}  // namespace
+
+void print_counters(Printer& out, const FlowStat& stat) {
+  out.put("\"flowcnt\":", stat.flowcnt, ",\"http\":", stat.http, ",\"https\":\"", stat.https,
+          "\",\"maxtime\":", stat.maxtime, ", \"mintime\":", stat.mintime);
+}
+
+void print_ip_row(Printer& out, const IpStat& stat, IpSide side) {
+  out.put("{\"ip\":\"", Ipv4Text{from_net32(stat.ip)}, "\",");
+  print_counters(out, stat);
+  if (side == IpSide::kSrc) {
+    print_apps(out, stat.slots);
+  } else {
+    print_ports(out, stat.slots);
+  }
+  out.put('}');
+}
+
+void print_dns_row(Printer& out, const DnsStat& stat) {
+  out.put("{\"dns\":\"", stat.name.text(), "\",");
+  print_counters(out, stat);
+  out.put(",\"http20x\":", stat.http20x, ",\"http30x\":", stat.http30x,
+          ",\"http40x\":", stat.http40x, ",\"http50x\":", stat.http50x);
+  print_ports(out, stat.slots);
+  out.put('}');
+}
+
+void print_ip_page(Printer& out, const IpFold& fold, const RowOrder& order, const IpQuery& query) {
+  const std::string_view filter = filter_text(query.filter);
+  print_page(
+      out, fold, order, {.rows = query.rows, .total = "total", .filtered = !filter.empty()},
+      [&](const IpStat& stat) { print_ip_row(out, stat, query.side); },
+      [&](const IpStat& stat) { return address_contains(stat, filter); });
+}
+
+void print_dns_page(Printer& out, const DnsFold& fold, const RowOrder& order,
+                    const DnsQuery& query) {
+  const std::string_view filter = filter_text(query.filter);
+  print_page(
+      out, fold, order, {.rows = query.rows, .total = "total", .filtered = !filter.empty()},
+      [&](const DnsStat& stat) { print_dns_row(out, stat); },
+      [&](const DnsStat& stat) { return stat.name.text().find(filter) != std::string_view::npos; });
+}
+
+void put_value(Printer& out, Hundredths metric) {
+  if (metric.value == 0) {
+    out.put('0');
+    return;
+  }
+  const std::uint32_t part = metric.value % 100;
+  out.put(metric.value / 100, '.', static_cast<char>('0' + part / 10),
+          static_cast<char>('0' + part % 10));
+}
+
+void print_plain_line(Printer& out, const ResetRecord& record) {
+  const std::uint32_t time = record.time_secs;
+  const auto app = static_cast<std::uint16_t>(record.app_id());
+  out.put(time, ' ', LocalTimeText{time}, ' ', dict_appname(app), ' ', dict_appcname(app), ' ');
+  out.put(from_net32(record.src_net), ' ', from_net16(record.sport_net), ' ',
+          from_net32(record.dst_net), ' ', from_net16(record.dport_net), ' ');
+  out.put(Hundredths{record.metric(20)}, ' ', Hundredths{record.metric(40)}, ' ',
+          Hundredths{record.metric(0)}, ' ');
+  out.put(+record.val1, ' ', +record.val2, ' ', +record.val3, ' ');
+  const std::string_view name = record.domain();
+  out.put(name.empty() ? "NULL" : name);
+  if (const std::uint32_t status = record.http_status(); status != 0) out.put('|', status);
+  out.put('\n');
+}
+
+}  // namespace qsvmon

@@ -1,0 +1,88 @@
+#include "commands/tcpreset/reset_query.h"
+
+#include <cstdio>
+
+namespace qsvmon {
+
+namespace {
+
+template <class Stat>
+struct SortKey {
+  std::string_view word;
+  std::uint32_t Stat::*counter;
+};
+
+constexpr SortKey<IpStat> kIpSortKeys[] = {
+    {"flowcnt", &IpStat::flowcnt}, {"http", &IpStat::http},       {"https", &IpStat::https},
+    {"mintime", &IpStat::mintime}, {"maxtime", &IpStat::maxtime},
+};
+constexpr SortKey<DnsStat> kDnsSortKeys[] = {
+    {"flowcnt", &DnsStat::flowcnt}, {"http", &DnsStat::http},       {"https", &DnsStat::https},
+    {"mintime", &DnsStat::mintime}, {"maxtime", &DnsStat::maxtime}, {"http20x", &DnsStat::http20x},
+    {"http30x", &DnsStat::http30x}, {"http40x", &DnsStat::http40x}, {"http50x", &DnsStat::http50x},
+};
+
+/// What "order=asc" and "order=desc" mean to a listing.
+struct OrderWords {
+  Direction asc;
+  Direction desc;
+};
+constexpr OrderWords kIpOrders = {.asc = Direction::kLargestFirst,
+                                  .desc = Direction::kSmallestFirst};
+constexpr OrderWords kDnsOrders = {.asc = Direction::kSmallestFirst,
+                                   .desc = Direction::kLargestFirst};
+
+Status parse_row_range(const char* text, RowRange& rows) {
+  if (std::sscanf(text, "%u-%u", &rows.first, &rows.last) < 2) return Status::error("INVALID_ROW");
+  return Status::good();
+}
+
+Direction parse_order(std::string_view text, const OrderWords& words, Direction present) {
+  if (text == "asc") return words.asc;
+  if (text == "desc") return words.desc;
+  return present;
+}
+
+/// Takes one of the words "row=", "filter=", "order=" and "sort=".
+template <class Stat>
+Status parse_stat_word(const char* word, std::span<const SortKey<Stat>> keys,
+                       const OrderWords& orders, StatQuery<Stat>& query) {
+  if (const char* text = after_prefix(word, "row=")) return parse_row_range(text, query.rows);
+  if (const char* text = after_prefix(word, "filter=")) {
+    query.filter = text;
+  } else if (const char* order = after_prefix(word, "order=")) {
+    query.direction = parse_order(order, orders, query.direction);
+  } else if (const char* sort = after_prefix(word, "sort=")) {
+    for (const SortKey<Stat>& key : keys) {
+      if (key.word == sort) query.counter = key.counter;
+    }
+  }
+  return Status::good();
+}
+
+}  // namespace
+
+Status parse_ip_query(Words words, IpQuery& query) {
+  for (const char* word : words) {
+    const std::string_view text(word);
+    if (text == "type=dst") {
+      query.side = IpSide::kDst;
+    } else if (text == "type=src") {
+      query.side = IpSide::kSrc;
+    } else if (Status s = parse_stat_word<IpStat>(word, kIpSortKeys, kIpOrders, query); !s.ok()) {
+      return s;
+    }
+  }
+  return Status::good();
+}
+
+Status parse_dns_query(Words words, DnsQuery& query) {
+  for (const char* word : words) {
+    if (Status s = parse_stat_word<DnsStat>(word, kDnsSortKeys, kDnsOrders, query); !s.ok()) {
+      return s;
+    }
+  }
+  return Status::good();
+}
+
+}  // namespace qsvmon

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+
+#include "commands/listing/fold_keys.h"
+
+namespace qsvmon {
+
+/// Which address of a session is the key of the address listing.
+enum class IpSide : std::uint8_t {
+  kDst,  ///< destination; the slots hold destination ports
+  kSrc,  ///< source; the slots hold application ids
+};
+
+/// Eight places for ports or application ids. A value goes to the place of its remainder modulo 8
+/// and replaces what is there, so at most one value of each remainder is kept: the last seen.
+struct ValueSlots {
+  std::uint16_t value[8];
+  std::uint8_t used;  ///< bit n: place n is taken
+
+  void put(unsigned place, std::uint16_t new_value) {
+    value[place] = new_value;
+    used = static_cast<std::uint8_t>(used | 1u << place);
+  }
+};
+
+/// What is counted for every row of the address and the name listing; starts as zeros.
+struct FlowStat {
+  std::uint32_t flowcnt;
+  std::uint32_t http;
+  std::uint32_t https;
+  std::uint32_t maxtime;
+  std::uint32_t mintime;
+  ValueSlots slots;
+};
+
+/// The sessions of one address.
+struct IpStat : FlowStat {
+  std::uint32_t ip;  ///< network order, as it came
+};
+
+/// The sessions of one domain name.
+struct DnsStat : FlowStat {
+  std::uint32_t http20x;  ///< sessions by the class of their HTTP status
+  std::uint32_t http30x;
+  std::uint32_t http40x;
+  std::uint32_t http50x;
+  NameKey<4> name;
+};
+
+}  // namespace qsvmon
