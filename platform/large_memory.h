@@ -6,6 +6,8 @@
 /// never an abort.
 namespace qsvmon {
 
+constexpr std::size_t kLargePageBytes = std::size_t{2} << 20;
+
 /// How the memory is to be backed.
 enum class Pages {
   kOnTouch,  ///< page by page as it is touched, for what may stay mostly empty

@@ -9,7 +9,6 @@ namespace qsvmon {
 namespace {
 
 constexpr std::size_t kPageBytes = 4096;
-constexpr std::size_t kLargePageBytes = std::size_t{2} << 20;
 
 void* map_zeroes(std::size_t bytes, int flags) {
   void* at =

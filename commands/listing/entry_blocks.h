@@ -1,10 +1,8 @@
 #pragma once
 
-#include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
-#include <limits>
 #include <type_traits>
 
 #include "platform/large_memory.h"
@@ -27,84 +25,69 @@ template <class Entry>
 }
 
 /// The entries of a fold, numbered from 0 in the order they were made and handed out zeroed. They
-/// become usable in blocks of 256, the last of each piece of a few megabytes shorter. An entry
-/// never moves: pointers to it are valid as long as the object.
+/// lie in chunks, the first of them of 32 KiB at most and each of the others twice as large as the
+/// one before, so that few entries need little memory and many few chunks. An entry never moves:
+/// pointers to it are valid as long as the object.
 template <class Entry>
 class EntryBlocks {
   static_assert(std::is_trivially_copyable_v<Entry> && std::is_trivially_destructible_v<Entry>);
 
  public:
-  static constexpr std::uint32_t kBlockEntries = 256;
-
   explicit EntryBlocks(FoldMemory memory) : memory_(memory) {}
   EntryBlocks(const EntryBlocks&) = delete;
   EntryBlocks& operator=(const EntryBlocks&) = delete;
   ~EntryBlocks() {
-    for (std::uint32_t i = 0; i < pieces_used_; ++i) memory_.give(pieces_[i], kPieceBytes);
-    memory_.give(pieces_, pieces_room_ * sizeof(Entry*));
+    for (unsigned chunk = 0; chunk < used_; ++chunk) memory_.give(chunks_[chunk], bytes_of(chunk));
   }
 
   std::uint32_t size() const { return size_; }
-  Entry& operator[](std::uint32_t number) {
-    return pieces_[number / kPieceEntries][number % kPieceEntries];
-  }
-  const Entry& operator[](std::uint32_t number) const {
-    return pieces_[number / kPieceEntries][number % kPieceEntries];
-  }
+  Entry& operator[](std::uint32_t number) { return *at(number); }
+  const Entry& operator[](std::uint32_t number) const { return *at(number); }
 
-  /// Takes memory until at least `more` entries can be added without any. False without it.
+  /// Allocates until at least `more` entries can be added without it. False without memory.
   bool reserve(std::uint32_t more) {
-    while (capacity_ - size_ < more) {
-      if (!add_block()) return false;
+    while (capacity() - size_ < more) {
+      if (!add_chunk()) return false;
     }
     return true;
   }
 
   /// The next zeroed entry, or null when there is no memory for it; `size` then stays.
-  Entry* add() {
-    if (size_ == capacity_ && !add_block()) return nullptr;
-    return &(*this)[size_++];
-  }
+  Entry* add() { return size_ < capacity() || add_chunk() ? at(size_++) : nullptr; }
 
  private:
-  /// A whole number of large pages, so that none is left in small ones; entries fill all of it.
-  static constexpr std::size_t kPieceBytes = std::size_t{4} << 20;
-  static constexpr std::uint32_t kPieceEntries = kPieceBytes / sizeof(Entry);
-  static_assert(kPieceEntries >= kBlockEntries);
+  /// A power of two: chunk c begins with entry (2^c - 1) * kFirst.
+  static constexpr std::uint32_t kFirst = std::bit_floor((std::size_t{32} << 10) / sizeof(Entry));
+  static constexpr unsigned kFirstBits = std::countr_zero(kFirst);
+  /// As many as leave all numbers, and one behind them, in 32 bits.
+  static constexpr unsigned kMaxChunks = 32 - kFirstBits;
 
-  bool add_block() {
-    if (capacity_ > std::numeric_limits<std::uint32_t>::max() - kBlockEntries) return false;
-    const std::uint32_t in_piece = capacity_ % kPieceEntries;
-    if (in_piece == 0 && !add_piece()) return false;
-    capacity_ += std::min(kBlockEntries, kPieceEntries - in_piece);
-    return true;
+  /// A large chunk is a whole number of large pages, so that none of it is left in small ones.
+  static std::size_t bytes_of(unsigned chunk) {
+    const std::size_t bytes = (sizeof(Entry) * kFirst) << chunk;
+    return bytes < kLargePageBytes ? bytes : (bytes + kLargePageBytes - 1) & ~(kLargePageBytes - 1);
   }
 
-  bool add_piece() {
-    if (pieces_used_ == pieces_room_ && !grow_pieces()) return false;
-    void* piece = memory_.take(kPieceBytes, pieces_used_ == 0 ? Pages::kOnTouch : Pages::kWhole);
-    if (piece == nullptr) return false;
-    pieces_[pieces_used_++] = static_cast<Entry*>(piece);
-    return true;
+  std::uint32_t capacity() const { return ((std::uint32_t{1} << used_) - 1) << kFirstBits; }
+
+  Entry* at(std::uint32_t number) const {
+    const std::uint32_t shifted = number + kFirst;
+    const unsigned top = 31U - static_cast<unsigned>(std::countl_zero(shifted));
+    return chunks_[top - kFirstBits] + (shifted ^ std::uint32_t{1} << top);
   }
 
-  bool grow_pieces() {
-    const std::size_t room = pieces_room_ == 0 ? 512 : pieces_room_ * 2;
-    Entry** grown = static_cast<Entry**>(memory_.take(room * sizeof(Entry*), Pages::kOnTouch));
-    if (grown == nullptr) return false;
-    if (pieces_used_ != 0) std::memcpy(grown, pieces_, pieces_used_ * sizeof(Entry*));
-    memory_.give(pieces_, pieces_room_ * sizeof(Entry*));
-    pieces_ = grown;
-    pieces_room_ = room;
+  bool add_chunk() {
+    if (used_ == kMaxChunks) return false;
+    void* const memory = memory_.take(bytes_of(used_), Pages::kWhole);
+    if (memory == nullptr) return false;
+    chunks_[used_++] = static_cast<Entry*>(memory);
     return true;
   }
 
   FoldMemory memory_;
-  Entry** pieces_ = nullptr;
-  std::size_t pieces_room_ = 0;
-  std::uint32_t pieces_used_ = 0;
+  Entry* chunks_[kMaxChunks] = {};
+  unsigned used_ = 0;
   std::uint32_t size_ = 0;
-  std::uint32_t capacity_ = 0;
 };
 
 }  // namespace qsvmon

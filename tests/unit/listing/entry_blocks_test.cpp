@@ -3,90 +3,93 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <vector>
 
 namespace qsvmon {
 namespace {
 
-int pieces_left = 0;
+/// What was asked for, and how often more will be granted.
+int grants = 0;
+std::vector<std::size_t> asked;
 
 void* take(std::size_t bytes, Pages) {
-  if (pieces_left == 0) return nullptr;
-  --pieces_left;
+  if (grants == 0) return nullptr;
+  --grants;
+  asked.push_back(bytes);
   return std::calloc(1, bytes);
 }
 
-void give(void* piece, std::size_t) {
-  std::free(piece);
+void give(void* chunk, std::size_t) {
+  std::free(chunk);
+}
+
+FoldMemory granting(int times) {
+  grants = times;
+  asked.clear();
+  return {take, give};
+}
+
+struct Entry {
+  std::uint32_t words[25];
+};
+
+// 32 KiB hold 327 entries of 100 bytes, so the first chunk has 256, and each other one twice as
+// many as the one before. From 2 MiB on they are whole large pages.
+TEST(EntryBlocks, EachChunkIsTwiceTheOneBefore) {
+  EntryBlocks<Entry> entries(granting(100));
+  for (std::uint32_t i = 0; i < 300000; ++i) {
+    Entry* const entry = entries.add();
+    ASSERT_NE(entry, nullptr);
+    ASSERT_EQ(entry->words[0] | entry->words[24], 0u) << i;
+    entry->words[0] = entry->words[24] = i;
+  }
+  ASSERT_EQ(entries.size(), 300000u);
+  for (std::uint32_t i = 0; i < 300000; ++i) {
+    ASSERT_EQ(entries[i].words[0], i);
+    ASSERT_EQ(entries[i].words[24], i);
+  }
+  EXPECT_EQ(asked, (std::vector<std::size_t>{25600, 51200, 102400, 204800, 409600, 819200, 1638400,
+                                             4194304, 8388608, 14680064, 27262976}));
 }
 
 TEST(EntryBlocks, WhatWasReservedCanBeAddedWithoutMemory) {
-  pieces_left = 1000;
-  EntryBlocks<std::uint64_t> entries({take, give});
-  EXPECT_TRUE(entries.reserve(300));
-  pieces_left = 0;
-  EXPECT_TRUE(entries.reserve(512));  // two blocks of 256 were taken
-  for (std::uint64_t i = 0; i < 512; ++i) {
+  EntryBlocks<std::uint64_t> entries(granting(2));  // 4096 entries and 8192
+  EXPECT_TRUE(entries.reserve(4097));
+  EXPECT_TRUE(entries.reserve(12288));
+  EXPECT_FALSE(entries.reserve(12289));
+  for (std::uint64_t i = 0; i < 12288; ++i) {
     std::uint64_t* const entry = entries.add();
     ASSERT_NE(entry, nullptr);
     EXPECT_EQ(*entry, 0U);
     *entry = i;
   }
-  EXPECT_EQ(entries.size(), 512U);
-  EXPECT_EQ(entries[511], 511U);
+  EXPECT_EQ(entries.add(), nullptr);
+  EXPECT_EQ(entries.size(), 12288U);
+  EXPECT_EQ(entries[4095], 4095U);
+  EXPECT_EQ(entries[4096], 4096U);
+  EXPECT_EQ(entries[12287], 12287U);
 }
 
 TEST(EntryBlocks, ReservingWithoutMemoryFailsAndKeepsWhatThereIs) {
-  pieces_left = 0;
-  EntryBlocks<std::uint64_t> entries({take, give});
+  EntryBlocks<std::uint64_t> entries(granting(0));
   EXPECT_FALSE(entries.reserve(1));
   EXPECT_EQ(entries.add(), nullptr);
-  pieces_left = 1000;
+  grants = 1;
   EXPECT_TRUE(entries.reserve(1));
   EXPECT_NE(entries.add(), nullptr);
 }
 
-// A piece of 4194304 bytes holds 4064 entries of 1032 bytes; a mail listing of millions must not
-// leave a twentieth of each empty.
-TEST(EntryBlocks, EntriesFillTheirPieces) {
-  struct Entry {
-    std::uint32_t words[258];
-  };
-  pieces_left = 2;  // the list of pieces and one of them
-  EntryBlocks<Entry> entries({take, give});
-  for (std::uint32_t i = 0; i < 4064; ++i) {
-    Entry* const entry = entries.add();
-    ASSERT_NE(entry, nullptr) << i;
-    entry->words[0] = entry->words[257] = i;
-  }
-  EXPECT_EQ(pieces_left, 0);
-  EXPECT_EQ(entries.add(), nullptr);
-  pieces_left = 1;
-  ASSERT_NE(entries.add(), nullptr);
-  EXPECT_EQ(entries.size(), 4065U);
-  EXPECT_EQ(entries[4064].words[0], 0U);
-  for (const std::uint32_t i : {0U, 255U, 256U, 3839U, 3840U, 4063U}) {
-    EXPECT_EQ(entries[i].words[0], i);
-    EXPECT_EQ(entries[i].words[257], i);
-  }
+/// Memory that nobody looks into.
+void* take_nothing(std::size_t, Pages) {
+  static char chunk[1];
+  return chunk;
 }
 
-/// Gives every piece of four megabytes the same memory, since nobody looks into them.
-void* take_shared(std::size_t bytes, Pages) {
-  static char piece[4U << 20];
-  return bytes == sizeof piece ? piece : std::calloc(1, bytes);
-}
-
-void give_shared(void* piece, std::size_t bytes) {
-  if (bytes != 4U << 20) std::free(piece);
-}
-
-// 0xffffff00 is the largest multiple of 256, which blocks have, that 32 bits hold. There are more
-// than a thousand pieces then, so their list has grown.
+// 17 chunks, the first of 2^15 entries, have 2^32 - 2^15.
 TEST(EntryBlocks, NumbersNeverWrap) {
-  EntryBlocks<std::uint8_t> entries({take_shared, give_shared});
-  EXPECT_TRUE(entries.reserve(0xffffff00));
-  EXPECT_FALSE(entries.reserve(0xffffff01));
-  EXPECT_TRUE(entries.reserve(0xffffff00));
+  EntryBlocks<std::uint8_t> entries({take_nothing, [](void*, std::size_t) {}});
+  EXPECT_TRUE(entries.reserve(0xffff8000));
+  EXPECT_FALSE(entries.reserve(0xffff8001));
   ASSERT_NE(entries.add(), nullptr);
   EXPECT_EQ(entries.size(), 1U);
 }

@@ -210,8 +210,7 @@ struct Scarce {
 };
 
 TEST(FoldTable, DropsRecordsWithoutMemoryAndGoesOn) {
-  // Asked for in order: the slots, the list of pieces, the first piece.
-  for (int times = 0; times < 3; ++times) {
+  for (int times = 0; times < 2; ++times) {  // the slots, the first chunk of entries
     AddressTable table(Scarce::memory(times));
     EXPECT_EQ(table.insert(1), nullptr);
     EXPECT_EQ(table.replace(1), nullptr);
@@ -224,7 +223,7 @@ TEST(FoldTable, DropsRecordsWithoutMemoryAndGoesOn) {
 
 // Before, every slot filled up, and a record of a new key looked at all of them.
 TEST(FoldTable, WithoutMemoryToGrowItStopsAtThreeQuarters) {
-  AddressTable table(Scarce::memory(3));
+  AddressTable table(Scarce::memory(2));
   for (std::uint32_t i = 0; i < 100000; ++i) {
     AddressStat* const stat = table.insert(net(i));
     ASSERT_EQ(stat != nullptr, i < 768) << i;  // of 1024 slots
@@ -242,7 +241,8 @@ TEST(FoldTable, WithoutMemoryToGrowItStopsAtThreeQuarters) {
 
 // At three quarters linear probing expects 2.5 slots for a key of the table and 8.5 for another.
 TEST(FoldTable, ProbesOfATableThatCannotGrowStayShort) {
-  AddressTable table(Scarce::memory(11));  // three, and eight doublings: 262144 slots
+  // Six chunks of entries, of 4096 at first; 1024 slots, and eight times twice as many.
+  AddressTable table(Scarce::memory(6 + 9));
   for (std::uint32_t i = 0; i < 300000; ++i) table.insert(crowding_address(i));
   ASSERT_EQ(table.slot_count(), 262144u);
   ASSERT_EQ(table.size(), 196608u);
@@ -252,7 +252,7 @@ TEST(FoldTable, ProbesOfATableThatCannotGrowStayShort) {
 }
 
 TEST(FoldTable, AnEntryThatCannotBeReplacedStays) {
-  AddressTable table(Scarce::memory(3));
+  AddressTable table(Scarce::memory(2));
   AddressStat* const old = table.insert(net(1));
   ASSERT_NE(old, nullptr);
   while (table.replace(net(2)) != nullptr) {

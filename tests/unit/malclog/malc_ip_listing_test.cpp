@@ -251,8 +251,8 @@ TEST(MalcIpAgg, AnEventWithoutMemoryIsDropped) {
   none.add(std::vector<MalcEvent>(100, at(kA, bit(1))));
   EXPECT_EQ(none.size(), 0U);
 
-  // The buckets and the first rows, and nothing for the counts of many signatures.
-  pieces_left = 3;
+  // The slots and the first rows, and nothing for the counts of many signatures.
+  pieces_left = 2;
   MalcIpAgg some(tids, MalcIpAgg::Side::kDestination, {take, give});
   some.add(std::vector<MalcEvent>(1, at(kA, bit(1))));
   EXPECT_EQ(pieces_left, 0);
