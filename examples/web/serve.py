@@ -13,6 +13,7 @@ import json
 import pathlib
 import re
 import subprocess
+import sys
 import threading
 import urllib.parse
 
@@ -229,6 +230,11 @@ class Server(http.server.ThreadingHTTPServer):
     def __init__(self, port, runner):
         super().__init__(("127.0.0.1", port), Handler)
         self.runner = runner
+
+    def handle_error(self, request, client_address):
+        """A browser that went elsewhere before its answer came is no error."""
+        if not isinstance(sys.exc_info()[1], ConnectionError):
+            super().handle_error(request, client_address)
 
 
 def main():

@@ -7,6 +7,7 @@ import pathlib
 import shutil
 import signal
 import socket
+import struct
 import subprocess
 import sys
 import tempfile
@@ -289,6 +290,29 @@ class CommandLine(harness.unittest.TestCase):
             server.wait()
             server.stdout.close()
 
+    def test_a_client_that_goes_away_is_no_error(self):
+        with tempfile.TemporaryDirectory() as scratch:
+            program = pathlib.Path(scratch, "fake")
+            program.write_text("#!/bin/sh\nsleep 0.3\nexec head -c 8000000 /dev/zero\n")
+            program.chmod(0o755)
+            server = subprocess.Popen(
+                [sys.executable, "-B", str(TOP / "examples/web/serve.py"), "--port", "0", "--program", str(program),
+                 "--folder", scratch], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+            port = int(server.stdout.readline().rsplit(":", 1)[1].strip("/\n"))
+            gone = http.client.HTTPConnection("127.0.0.1", port, timeout=30)
+            gone.request("GET", "/listing/ftplog")
+            # Closing with this on resets the connection.
+            gone.sock.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+            gone.close()
+            # The same answer for one that stays comes later.
+            stays = http.client.HTTPConnection("127.0.0.1", port, timeout=30)
+            stays.request("GET", "/listing/ftplog")
+            self.assertEqual(len(stays.getresponse().read()), 8000000)
+            stays.close()
+            server.terminate()
+            _, said = server.communicate(timeout=60)
+        self.assertEqual(said, "")
+
     def test_says_when_a_port_is_taken(self):
         with socket.socket() as taken:
             taken.bind(("127.0.0.1", 0))
@@ -314,6 +338,9 @@ class Demo(harness.unittest.TestCase):
         (self.tree / "examples").symlink_to(TOP / "examples")
         for name, program in (("qsvmon-here", harness.CLIENT), ("sim/qsvsim", harness.SIMULATOR)):
             (self.tree / "build-demo" / name).symlink_to(program)
+        for tool in (TOP / "tools").iterdir():
+            if tool.name != "need":
+                (self.tree / "tools" / tool.name).symlink_to(tool)
         for tool in ("tools/need", "bin/cmake"):
             (self.tree / tool).write_text("#!/bin/sh\n")
             (self.tree / tool).chmod(0o755)
