@@ -1,6 +1,6 @@
-// The program's own ends of the runtime. Nothing in it throws, so where the C++ library would throw
-// for lack of memory the process says so, removes its segment and ends; and a one-shot command does
-// not carry, and at every start initialise, the machinery of exceptions.
+// What the program has in place of the runtime's. Nothing in it throws, so where the C++ library
+// would throw for lack of memory the process says so, removes its segment and ends; and a one-shot
+// command does not carry, and at every start initialise, the machinery of exceptions.
 #include <unistd.h>
 
 #include <cstdlib>

@@ -3,8 +3,6 @@
 #include <signal.h>
 #include <unistd.h>
 
-#include <atomic>
-
 #include "rpc/session.h"
 #include "rpc/socket.h"
 
@@ -14,15 +12,14 @@ namespace {
 // A fault may be the stack's own end, so its handler brings a stack.
 alignas(16) char fault_stack[32 * 1024];
 
-std::atomic<bool> ending = false;
-
 // While the process waits for a daemon the whole session can be closed from here; what was printed
 // was written out before the wait. At any other moment memory or the loader may be half changed, so
 // that only system calls are safe. The segment goes first in either case: unloading runs the
-// dictionary library's own code, which may fail, or take so long that the user asks again.
+// dictionary library's own code, which may fail, or take so long that the user asks again. The
+// second signal then finds a session that has forgotten the library, and ends the process.
 void end_quietly(int) {
   rpc_close_from_signal();
-  if (socket_is_waiting() && !ending.exchange(true)) rpc_close(true);
+  if (socket_is_waiting()) rpc_close(true);
   ::_exit(1);
 }
 

@@ -324,6 +324,18 @@ TEST(Output, ANonBlockingOneIsWaitedFor) {
   EXPECT_TRUE(outcome.out == text) << outcome.out.size() << " bytes came";
 }
 
+TEST(Output, AFullOneLosesItsTextAndNothingElse) {
+  Appliance appliance;
+  ScriptedDaemon daemon(appliance, Daemon::kLog,
+                        {Reply::text("first\n").more(), Reply::text("second\n")});
+  RunOptions options;
+  options.before_exec = [] { ::dup2(::open("/dev/full", O_WRONLY), STDOUT_FILENO); };
+  const Outcome outcome = appliance.run({"table", "get"}, options);
+  EXPECT_EQ(outcome.out, "");
+  EXPECT_EQ(outcome.exit_status, 0);
+  EXPECT_EQ(daemon.requests().size(), 2U);
+}
+
 // A reply must not be the next program's input, nor the daemon's: all five listings of events,
 // which complain on standard error that the configuration file is missing, with any descriptors
 // closed.
