@@ -64,11 +64,12 @@ bool is_for_this_machine(const Elf64_Ehdr& header) {
          header.e_machine == kMachine;
 }
 
-// Whether `bytes` at address `at` lie in the memory of one loaded segment.
+// Whether `bytes` at address `at` lie in the memory of one loaded segment, which ends with its last
+// page: what is made read-only is counted to there by some linkers.
 bool in_memory(std::span<const Elf64_Phdr> headers, std::uint64_t at, std::uint64_t bytes) {
   for (const Elf64_Phdr& h : headers) {
-    if (h.p_type != PT_LOAD || at < h.p_vaddr || at - h.p_vaddr > h.p_memsz) continue;
-    if (bytes <= h.p_memsz - (at - h.p_vaddr)) return true;
+    const std::uint64_t end = (h.p_vaddr + h.p_memsz + kPageBytes - 1) & ~(kPageBytes - 1);
+    if (h.p_type == PT_LOAD && at >= h.p_vaddr && at <= end && bytes <= end - at) return true;
   }
   return false;
 }

@@ -30,8 +30,8 @@ constexpr Elf64_Dyn entry(Elf64_Sxword tag, std::uint64_t value) {
   return made;
 }
 
-// A library of two segments: 1,024 bytes that the file holds, and a page behind them of which it
-// holds 256. The dynamic section lies at 512.
+// A library of two segments: 1,024 bytes that the file holds, and 4,096 from 5,120 on of which it
+// holds 256; their last pages end at 4,096 and 12,288. The dynamic section lies at 512.
 struct Image {
   Elf64_Ehdr header{};
   Elf64_Phdr programs[4] = {
@@ -142,11 +142,16 @@ TEST(ElfCheck, NamesWhatIsDamaged) {
       {"around the end of memory", [](Image& i) { i.programs[1].p_memsz = ~0ULL - 5000; },
        kNotMapped},
       {"another place in its page", [](Image& i) { i.programs[1].p_vaddr = 5121; }, kNotMapped},
-      {"dynamic section unmapped", [](Image& i) { i.programs[2].p_vaddr = 1100; }, kNoSegment},
+      {"dynamic section unmapped", [](Image& i) { i.programs[2].p_vaddr = 4090; }, kNoSegment},
       {"dynamic section below", [](Image& i) { i.programs[2].p_vaddr = 5119; }, kNoSegment},
-      {"dynamic section too large", [](Image& i) { i.programs[2].p_memsz = 513; }, kNoSegment},
-      {"dynamic section to the end", [](Image& i) { i.programs[2].p_memsz = 512; }, ""},
-      {"half unmapped", [](Image& i) { i.programs[2].p_vaddr = 9215; }, kNoSegment},
+      {"dynamic section too large", [](Image& i) { i.programs[2].p_memsz = 3585; }, kNoSegment},
+      {"dynamic section to the end", [](Image& i) { i.programs[2].p_memsz = 3584; }, ""},
+      {"read-only to the end of its page",
+       [](Image& i) { i.programs[3] = {PT_GNU_RELRO, PF_R, 1024, 5120, 0, 256, 7168, 1}; }, ""},
+      {"read-only beyond its page",
+       [](Image& i) { i.programs[3] = {PT_GNU_RELRO, PF_R, 1024, 5120, 0, 256, 7169, 1}; },
+       kNoSegment},
+      {"half unmapped", [](Image& i) { i.programs[2].p_vaddr = 12287; }, kNoSegment},
   };
   for (const auto& c : cases) {
     Image image;
@@ -178,12 +183,12 @@ TEST(ElfCheck, NamesWhatTheDynamicSectionHasWrong) {
        "the dynamic section names no symbols"},
       {"no symbols", [](Image& i) { i.dynamic[2].d_tag = DT_DEBUG; },
        "the dynamic section names no symbols"},
-      {"strings beyond", [](Image& i) { i.dynamic[1].d_un.d_val = 257; }, kBeyond},
+      {"strings beyond", [](Image& i) { i.dynamic[1].d_un.d_val = 3329; }, kBeyond},
       {"strings of any size", [](Image& i) { i.dynamic[1].d_un.d_val = ~0ULL; }, kBeyond},
-      {"symbols behind the end", [](Image& i) { i.dynamic[2].d_un.d_ptr = 1024; }, kBeyond},
+      {"symbols behind the end", [](Image& i) { i.dynamic[2].d_un.d_ptr = 4096; }, kBeyond},
       {"symbols far away", [](Image& i) { i.dynamic[2].d_un.d_ptr = ~0ULL; }, kBeyond},
-      {"relocations", [](Image& i) { i.dynamic[4].d_un.d_val = 4097; }, kBeyond},
-      {"initialiser", [](Image& i) { i.dynamic[5].d_un.d_ptr = 1024; }, kBeyond},
+      {"relocations", [](Image& i) { i.dynamic[4].d_un.d_val = 7169; }, kBeyond},
+      {"initialiser", [](Image& i) { i.dynamic[5].d_un.d_ptr = 4096; }, kBeyond},
       {"between the segments", [](Image& i) { i.dynamic[5].d_un.d_ptr = 5119; }, kBeyond},
       {"where the second begins", [](Image& i) { i.dynamic[5].d_un.d_ptr = 5120; }, ""},
   };
