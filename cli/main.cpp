@@ -11,9 +11,7 @@ namespace {
 // order, since the lowest number that is free is given out.
 void open_standard_descriptors() {
   for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
-    if (::fcntl(fd, F_GETFD) >= 0) continue;
-    // A folder where no devices are takes no bytes either.
-    if (::open("/dev/null", O_RDWR) < 0 && ::open("/", O_RDONLY) < 0) return;
+    if (::fcntl(fd, F_GETFD) < 0 && ::open("/dev/null", O_RDWR) < 0) return;
   }
 }
 
