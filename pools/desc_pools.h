@@ -31,8 +31,9 @@ const char* desc_label(const void* addr, int family);
 char* desc_lookup(const void* addr, int family, char* dest, std::size_t size);
 
 /// The label of an address as a value to print: `out.put("...", AddressLabel{net}, "...")`. Without
-/// a label nothing is printed. The text goes straight into the printer's buffer. Each costs a
-/// look-up in every pool up to the one that has the label.
+/// a label nothing is printed. The text goes straight into the printer's buffer. It costs a look-up
+/// in every pool up to the one that has the label: in full pools 15 ns for a description, 40 ns for
+/// an asset or for none (bench/bench_pools.cpp).
 struct AddressLabel {
   std::uint32_t net;  ///< IPv4, network order
 };
