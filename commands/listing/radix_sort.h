@@ -15,7 +15,7 @@ namespace qsvmon {
 /// What `radix_sort` did.
 struct RadixSorted {
   std::uint64_t* items;  ///< where the items are now: one of the two places
-  unsigned passes;       ///< how often all of them were moved, 0 to 4
+  unsigned passes;       ///< how often all of them were moved, 0 to 3
 };
 
 /// Sorts `count` items (below 2^32) by their upper halves, equal ones as they stand. `spare` has
