@@ -139,6 +139,23 @@ constexpr OctetTexts make_octet_texts() {
 
 constexpr OctetTexts kOctets = make_octet_texts();
 
+/// "00-" to "ff-".
+struct HexBytes {
+  char text[256][3];
+};
+
+constexpr HexBytes make_hex_bytes() {
+  HexBytes t{};
+  for (unsigned i = 0; i < 256; ++i) {
+    t.text[i][0] = "0123456789abcdef"[i >> 4];
+    t.text[i][1] = "0123456789abcdef"[i & 15];
+    t.text[i][2] = '-';
+  }
+  return t;
+}
+
+constexpr HexBytes kHexBytes = make_hex_bytes();
+
 }  // namespace
 
 int parse_ipv4(const char* text, std::uint32_t* addr) {
@@ -230,18 +247,14 @@ char* format_ipv4(char* dst, std::uint32_t host) {
     dst += kOctets.digits[octet] + 1;
   }
   const unsigned octet = host & 0xff;
-  for (unsigned i = 0; i < kOctets.digits[octet]; ++i) *dst++ = kOctets.text[octet][i];
-  return dst;
+  std::memcpy(dst, kOctets.text[octet], 3);
+  return dst + kOctets.digits[octet];
 }
 
 char* format_mac(char* dst, const std::uint8_t* mac6) {
-  constexpr char kDigits[] = "0123456789abcdef";
-  for (int i = 0; i < 6; ++i) {
-    if (i > 0) *dst++ = '-';
-    *dst++ = kDigits[mac6[i] >> 4];
-    *dst++ = kDigits[mac6[i] & 15];
-  }
-  return dst;
+  for (int i = 0; i < 5; ++i, dst += 3) std::memcpy(dst, kHexBytes.text[mac6[i]], 3);
+  std::memcpy(dst, kHexBytes.text[mac6[5]], 2);
+  return dst + 2;
 }
 
 void put_value(Printer& out, Ipv4Text address) {

@@ -72,11 +72,17 @@ struct Ipv4Text {
   std::uint32_t host;
 };
 void put_value(Printer& out, Ipv4Text address);
+inline char* write_value(char* at, Ipv4Text address) {
+  return format_ipv4(at, address.host);
+}
 
 /// Prints the 6 bytes as `format_mac` writes them. The bytes must outlive the call alone.
 struct MacText {
   const std::uint8_t* bytes;
 };
 void put_value(Printer& out, MacText mac);
+inline char* write_value(char* at, MacText mac) {
+  return format_mac(at, mac.bytes);
+}
 
 }  // namespace qsvmon

