@@ -40,7 +40,8 @@ void list_records(const std::uint8_t* data, std::size_t size, PageRange range) {
     LoginFold<Record>(all).add({&record, 1});
     Row row;
     MemoryPrinter out;
-    if (row.load({reinterpret_cast<const char*>(bytes.data()), bytes.size()})) row.print(out);
+    const PackedLogin packed(record);
+    if (row.load(packed.bytes())) row.print(out);
   }
   for (RecordList* list : {&page, &all}) {
     list->sort();

@@ -17,7 +17,6 @@
 namespace qsvmon {
 namespace {
 
-/// The first pass over the main file. Its failure is told, the second pass's is the same one.
 int load_descriptions() {
   static constexpr ConfigSection kSections[] = {{"mac", ipmacdesc_line},
                                                 {"malcitlgc", itlgc_pool_line}};
@@ -32,8 +31,6 @@ int load_descriptions() {
   return 0;
 }
 
-/// The second pass, for the lines that the first one skipped: the pools are built one after the
-/// other, and none is built once one has failed.
 int load_ranges() {
   static constexpr ConfigSection kSections[] = {{"cusiprng", cusiprng_line}};
   if (cusiprng_init() != 0) {
@@ -41,7 +38,7 @@ int load_ranges() {
     return -1;
   }
   if (read_config_file(kMainConfigPath, kSections) != 0) return -1;
-  cusiprng_sort();  // while there is one thread
+  cusiprng_sort();
   return 0;
 }
 
@@ -57,6 +54,7 @@ const char* range_or_asset_label(const void* addr) {
 
 void put_label(Printer& out, const void* addr, int family) {
   constexpr std::size_t kLongest = sizeof CusIpInfo::info;
+  static_assert(kLongest == kLabelRoom);
   static_assert(sizeof AssetsObject::name < kLongest && kIpMacDescBytes < kLongest);
   char* const label = out.room(kLongest);
   if (desc_lookup(addr, family, label, kLongest) != nullptr)
@@ -66,7 +64,6 @@ void put_label(Printer& out, const void* addr, int family) {
 }  // namespace
 
 int desc_pools_init() {
-  // Categories are names beside numbers; addresses can be labelled without them.
   if (itlgc_pool_init() != 0) put_message("itlgc_pool alloc fail\n");
   if (load_descriptions() != 0) return -1;
   if (load_ranges() != 0) return -1;
@@ -88,6 +85,24 @@ char* desc_lookup(const void* addr, int family, char* dest, std::size_t size) {
   if (label == nullptr) return nullptr;
   copy_text(dest, label, size);
   return dest;
+}
+
+/// The label stays where it is in its pool: a copy under the pool's lock first costs 30 ns a row
+/// more.
+static char* write_label(char* at, const void* addr, int family) {
+  const char* const label = desc_label(addr, family);
+  if (label == nullptr) return at;
+  const std::size_t length = ::strnlen(label, kLabelRoom);
+  std::memcpy(at, label, length);
+  return at + length;
+}
+
+char* write_value(char* at, AddressLabel label) {
+  return write_label(at, &label.net, kDescFamilyIpv4);
+}
+
+char* write_value(char* at, MacLabel label) {
+  return write_label(at, label.mac, kDescFamilyMac);
 }
 
 void put_value(Printer& out, AddressLabel label) {

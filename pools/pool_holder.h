@@ -24,32 +24,32 @@ class PoolHolder {
   /// Puts a zeroed pool in the current one's place; null without memory, which leaves no pool. Most
   /// entries of a pool stay empty: their pages cost nothing.
   Pool* renew() {
-    auto* chunk = static_cast<Chunk*>(pool_allocate(sizeof(Chunk), Pages::kOnTouch));
+    auto* block = static_cast<Block*>(pool_allocate(sizeof(Block), Pages::kOnTouch));
     current_ = nullptr;
-    if (chunk == nullptr) return nullptr;
-    chunk->earlier = chunks_;
-    chunks_ = chunk;
-    current_ = &chunk->pool;
+    if (block == nullptr) return nullptr;
+    block->earlier = blocks_;
+    blocks_ = block;
+    current_ = &block->pool;
     return current_;
   }
 
   /// Frees the pool and all earlier ones.
   void release() {
     current_ = nullptr;
-    while (chunks_ != nullptr) {
-      Chunk* const earlier = chunks_->earlier;
-      large_memory_give(chunks_, sizeof(Chunk));
-      chunks_ = earlier;
+    while (blocks_ != nullptr) {
+      Block* const earlier = blocks_->earlier;
+      large_memory_give(blocks_, sizeof(Block));
+      blocks_ = earlier;
     }
   }
 
  private:
-  struct Chunk {
-    Chunk* earlier;
+  struct Block {
+    Block* earlier;
     Pool pool;
   };
 
-  Chunk* chunks_ = nullptr;
+  Block* blocks_ = nullptr;
   Pool* current_ = nullptr;
 };
 

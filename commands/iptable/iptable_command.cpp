@@ -1,7 +1,6 @@
 #include "commands/iptable/iptable_command.h"
 
 #include <cstring>
-#include <optional>
 
 #include "format/number.h"
 #include "format/printer.h"

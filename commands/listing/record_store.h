@@ -27,12 +27,6 @@ class RecordStore {
     return {reinterpret_cast<const char*>(head + 1), head->bytes};
   }
 
-  /// Has a record's first cache lines fetched.
-  void prefetch(std::uint32_t place) const {
-    const auto* bytes = reinterpret_cast<const char*>(at(place));
-    for (std::size_t line = 0; line < 4; ++line) __builtin_prefetch(bytes + line * 64);
-  }
-
   /// A mark of the caller's beside the record, 0 at first.
   std::uint16_t mark(std::uint32_t place) const { return at(place)->mark; }
   void set_mark(std::uint32_t place, std::uint16_t mark) { at(place)->mark = mark; }

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "rpc/wire/message_codes.h"
+#include "rpc/wire/request.h"
 #include "rpc/words.h"
 
 namespace qsvmon {

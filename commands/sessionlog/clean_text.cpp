@@ -28,29 +28,34 @@ std::string_view up_to_nul(std::string_view text) {
 
 }  // namespace
 
-void put_value(Printer& out, CleanMailText clean) {
-  static_assert(kCleanBytes + 1 <= Printer::kMaxRoom);
-  char* const begin = out.room(kCleanBytes + 1);
-  char* at = begin;
+char* write_value(char* at, CleanMailText clean) {
+  const char* const limit = at + kCleanBytes;
   for (const char c : up_to_nul(clean.text)) {
-    if (at == begin + kCleanBytes) break;
+    if (at == limit) break;
     *at = c;
     at += kMailCopies[static_cast<unsigned char>(c)];
   }
-  out.advance(at);
+  return at;
 }
 
-void put_value(Printer& out, CleanCommand clean) {
-  char* const begin = out.room(kCleanBytes + 1);
-  char* const limit = begin + kCleanBytes;
-  char* at = begin;
+char* write_value(char* at, CleanCommand clean) {
+  const char* const limit = at + kCleanBytes;
   for (const char c : up_to_nul(clean.text)) {
     if (at == limit) break;
     *at = c;
     at += kCommandCopies[static_cast<unsigned char>(c)];
     if (c == '\\' && at < limit) *at++ = '\\';
   }
-  out.advance(at);
+  return at;
+}
+
+void put_value(Printer& out, CleanMailText clean) {
+  static_assert(kCleanBytes + 1 <= Printer::kMaxRoom);
+  out.advance(write_value(out.room(kCleanBytes + 1), clean));
+}
+
+void put_value(Printer& out, CleanCommand clean) {
+  out.advance(write_value(out.room(kCleanBytes + 1), clean));
 }
 
 }  // namespace qsvmon

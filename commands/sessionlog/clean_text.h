@@ -13,6 +13,8 @@ struct CleanMailText {
   std::string_view text;
 };
 void put_value(Printer& out, CleanMailText clean);
+/// Writes it at `at` and returns its end. May write a byte more than the text shown has.
+char* write_value(char* at, CleanMailText clean);
 
 /// A Telnet command as the JSON list shows it: without double quotes, ESC, CR, LF and TABs, with
 /// every backslash doubled (the second one only where it fits), at most kCleanBytes and no further
@@ -21,6 +23,7 @@ struct CleanCommand {
   std::string_view text;
 };
 void put_value(Printer& out, CleanCommand clean);
+char* write_value(char* at, CleanCommand clean);
 
 constexpr unsigned kCleanBytes = 1024;
 

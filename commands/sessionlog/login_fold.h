@@ -1,12 +1,43 @@
 #pragma once
 
+#include <cstdint>
 #include <span>
+#include <string_view>
 
 #include "commands/listing/record_list.h"
 #include "commands/sessionlog/login_record.h"
 #include "platform/read_once.h"
 
 namespace qsvmon {
+
+/// An FTP or Telnet record as a list stores it: its texts in their real length, which is a third to
+/// a half of their fields.
+struct LoginEntry {
+  LoginHead head{};
+  std::uint8_t code = 0;  ///< FTP: `optype`, Telnet: `cmdlen`
+  std::string_view text;  ///< FTP: `name`, Telnet: `cmd`
+  std::string_view user;
+
+  LoginEntry() = default;
+  /// Reads what `PackedLogin` wrote; the texts lie in it.
+  explicit LoginEntry(std::span<const char> packed);
+};
+
+/// The bytes of an entry.
+class PackedLogin {
+ public:
+  /// The record may lie in the shared area.
+  explicit PackedLogin(const FtpLogRecord& record);
+  explicit PackedLogin(const TelnetLogRecord& record);
+
+  std::span<const char> bytes() const { return {bytes_, size_}; }
+
+ private:
+  void pack(const LoginHead& head, std::uint8_t code, std::string_view text, std::string_view user);
+
+  std::size_t size_ = 0;
+  char bytes_[sizeof(TelnetLogRecord) + 2];  ///< two lengths beside the longest
+};
 
 /// Appends FTP or Telnet records to a list: all of them, by their time.
 template <class Record>
@@ -17,8 +48,12 @@ class LoginFold {
 
   void add(std::span<const Record> records) {
     for (const Record& record : records) {
-      list_.append(read_once(std::uint32_t{record.head.time}),
-                   {reinterpret_cast<const char*>(&record), sizeof record});
+      const std::uint32_t time = read_once(std::uint32_t{record.head.time});
+      if (list_.lies_behind(time)) {
+        list_.append(time, {});
+      } else {
+        list_.append(time, PackedLogin(record).bytes());
+      }
     }
   }
 

@@ -1,6 +1,5 @@
 #include "commands/sessionlog/login_print.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "commands/sessionlog/clean_text.h"
@@ -8,7 +7,6 @@
 #include "commands/sessionlog/session_print.h"
 #include "format/address.h"
 #include "format/byte_order.h"
-#include "format/text.h"
 #include "format/time.h"
 
 namespace qsvmon {
@@ -21,26 +19,26 @@ Endpoints endpoints_of(const LoginHead& head) {
 }
 
 /// All members up to "user".
-void print_head(Printer& out, const LoginHead& head, std::string_view user, LabelCache& cache) {
-  const Endpoints endpoints = endpoints_of(head);
-  const EndpointLabels labels = labels_of(endpoints, cache);
-  out.put('{');
-  print_endpoints(out, endpoints);
-  print_mac(out, endpoints);
-  out.put(",\"start\":", std::uint32_t{head.start});
-  print_request_time(out, head.time);
-  print_labels(out, labels);
-  out.put(",\"user\":\"", user, '"');
+void print_head(RowText& row, const LoginEntry& entry) {
+  const Endpoints endpoints = endpoints_of(entry.head);
+  row.put("{");
+  print_endpoints(row, endpoints);
+  print_mac(row, endpoints);
+  row.put(",\"start\":", std::uint32_t{entry.head.start});
+  print_request_time(row, entry.head.time);
+  print_labels(row, endpoints);
+  row.put(",\"user\":\"", entry.user, "\"");
 }
 
 /// All cells up to the user's.
-void write_head(CsvSheet& sheet, const LoginHead& head, std::string_view user) {
+void write_head(CsvSheet& sheet, const LoginEntry& entry) {
+  const LoginHead& head = entry.head;
   const Endpoints endpoints = endpoints_of(head);
   csv_endpoints(sheet, endpoints, from_net16(endpoints.sport_net), from_net16(endpoints.dport_net));
   csv_text(sheet, MacText{endpoints.mac});
   csv_text(sheet, LocalTimeText{head.start});
   csv_text(sheet, LocalTimeText{head.time});
-  csv_text(sheet, user);
+  csv_text(sheet, entry.user);
 }
 
 // The header texts in GBK bytes.
@@ -72,16 +70,16 @@ std::string_view ftp_verb(std::uint8_t optype) {
   return optype < std::size(kVerbs) ? kVerbs[optype] : "NULL";
 }
 
-void FtpRow::print(Printer& out) {
-  print_head(out, record_->head, field_text(record_->user), labels_);
-  out.put(",\"optype\":\"", ftp_verb(record_->optype), "\",\"name\":\"", field_text(record_->name),
-          "\"}");
+void FtpRow::print(Printer& out) const {
+  RowText row(out, kSharedRowBytes + sizeof(FtpLogRecord));
+  print_head(row, entry_);
+  row.put(",\"optype\":\"", ftp_verb(entry_.code), "\",\"name\":\"", entry_.text, "\"}");
 }
 
 void FtpRow::write(CsvSheet& sheet) const {
-  write_head(sheet, record_->head, field_text(record_->user));
-  csv_text_as_utf8(sheet, ftp_verb(record_->optype));
-  csv_text(sheet, field_text(record_->name));
+  write_head(sheet, entry_);
+  csv_text_as_utf8(sheet, ftp_verb(entry_.code));
+  csv_text(sheet, entry_.text);
 }
 
 void FtpRow::write_header(CsvSheet& sheet) {
@@ -90,15 +88,15 @@ void FtpRow::write_header(CsvSheet& sheet) {
   csv_text_as_utf8(sheet, kObjectColumn);
 }
 
-void TelnetRow::print(Printer& out) {
-  print_head(out, record_->head, field_text(record_->user), labels_);
-  const std::size_t length = std::min<std::size_t>(record_->cmdlen, sizeof record_->cmd);
-  out.put(",\"cmd\":\"", CleanCommand{{record_->cmd, length}}, "\"}");
+void TelnetRow::print(Printer& out) const {
+  RowText row(out, kSharedRowBytes + 2 * sizeof(TelnetLogRecord));  // backslashes are doubled
+  print_head(row, entry_);
+  row.put(",\"cmd\":\"", CleanCommand{entry_.text.substr(0, entry_.code)}, "\"}");
 }
 
 void TelnetRow::write(CsvSheet& sheet) const {
-  write_head(sheet, record_->head, field_text(record_->user));
-  csv_text(sheet, field_text(record_->cmd));
+  write_head(sheet, entry_);
+  csv_text(sheet, entry_.text);
 }
 
 void TelnetRow::write_header(CsvSheet& sheet) {

@@ -5,43 +5,43 @@
 #include <string_view>
 
 #include "commands/sessionlog/csv_sheet.h"
-#include "commands/sessionlog/label_cache.h"
-#include "commands/sessionlog/login_record.h"
+#include "commands/sessionlog/login_fold.h"
 #include "format/printer.h"
 
-/// Rows of the FTP and Telnet lists. No row is ever hidden. A loaded row refers to its record.
+/// Rows of the FTP and Telnet lists. No row is ever hidden. A loaded row refers to its entry.
 /// KEEP: user and file names are printed as they stand; a double quote in one breaks the JSON.
 namespace qsvmon {
 
 /// The FTP command of an operation; "NULL" for one beyond the table.
 std::string_view ftp_verb(std::uint8_t optype);
 
-/// What both kinds of rows have: the record they show and the labels seen so far.
-template <class LoginRecord>
+/// What both kinds of rows have: the entry that they show.
 class LoginRow {
  public:
-  using Record = LoginRecord;
-  bool load(std::span<const char> record) {
-    record_ = reinterpret_cast<const Record*>(record.data());
+  bool load(std::span<const char> packed) {
+    entry_ = LoginEntry(packed);
     return true;
   }
 
  protected:
-  const Record* record_ = nullptr;
-  LabelCache labels_;
+  LoginEntry entry_;
 };
 
-class FtpRow : public LoginRow<FtpLogRecord> {
+class FtpRow : public LoginRow {
  public:
-  void print(Printer& out);
+  using Record = FtpLogRecord;
+
+  void print(Printer& out) const;
   void write(CsvSheet& sheet) const;
   /// KEEP: in UTF-8, unlike the other two lists.
   static void write_header(CsvSheet& sheet);
 };
 
-class TelnetRow : public LoginRow<TelnetLogRecord> {
+class TelnetRow : public LoginRow {
  public:
-  void print(Printer& out);
+  using Record = TelnetLogRecord;
+
+  void print(Printer& out) const;
   /// KEEP: the command as it stands, not cleaned as in JSON.
   void write(CsvSheet& sheet) const;
   /// KEEP: in GBK bytes.

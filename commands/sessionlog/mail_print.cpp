@@ -54,15 +54,21 @@ bool MailRow::load(std::span<const char> elements) {
   return true;
 }
 
-void MailRow::print(Printer& out) {
-  const EndpointLabels labels = labels_of(endpoints_, labels_);
-  out.put('{');
-  print_endpoints(out, endpoints_);
+void MailRow::print(Printer& out) const {
+  {
+    RowText row(out, kSharedRowBytes);
+    row.put("{");
+    print_endpoints(row, endpoints_);
+    row.put(",\"apid\":", apid_, ",\"appname\":\"");
+  }
   // KEEP: "appname" is the display name in this list, the plain name in all others.
-  out.put(",\"apid\":", apid_, ",\"appname\":\"", dict_appcname(apid_), '"');
-  print_mac(out, endpoints_);
-  print_request_time(out, time_);
-  print_labels(out, labels);
+  out.put(dict_appcname(apid_), '"');
+  {
+    RowText row(out, kSharedRowBytes);
+    print_mac(row, endpoints_);
+    print_request_time(row, time_);
+    print_labels(row, endpoints_);
+  }
   out.put(",\"from\":\"", CleanMailText{texts_.from()}, "\",\"to\":\"", CleanMailText{texts_.to()},
           "\",\"cc\":\"", CleanMailText{texts_.cc()}, "\",\"subject\":\"",
           CleanMailText{texts_.subject()}, "\",\"tolen\":", tolen_, ",\"file\":\"",

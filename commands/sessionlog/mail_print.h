@@ -5,7 +5,6 @@
 #include <string_view>
 
 #include "commands/sessionlog/csv_sheet.h"
-#include "commands/sessionlog/label_cache.h"
 #include "commands/sessionlog/mail_parts.h"
 #include "format/printer.h"
 
@@ -51,7 +50,7 @@ class MailRow {
   bool load(std::span<const char> elements);
 
   /// The loaded row as a JSON object.
-  void print(Printer& out);
+  void print(Printer& out) const;
 
   /// The loaded row as cells.
   void write(CsvSheet& sheet) const;
@@ -66,7 +65,6 @@ class MailRow {
   void join_names(const MailParts& parts);
   std::string_view names() const { return {names_, static_cast<std::size_t>(names_length_)}; }
 
-  LabelCache labels_;
   Endpoints endpoints_{};
   std::uint32_t time_ = 0;
   std::uint16_t apid_ = 0;

@@ -17,12 +17,10 @@ namespace qsvmon {
 /// on the page are found to be hidden; so the count depends on the page.
 template <class Row, class Show>
 std::uint32_t show_page(const RecordList& list, Row& row, Show&& show) {
-  constexpr std::uint32_t kAhead = 6;
   const PageRange page = list.page();
   std::uint32_t count = list.count();
   std::uint32_t shown = page.start;
   for (std::uint32_t at = page.start; page.contains(shown) && at < list.size(); ++at) {
-    list.prefetch(at + kAhead);
     const std::span<const char> record = list[at];
     if (record.empty() || !row.load(record)) {
       --count;

@@ -1,38 +1,29 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <string_view>
 
 #include "commands/sessionlog/csv_sheet.h"
 #include "commands/sessionlog/endpoints.h"
-#include "commands/sessionlog/label_cache.h"
-#include "format/printer.h"
+#include "format/row_text.h"
 
 /// The members and cells that the three session lists have in common.
 namespace qsvmon {
 
+/// At least what the members of all lists take together, labels of kLabelRoom bytes included.
+constexpr std::size_t kSharedRowBytes = 512;
+
 /// "src_ip" to "dst_port", without a comma in front.
-void print_endpoints(Printer& out, const Endpoints& endpoints);
+void print_endpoints(RowText& row, const Endpoints& endpoints);
 
 /// ,"mac"
-void print_mac(Printer& out, const Endpoints& endpoints);
+void print_mac(RowText& row, const Endpoints& endpoints);
 
 /// ,"req_time" and ,"time"
-void print_request_time(Printer& out, std::uint32_t seconds);
-
-/// The labels of both addresses and the MAC, "" for one without a label; see LabelCache.
-struct EndpointLabels {
-  const char* src;
-  const char* dst;
-  const char* mac;
-};
-
-/// Looks the labels up. Their texts lie anywhere in the pools and are under way from memory when
-/// this returns: best called some time before they are printed.
-EndpointLabels labels_of(const Endpoints& endpoints, LabelCache& cache);
+void print_request_time(RowText& row, std::uint32_t seconds);
 
 /// ,"srcip_desc" ,"dstip_desc" and ,"ipmac_desc"
-void print_labels(Printer& out, const EndpointLabels& labels);
+void print_labels(RowText& row, const Endpoints& endpoints);
 
 /// The two addresses and ports, four cells. The ports are written as they are handed over.
 void csv_endpoints(CsvSheet& sheet, const Endpoints& endpoints, std::uint16_t sport,

@@ -28,6 +28,7 @@ FIXED = 16 * MIB
 LIST_EXTRA = 20  # what a list keeps beside each record, while it is sorted
 ENTRY_EXTRA = 48  # what a fold keeps beside each entry, while its table grows or is sorted
 MAIL_BYTES = 150  # elements of a generated mail, on average, and more
+LOGIN_BYTES = 72  # the same of FTP and Telnet records: 29 bytes and their texts
 COUNTS = 128  # of an entry that more than four signatures hit
 
 # A program started by this one has this one's peak for a start: a small program goes between.
@@ -56,8 +57,8 @@ LISTINGS = [
     Listing("ftplog list page=1 limit=20", "page", 0, rb'"count":(\d+)}'),
     Listing("telnetlog list page=1 limit=20", "page", 0, rb'"count":(\d+)}'),
     Listing("emaillog list download=1", "list", MAIL_BYTES, rb"\.csv\n"),
-    Listing("ftplog list download=1", "list", 116, rb"\.csv\n"),
-    Listing("telnetlog list download=1", "list", 188, rb"\.csv\n"),
+    Listing("ftplog list download=1", "list", LOGIN_BYTES, rb"\.csv\n"),
+    Listing("telnetlog list download=1", "list", LOGIN_BYTES, rb"\.csv\n"),
 ]
 
 

@@ -52,8 +52,9 @@ TelnetLogRecord telnet(int cmdlen, std::string_view cmd, std::string_view user) 
 
 template <class Row>
 std::string json(const typename Row::Record& record) {
+  const PackedLogin packed(record);
   Row row;
-  EXPECT_TRUE(row.load({reinterpret_cast<const char*>(&record), sizeof record}));
+  EXPECT_TRUE(row.load(packed.bytes()));
   MemoryPrinter out;
   row.print(out);
   return out.str();
