@@ -53,6 +53,9 @@ qsvmon-7.8.9/tools/
 qsvmon-7.8.9/tools/check_format
 qsvmon-7.8.9/tools/source_archive'
 is "it holds what was committed, below any folder" "$(tar -tzf "$archive" | LC_ALL=C sort)" "$wanted"
+is "what anybody may read and the owner write" \
+  "$(tar -tvzf "$archive" | awk '!/^d/ { print $1 }' | sort -u)" "-rw-r--r--
+-rwxr-xr-x"
 is "as it was committed" "$(tar -xOzf "$archive" qsvmon-7.8.9/sim/one.cpp)" "int one;"
 
 first=$(cksum <"$archive")
