@@ -24,7 +24,7 @@ void set_error(char* error, std::size_t capacity, std::string_view text) {
 bool DictLibrary::load(const char* path, char* error, std::size_t capacity) {
   if (loaded()) return true;
   if (const char* damage = elf_damage(path)) {
-    if (capacity > 0) std::snprintf(error, capacity, "%s: %s", path, damage);
+    std::snprintf(error, capacity, "%s: %s", path, damage);
     return false;
   }
   handle_ = ::dlopen(path, RTLD_NOW);

@@ -4,11 +4,16 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
+
+#include "format/message.h"
+#include "tests/unit/support/captured_out.h"
 
 namespace qsvmon {
 namespace {
@@ -27,7 +32,9 @@ TEST(Printer, TextsAsLongAsItsBufferPassItBy) {
   const std::string whole(Printer::kBufferBytes, 'w');
   const std::string longer(Printer::kBufferBytes * 3 + 1, 'l');
   Pieces out;
-  out.put("a", whole, longer);  // each at once and whole, behind what was put before
+  out.put("a", whole);  // at once, behind what was put before
+  EXPECT_EQ(out.pieces, (std::vector<std::string>{"a", whole}));
+  out.put(longer);
   EXPECT_EQ(out.pieces, (std::vector<std::string>{"a", whole, longer}));
   out.put("b", fits);  // fills the buffer to its last byte
   EXPECT_EQ(out.pieces.size(), 3U);
@@ -85,6 +92,7 @@ TEST(FilePrinter, WaitsForAReaderThatIsLate) {
     }
   });
   FilePrinter(pipe.ends[1]).put(text);
+  ::close(std::exchange(pipe.ends[1], -1));
   reader.join();
   EXPECT_TRUE(got == std::string(pipe.held, '#') + text);
 }
@@ -101,6 +109,29 @@ TEST(FilePrinter, WaitsNoLongerForAReaderThatIsGone) {
   out.flush();  // comes back
   reader.join();
   out.put("nor this");
+}
+
+// Standard output is a full pipe with a late reader, so that writing meets errors on its way.
+TEST(Message, IsWrittenAtOnceAndLeavesErrnoAlone) {
+  FullPipe pipe;
+  CapturedOut restores_it;
+  ::dup2(pipe.ends[1], STDOUT_FILENO);
+  std::string got(pipe.held, '\0');
+  std::thread reader([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    for (std::size_t at = 0; at < got.size();) {
+      const ssize_t n = ::read(pipe.ends[0], got.data() + at, got.size() - at);
+      at += n > 0 ? static_cast<std::size_t>(n) : got.size();
+    }
+  });
+  errno = ENOTTY;
+  put_message("said ", 5, " times\n");
+  EXPECT_EQ(errno, ENOTTY);
+  reader.join();
+  ::fcntl(pipe.ends[0], F_SETFL, O_NONBLOCK);
+  char text[64];
+  const ssize_t n = ::read(pipe.ends[0], text, sizeof text);
+  EXPECT_EQ(std::string(text, n > 0 ? static_cast<std::size_t>(n) : 0), "said 5 times\n");
 }
 
 TEST(FilePrinter, LosesWhatItsDestinationRefuses) {

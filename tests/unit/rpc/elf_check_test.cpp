@@ -151,6 +151,9 @@ TEST(ElfCheck, NamesWhatIsDamaged) {
       {"read-only beyond its page",
        [](Image& i) { i.programs[3] = {PT_GNU_RELRO, PF_R, 1024, 5120, 0, 256, 7169, 1}; },
        kNoSegment},
+      {"a large stack", [](Image& i) { i.programs[3].p_memsz = 1 << 20; }, ""},
+      {"an unused header", [](Image& i) { i.programs[3] = {PT_NULL, 0, 0, 99999, 0, 0, 10, 0}; },
+       ""},
       {"half unmapped", [](Image& i) { i.programs[2].p_vaddr = 12287; }, kNoSegment},
   };
   for (const auto& c : cases) {

@@ -86,7 +86,8 @@ struct AddressCase {
 };
 
 TEST(SocketAddress, InvalidTextsAreRefusedWithTheOperationsName) {
-  const std::string long_path(109, 'p');
+  const std::string longest_path(sizeof sockaddr_un{}.sun_path, 'p');
+  const std::string long_path = longest_path + 'p';
   const AddressCase cases[] = {
       {"127.0.0.1:0", "socket_connect: invalid path\n"},
       {"127.0.0.1:65536", "socket_connect: invalid path\n"},
@@ -104,6 +105,7 @@ TEST(SocketAddress, InvalidTextsAreRefusedWithTheOperationsName) {
       {"0.0.0:80", "socket_connect: invalid path\n"},  // value 0 is no address
       {"0:80", "socket_connect: invalid path\n"},
       {long_path.c_str(), "socket_connect: invalid path\n"},
+      {longest_path.c_str(), ""},
       {"/nonexistent/qsvmon.sock", ""},  // a refused connection is silent
       {"udp:/nonexistent/qsvmon.sock", ""},
       {"", ""},  // a path too, which no socket has
@@ -312,6 +314,7 @@ TEST(SocketListen, LetsAThousandWait) {
 TEST(Sockets, DescriptorZeroIsAGoodOne) {
   const ScratchFolder folder;
   const std::string path = folder.file("z");
+  CapturedOut out;
   const int saved = ::dup(STDIN_FILENO);
   const auto expect_zero = [](int fd) {
     EXPECT_EQ(fd, 0);
@@ -331,6 +334,7 @@ TEST(Sockets, DescriptorZeroIsAGoodOne) {
   ::dup2(saved, STDIN_FILENO);
   for (const int fd : {saved, listener, second}) ::close(fd);
   ::unlink(path.c_str());
+  EXPECT_EQ(out.text(), "");
 }
 
 // "127." passes as a dotted address, its empty part counting as 0, but not with the C library.
