@@ -3,8 +3,9 @@
 // every record, touch one cache line for every key, copy the finished output).
 //
 // Key sets: "few" 1000 keys; "distinct" every record its own key, scattered; "one_bucket" addresses
-// that all begin in one bucket, of which there are 2^20, and "distinct_20" as many scattered ones
-// to hold against them; "shared_16" names that differ behind their 16th byte only.
+// whose halves agree in their lower bits, as one would choose them against a plain hash, of which
+// there are 2^20, and "distinct_20" as many scattered ones to hold against them; "shared_16" names
+// that differ behind their 16th byte only.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -205,7 +206,7 @@ void floor_of(benchmark::State& state) {
   print_all(printed, *fold);
   const std::string& output = printed.str();
   const std::size_t bytes = std::max<std::size_t>(fold->size() * sizeof(Line), 1);
-  Line* lines = static_cast<Line*>(large_memory_take(bytes, Pages::kWhole));
+  Line* lines = static_cast<Line*>(large_memory_allocate(bytes, Pages::kWhole));
   if (lines == nullptr) return state.SkipWithError("no memory");
   std::memset(static_cast<void*>(lines), 0, bytes);
   const auto copy = std::make_unique<char[]>(output.size());
@@ -222,7 +223,7 @@ void floor_of(benchmark::State& state) {
     benchmark::DoNotOptimize(copy.get());
     benchmark::ClobberMemory();
   }
-  large_memory_give(lines, bytes);
+  large_memory_free(lines, bytes);
   report(state, state.range(0));
 }
 

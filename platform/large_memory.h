@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-/// Memory for tables that may become large, taken from the system in whole pieces: zero-filled,
+/// Memory for tables that may become large, allocated from the system by whole pages: zero-filled,
 /// never an abort.
 namespace qsvmon {
 
@@ -16,9 +16,9 @@ enum class Pages {
 };
 
 /// `bytes` (above 0) of zeroes, aligned to a page; null when there is no memory.
-void* large_memory_take(std::size_t bytes, Pages pages);
+void* large_memory_allocate(std::size_t bytes, Pages pages);
 
-/// Gives back what `large_memory_take(bytes, ...)` returned; null is ignored.
-void large_memory_give(void* piece, std::size_t bytes);
+/// Frees what `large_memory_allocate(bytes, ...)` returned; null is ignored.
+void large_memory_free(void* memory, std::size_t bytes);
 
 }  // namespace qsvmon

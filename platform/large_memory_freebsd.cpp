@@ -5,15 +5,15 @@
 namespace qsvmon {
 
 // The kernel promotes filled runs of an aligned mapping to superpages by itself.
-void* large_memory_take(std::size_t bytes, Pages pages) {
+void* large_memory_allocate(std::size_t bytes, Pages pages) {
   const int aligned = pages == Pages::kOnTouch ? 0 : MAP_ALIGNED_SUPER;
   void* at =
       ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANON | aligned, -1, 0);
   return at == MAP_FAILED ? nullptr : at;
 }
 
-void large_memory_give(void* piece, std::size_t bytes) {
-  if (piece != nullptr) ::munmap(piece, bytes);
+void large_memory_free(void* memory, std::size_t bytes) {
+  if (memory != nullptr) ::munmap(memory, bytes);
 }
 
 }  // namespace qsvmon

@@ -33,13 +33,13 @@ void* map_large_pages(std::size_t bytes) {
 
 }  // namespace
 
-void* large_memory_take(std::size_t bytes, Pages pages) {
+void* large_memory_allocate(std::size_t bytes, Pages pages) {
   if (pages == Pages::kOnTouch) return map_zeroes(bytes, 0);
   return bytes < kLargePageBytes ? map_zeroes(bytes, MAP_POPULATE) : map_large_pages(bytes);
 }
 
-void large_memory_give(void* piece, std::size_t bytes) {
-  if (piece != nullptr) ::munmap(piece, bytes);
+void large_memory_free(void* memory, std::size_t bytes) {
+  if (memory != nullptr) ::munmap(memory, bytes);
 }
 
 }  // namespace qsvmon

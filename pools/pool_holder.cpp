@@ -2,6 +2,6 @@
 
 namespace qsvmon {
 
-void* (*pool_allocate)(std::size_t bytes, Pages pages) = large_memory_take;
+void* (*pool_allocate)(std::size_t bytes, Pages pages) = large_memory_allocate;
 
 }  // namespace qsvmon

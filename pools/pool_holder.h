@@ -7,7 +7,7 @@
 
 namespace qsvmon {
 
-/// Where pools get their zeroed memory: `large_memory_take`. Tests put a failing one in its place.
+/// Where pools get their zeroed memory: `large_memory_allocate`. Tests put a failing one in its place.
 extern void* (*pool_allocate)(std::size_t bytes, Pages pages);
 
 /// Owns one kind of pool for the whole process: the current pool and, since what it handed out
@@ -38,7 +38,7 @@ class PoolHolder {
     current_ = nullptr;
     while (blocks_ != nullptr) {
       Block* const earlier = blocks_->earlier;
-      large_memory_give(blocks_, sizeof(Block));
+      large_memory_free(blocks_, sizeof(Block));
       blocks_ = earlier;
     }
   }

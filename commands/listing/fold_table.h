@@ -7,7 +7,7 @@
 #include <span>
 #include <utility>
 
-#include "commands/listing/entry_blocks.h"
+#include "commands/listing/entry_chunks.h"
 #include "commands/listing/fold_keys.h"
 
 namespace qsvmon {
@@ -41,7 +41,7 @@ class FoldTable {
   explicit FoldTable(FoldMemory memory = {}) : memory_(memory), entries_(memory) {}
   FoldTable(const FoldTable&) = delete;
   FoldTable& operator=(const FoldTable&) = delete;
-  ~FoldTable() { memory_.give(slots_, slot_count() * sizeof(Slot)); }
+  ~FoldTable() { memory_.free(slots_, slot_count() * sizeof(Slot)); }
 
   std::uint32_t size() const { return entries_.size(); }
   Entry& operator[](std::uint32_t number) { return entries_[number]; }
@@ -60,10 +60,10 @@ class FoldTable {
                : entry_for(KeyUse::kReplace, key, Keys::hash(key, secret_));
   }
 
-  /// Takes records in order. `key_of(const Record&, Key&)` sets the key of one, says what it is
-  /// for, and `update(Entry&, const Record&)` counts it in. Works in groups, so that the cache
-  /// lines of a group are fetched side by side (at a million keys a third of the time of one by
-  /// one): all keys of a group are asked for before its first update.
+  /// Takes records in order. `key_of(const Record&, Key&)` sets the key of one and says what it is
+  /// for, `update(Entry&, const Record&)` counts it in. Works in groups, so that the cache lines of
+  /// a group are fetched side by side: all keys of a group are asked for before its first update.
+  /// At a million addresses 57 ns a record, and 83 one by one; at a million hosts 67 and 121.
   template <class Record, class KeyOf, class Update>
   void fold(std::span<const Record> records, KeyOf&& key_of, Update&& update) {
     for (std::size_t at = 0; at < records.size(); at += kFoldGroup) {
@@ -153,7 +153,7 @@ class FoldTable {
     const std::uint32_t old_count = slot_count();
     if (old_count > (std::uint32_t{1} << 30)) return false;
     const std::uint32_t count = old_count == 0 ? kFirstSlots : old_count * 2;
-    void* const memory = memory_.take(count * sizeof(Slot), Pages::kWhole);
+    void* const memory = memory_.allocate(count * sizeof(Slot), Pages::kWhole);
     if (memory == nullptr) return false;
     Slot* const old = std::exchange(slots_, static_cast<Slot*>(memory));
     if (old == nullptr) secret_ = new_key_secret();
@@ -163,7 +163,7 @@ class FoldTable {
     for (std::uint32_t i = 0; i < old_count; ++i) {
       if (old[i].number != 0) *free_slot(old[i].hash) = old[i];
     }
-    memory_.give(old, old_count * sizeof(Slot));
+    memory_.free(old, old_count * sizeof(Slot));
     return true;
   }
 
@@ -174,7 +174,7 @@ class FoldTable {
   }
 
   FoldMemory memory_;
-  EntryBlocks<Entry> entries_;
+  EntryChunks<Entry> entries_;
   Slot* slots_ = nullptr;
   std::uint32_t last_slot_ = 0;  ///< a power of two of slots, less one
   unsigned shift_ = 0;

@@ -39,7 +39,7 @@ RecordList::RecordList(PageRange page, IsHidden is_hidden, FoldMemory memory)
 }
 
 RecordList::~RecordList() {
-  memory_.give(items_, room_ * sizeof *items_);
+  memory_.free(items_, room_ * sizeof *items_);
 }
 
 void RecordList::keep(std::uint32_t key, std::span<const char> record) {
@@ -59,10 +59,11 @@ void RecordList::keep(std::uint32_t key, std::span<const char> record) {
 
 bool RecordList::grow_items() {
   const std::size_t room = room_ == 0 ? kWorthDropping : room_ * 2;
-  auto* grown = static_cast<std::uint64_t*>(memory_.take(room * sizeof *items_, Pages::kOnTouch));
+  auto* grown =
+      static_cast<std::uint64_t*>(memory_.allocate(room * sizeof *items_, Pages::kOnTouch));
   if (grown == nullptr) return false;
   if (size_ != 0) std::memcpy(grown, items_, size_ * sizeof *items_);
-  memory_.give(items_, room_ * sizeof *items_);
+  memory_.free(items_, room_ * sizeof *items_);
   items_ = grown;
   room_ = room;
   return true;
@@ -71,14 +72,14 @@ bool RecordList::grow_items() {
 void RecordList::sort() {
   std::uint64_t* spare = nullptr;
   if (size_ > kFewItems) {
-    spare = static_cast<std::uint64_t*>(memory_.take(room_ * sizeof *items_, Pages::kOnTouch));
+    spare = static_cast<std::uint64_t*>(memory_.allocate(room_ * sizeof *items_, Pages::kOnTouch));
   }
   if (spare == nullptr) {  // the place in the lower half keeps equal keys as they came
     sort_in_place({items_, size_});
     return;
   }
   if (radix_sort(items_, spare, size_).items == spare) std::swap(items_, spare);
-  memory_.give(spare, room_ * sizeof *items_);
+  memory_.free(spare, room_ * sizeof *items_);
 }
 
 /// Whether the record is left out of the page. What is hidden once is hidden for good, and as it

@@ -5,8 +5,8 @@
 namespace qsvmon {
 
 RecordStore::~RecordStore() {
-  for (std::uint32_t i = 0; i < chunk_count_; ++i) memory_.give(chunks_[i], kChunkBytes);
-  memory_.give(chunks_, kMaxChunks * sizeof *chunks_);
+  for (std::uint32_t i = 0; i < chunk_count_; ++i) memory_.free(chunks_[i], kChunkBytes);
+  memory_.free(chunks_, kMaxChunks * sizeof *chunks_);
 }
 
 /// Where a record of `units` goes: behind the last one, or at the start of the next chunk.
@@ -18,12 +18,12 @@ std::uint64_t RecordStore::next_place(std::uint32_t units) const {
 bool RecordStore::add_chunk() {
   if (chunk_count_ == kMaxChunks) return false;
   if (chunks_ == nullptr) {
-    chunks_ = static_cast<char**>(memory_.take(kMaxChunks * sizeof *chunks_, Pages::kOnTouch));
+    chunks_ = static_cast<char**>(memory_.allocate(kMaxChunks * sizeof *chunks_, Pages::kOnTouch));
     if (chunks_ == nullptr) return false;
   }
   // The first is all that most lists need, and they do not fill it.
   void* const chunk =
-      memory_.take(kChunkBytes, chunk_count_ == 0 ? Pages::kOnTouch : Pages::kWhole);
+      memory_.allocate(kChunkBytes, chunk_count_ == 0 ? Pages::kOnTouch : Pages::kWhole);
   if (chunk == nullptr) return false;
   chunks_[chunk_count_++] = static_cast<char*>(chunk);
   return true;

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <span>
 
-#include "commands/listing/entry_blocks.h"
+#include "commands/listing/entry_chunks.h"
 
 namespace qsvmon {
 

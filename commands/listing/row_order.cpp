@@ -6,16 +6,16 @@
 
 namespace qsvmon {
 
-bool RowOrder::take_items() {
+bool RowOrder::allocate_items() {
   if (items_ != nullptr) return true;
-  items_ = static_cast<std::uint64_t*>(memory_.take(bytes(), Pages::kWhole));
+  items_ = static_cast<std::uint64_t*>(memory_.allocate(bytes(), Pages::kWhole));
   return items_ != nullptr;
 }
 
 void RowOrder::sort_items() {
   std::uint64_t* spare = nullptr;
   if (count_ > kFewItems) {
-    spare = static_cast<std::uint64_t*>(memory_.take(bytes(), Pages::kWhole));
+    spare = static_cast<std::uint64_t*>(memory_.allocate(bytes(), Pages::kWhole));
   }
   if (spare == nullptr) {  // the row's number in the lower half keeps equal counters in order
     sort_in_place({items_, count_});
@@ -23,7 +23,7 @@ void RowOrder::sort_items() {
   }
   const RadixSorted sorted = radix_sort(items_, spare, count_);
   if (sorted.items == spare) std::swap(items_, spare);
-  memory_.give(spare, bytes());
+  memory_.free(spare, bytes());
 }
 
 }  // namespace qsvmon

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <utility>
 
-#include "commands/listing/entry_blocks.h"
+#include "commands/listing/entry_chunks.h"
 
 namespace qsvmon {
 
@@ -15,20 +15,20 @@ enum class Direction : std::uint8_t { kFirstSeen, kLargestFirst, kSmallestFirst 
 /// counters stay in that order.
 class RowOrder {
  public:
-  /// `count` rows as first seen; takes no memory.
+  /// `count` rows as first seen; allocates nothing.
   explicit RowOrder(std::uint32_t count, FoldMemory memory = {}) : count_(count), memory_(memory) {}
   RowOrder(RowOrder&& other) noexcept
       : count_(other.count_),
         memory_(other.memory_),
         items_(std::exchange(other.items_, nullptr)) {}
   RowOrder& operator=(RowOrder&&) = delete;
-  ~RowOrder() { memory_.give(items_, bytes()); }
+  ~RowOrder() { memory_.free(items_, bytes()); }
 
   /// Sorts by `counter_of(number)`, a u32 that is asked once for each row. Time is linear in the
   /// rows. Without memory the order stays as it is.
   template <class CounterOf>
   void sort(CounterOf&& counter_of, Direction direction) {
-    if (direction == Direction::kFirstSeen || count_ < 2 || !take_items()) return;
+    if (direction == Direction::kFirstSeen || count_ < 2 || !allocate_items()) return;
     const std::uint32_t flip = direction == Direction::kLargestFirst ? 0xffffffff : 0;
     for (std::uint32_t number = 0; number < count_; ++number) {
       const std::uint32_t counter = counter_of(number);
@@ -45,7 +45,7 @@ class RowOrder {
 
  private:
   std::size_t bytes() const { return std::size_t{count_} * sizeof *items_; }
-  bool take_items();
+  bool allocate_items();
   void sort_items();
 
   std::uint32_t count_;

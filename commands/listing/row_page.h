@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "commands/listing/entry_blocks.h"
+#include "commands/listing/entry_chunks.h"
 #include "commands/listing/row_order.h"
 #include "format/printer.h"
 
@@ -29,7 +29,7 @@ struct RowPage {
 template <class Rows, class PrintRow, class Passes>
 void print_page(Printer& out, const Rows& rows, const RowOrder& order, const RowPage& page,
                 PrintRow&& print_row, Passes&& passes) {
-  constexpr std::uint32_t kAhead = 16;  // rows whose memory is on its way: a third of the time
+  constexpr std::uint32_t kAhead = 16;  // rows whose memory is on its way: sorted ones lie anywhere
   const auto [first, last] = page.rows;
   const std::uint32_t begin = page.filtered || first == 0 ? 0 : std::min(first - 1, order.size());
   const std::uint32_t end = page.filtered ? order.size() : std::min(last, order.size());

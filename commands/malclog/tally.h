@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "commands/listing/entry_blocks.h"
+#include "commands/listing/entry_chunks.h"
 #include "commands/listing/fold_table.h"
 #include "commands/malclog/malc_record.h"
 
@@ -78,7 +78,7 @@ class TallyBlocks {
   bool count_many(Tally& tally, std::uint64_t slots);
   bool move_to_block(Tally& tally);
 
-  EntryBlocks<Block> blocks_;
+  EntryChunks<Block> blocks_;
 };
 
 }  // namespace qsvmon

@@ -53,8 +53,8 @@ void test_boot_time() {
 
 void test_memory() {
   constexpr std::size_t kOdd = 3 * kSuperpage + 1;
-  auto* whole = static_cast<char*>(large_memory_take(kOdd, Pages::kWhole));
-  auto* touched = static_cast<char*>(large_memory_take(kOdd, Pages::kOnTouch));
+  auto* whole = static_cast<char*>(large_memory_allocate(kOdd, Pages::kWhole));
+  auto* touched = static_cast<char*>(large_memory_allocate(kOdd, Pages::kOnTouch));
   is_true(whole != nullptr && touched != nullptr, "both kinds of memory are there");
   is_true(beyond(whole, kPage) == 0 && beyond(touched, kPage) == 0, "they begin at a page");
 #ifdef __FreeBSD__
@@ -62,11 +62,11 @@ void test_memory() {
 #endif
   is_true(is_zero_and_writable(whole, kOdd), "whole memory is zero and can be written to its end");
   is_true(is_zero_and_writable(touched, kOdd), "so is memory by touch");
-  large_memory_give(whole, kOdd);
-  large_memory_give(touched, kOdd);
-  large_memory_give(nullptr, kOdd);
-  is_true(large_memory_take(std::size_t{1} << 62, Pages::kWhole) == nullptr &&
-              large_memory_take(std::size_t{1} << 62, Pages::kOnTouch) == nullptr,
+  large_memory_free(whole, kOdd);
+  large_memory_free(touched, kOdd);
+  large_memory_free(nullptr, kOdd);
+  is_true(large_memory_allocate(std::size_t{1} << 62, Pages::kWhole) == nullptr &&
+              large_memory_allocate(std::size_t{1} << 62, Pages::kOnTouch) == nullptr,
           "what no machine has is refused");
 }
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "format/byte_order.h"
+#include "tests/unit/support/scarce_memory.h"
 
 namespace qsvmon {
 namespace {
@@ -194,28 +195,22 @@ TEST(FoldTable, ProbesStayShortWhoeverChoseTheKeys) {
   EXPECT_LT(mean_probe(names, 65536, [](auto i) { return named(std::to_string(i)); }), 3.5);
 }
 
-/// Memory that refuses from the n-th time on.
-struct Scarce {
-  static inline int asked = 0;
-  static inline int allowed = 0;
-  static void* take(std::size_t bytes, Pages pages) {
-    return asked++ >= allowed ? nullptr : large_memory_take(bytes, pages);
-  }
-  static FoldMemory memory(int times) {
-    asked = 0;
-    allowed = times;
-    return {take, large_memory_give};
-  }
-  static void is_back() { allowed = 1 << 30; }
-};
+/// Memory that is allocated `times` times, and then no more until it is back.
+FoldMemory scarce(int times) {
+  ScarceMemory::allow(times);
+  return {ScarceMemory::allocate};
+}
+void memory_is_back() {
+  ScarceMemory::allow(ScarceMemory::kAll);
+}
 
 TEST(FoldTable, DropsRecordsWithoutMemoryAndGoesOn) {
   for (int times = 0; times < 2; ++times) {  // the slots, the first chunk of entries
-    AddressTable table(Scarce::memory(times));
+    AddressTable table(scarce(times));
     EXPECT_EQ(table.insert(1), nullptr);
     EXPECT_EQ(table.replace(1), nullptr);
     EXPECT_EQ(table.size(), 0u);
-    Scarce::is_back();
+    memory_is_back();
     EXPECT_NE(table.insert(1), nullptr);
     EXPECT_EQ(table.size(), 1u);
   }
@@ -223,7 +218,7 @@ TEST(FoldTable, DropsRecordsWithoutMemoryAndGoesOn) {
 
 // Before, every slot filled up, and a record of a new key looked at all of them.
 TEST(FoldTable, WithoutMemoryToGrowItStopsAtThreeQuarters) {
-  AddressTable table(Scarce::memory(2));
+  AddressTable table(scarce(2));
   for (std::uint32_t i = 0; i < 100000; ++i) {
     AddressStat* const stat = table.insert(net(i));
     ASSERT_EQ(stat != nullptr, i < 768) << i;  // of 1024 slots
@@ -234,7 +229,7 @@ TEST(FoldTable, WithoutMemoryToGrowItStopsAtThreeQuarters) {
   EXPECT_EQ(table.insert(net(767)), &table[767]);  // known keys still count
   EXPECT_NE(table.replace(net(767)), nullptr);     // and need no slot
   EXPECT_EQ(table.replace(net(768)), nullptr);
-  Scarce::is_back();
+  memory_is_back();
   EXPECT_NE(table.insert(net(768)), nullptr);
   EXPECT_EQ(table.slot_count(), 2048u);
 }
@@ -242,17 +237,17 @@ TEST(FoldTable, WithoutMemoryToGrowItStopsAtThreeQuarters) {
 // At three quarters linear probing expects 2.5 slots for a key of the table and 8.5 for another.
 TEST(FoldTable, ProbesOfATableThatCannotGrowStayShort) {
   // Six chunks of entries, of 4096 at first; 1024 slots, and eight times twice as many.
-  AddressTable table(Scarce::memory(6 + 9));
+  AddressTable table(scarce(6 + 9));
   for (std::uint32_t i = 0; i < 300000; ++i) table.insert(crowding_address(i));
   ASSERT_EQ(table.slot_count(), 262144u);
   ASSERT_EQ(table.size(), 196608u);
   EXPECT_LT(mean_probe(table, 65536, crowding_address), 4.0);
   EXPECT_LT(mean_probe(table, 65536, [](std::uint32_t i) { return net(i << 16 | 1); }), 12.0);
-  Scarce::is_back();
+  memory_is_back();
 }
 
 TEST(FoldTable, AnEntryThatCannotBeReplacedStays) {
-  AddressTable table(Scarce::memory(2));
+  AddressTable table(scarce(2));
   AddressStat* const old = table.insert(net(1));
   ASSERT_NE(old, nullptr);
   while (table.replace(net(2)) != nullptr) {
@@ -261,7 +256,7 @@ TEST(FoldTable, AnEntryThatCannotBeReplacedStays) {
   EXPECT_EQ(table.replace(net(1)), nullptr);
   EXPECT_EQ(table.size(), size);
   EXPECT_EQ(table.insert(net(1)), old);
-  Scarce::is_back();
+  memory_is_back();
   AddressStat* const replaced = table.replace(net(1));
   EXPECT_NE(replaced, nullptr);
   EXPECT_NE(replaced, old);
@@ -269,12 +264,12 @@ TEST(FoldTable, AnEntryThatCannotBeReplacedStays) {
 }
 
 TEST(FoldTable, FoldDropsWhatHasNoEntry) {
-  AddressTable table(Scarce::memory(0));
+  AddressTable table(scarce(0));
   Numbers seen;
   fold_numbers(table, Numbers(100, 1u), &seen);
   EXPECT_EQ(seen, Numbers{});
   EXPECT_EQ(table.size(), 0u);
-  Scarce::is_back();
+  memory_is_back();
 }
 
 TEST(FoldTable, EqualsAPlainMapOverMixedWork) {

@@ -254,11 +254,11 @@ std::size_t bytes_most = 0;
 void* counting_take(std::size_t bytes, Pages pages) {
   bytes_now += bytes;
   bytes_most = std::max(bytes_most, bytes_now);
-  return large_memory_take(bytes, pages);
+  return large_memory_allocate(bytes, pages);
 }
 void counting_give(void* piece, std::size_t bytes) {
   if (piece != nullptr) bytes_now -= bytes;
-  large_memory_give(piece, bytes);
+  large_memory_free(piece, bytes);
 }
 
 // 200000 records of 1005 bytes, each in front of all before it, for a page of 20: one chunk of 4
@@ -279,11 +279,11 @@ TEST(RecordList, memory_follows_the_page) {
 
 int takes_left = 0;
 void* scarce_take(std::size_t bytes, Pages pages) {
-  return takes_left-- > 0 ? large_memory_take(bytes, pages) : nullptr;
+  return takes_left-- > 0 ? large_memory_allocate(bytes, pages) : nullptr;
 }
 
 TEST(RecordList, records_are_dropped_silently_without_memory) {
-  constexpr FoldMemory kScarce{.take = scarce_take};
+  constexpr FoldMemory kScarce{.allocate = scarce_take};
   for (int takes = 0; takes < 3; ++takes) {  // keys, the table of chunks, the chunk
     takes_left = takes;
     RecordList list(kAll, nullptr, kScarce);
@@ -311,7 +311,7 @@ TEST(RecordList, drops_in_place_when_a_second_copy_does_not_fit) {
   std::mt19937 random(5);
   const std::vector<Item> items = items_of(0, 9000, random);
   takes_left = 3;
-  RecordList list({300, 500}, nullptr, {.take = scarce_take});
+  RecordList list({300, 500}, nullptr, {.allocate = scarce_take});
   for (const Item& item : items) append(list, item);
   EXPECT_EQ(plain_model(items, {300, 500}), page_of(list));
 }

@@ -182,29 +182,29 @@ TEST(MalcHostListing, Pages) {
   EXPECT_EQ(rows(query, events), R"(],"count":4})");
 }
 
-int pieces_left = 0;
+int chunks_left = 0;
 
-void* take(std::size_t bytes, Pages) {
-  if (pieces_left == 0) return nullptr;
-  --pieces_left;
+void* allocate(std::size_t bytes, Pages) {
+  if (chunks_left == 0) return nullptr;
+  --chunks_left;
   return std::calloc(1, bytes);
 }
 
-void give(void* piece, std::size_t) {
-  std::free(piece);
+void release(void* chunk, std::size_t) {
+  std::free(chunk);
 }
 
 TEST(MalcHostAgg, AnEventWithoutMemoryIsDropped) {
   const MalcQuery query = by_host();
   const TidPool tids = pool(query, kTable);
-  for (int pieces = 0; pieces < 2; ++pieces) {
-    pieces_left = pieces;
-    MalcHostAgg hosts(tids, {take, give});
+  for (int chunks = 0; chunks < 2; ++chunks) {
+    chunks_left = chunks;
+    MalcHostAgg hosts(tids, {allocate, release});
     hosts.add(std::vector<MalcEvent>{h("a"), h(k45), h(k43), h("a")});
-    EXPECT_EQ(hosts.size(), 0U) << pieces;
+    EXPECT_EQ(hosts.size(), 0U) << chunks;
   }
-  pieces_left = 2;
-  MalcHostAgg hosts(tids, {take, give});
+  chunks_left = 2;
+  MalcHostAgg hosts(tids, {allocate, release});
   hosts.add(std::vector<MalcEvent>{h("a")});
   hosts.add(std::vector<MalcEvent>{of_host("b", 0xff), h(k45)});
   ASSERT_EQ(hosts.size(), 2U);

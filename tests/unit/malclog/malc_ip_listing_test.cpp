@@ -231,31 +231,31 @@ TEST(MalcIpListing, ARowHitByEverySignature) {
 
 // ---- Memory that runs out ----
 
-int pieces_left = 0;
+int chunks_left = 0;
 
-void* take(std::size_t bytes, Pages) {
-  if (pieces_left == 0) return nullptr;
-  --pieces_left;
+void* allocate(std::size_t bytes, Pages) {
+  if (chunks_left == 0) return nullptr;
+  --chunks_left;
   return std::calloc(1, bytes);
 }
 
-void give(void* piece, std::size_t) {
-  std::free(piece);
+void release(void* chunk, std::size_t) {
+  std::free(chunk);
 }
 
 TEST(MalcIpAgg, AnEventWithoutMemoryIsDropped) {
   const MalcQuery query = dst();
   const TidPool tids = pool(query, kTable);
-  pieces_left = 0;
-  MalcIpAgg none(tids, MalcIpAgg::Side::kDestination, {take, give});
+  chunks_left = 0;
+  MalcIpAgg none(tids, MalcIpAgg::Side::kDestination, {allocate, release});
   none.add(std::vector<MalcEvent>(100, at(kA, bit(1))));
   EXPECT_EQ(none.size(), 0U);
 
   // The slots and the first rows, and nothing for the counts of many signatures.
-  pieces_left = 2;
-  MalcIpAgg some(tids, MalcIpAgg::Side::kDestination, {take, give});
+  chunks_left = 2;
+  MalcIpAgg some(tids, MalcIpAgg::Side::kDestination, {allocate, release});
   some.add(std::vector<MalcEvent>(1, at(kA, bit(1))));
-  EXPECT_EQ(pieces_left, 0);
+  EXPECT_EQ(chunks_left, 0);
   EXPECT_EQ(some.size(), 1U);
   some.add(std::vector<MalcEvent>{at(kB, 0xff), at(kA, 0xff), at(kC, bit(2)), at(kA, bit(1))});
   EXPECT_EQ(some.size(), 2U);  // no row for the second address

@@ -112,9 +112,9 @@ FoldMemory scarce(int takes) {
   return {[](std::size_t bytes, Pages pages) -> void* {
             if (takes_left == 0) return nullptr;
             --takes_left;
-            return large_memory_take(bytes, pages);
+            return large_memory_allocate(bytes, pages);
           },
-          large_memory_give};
+          large_memory_free};
 }
 
 TEST(Tally, WithoutMemoryForABlockItStaysAsItWas) {

@@ -50,7 +50,7 @@ class DescPools : public ConfigFolderTest {
  protected:
   DescPools() { desc_pools_release(); }
   ~DescPools() override {
-    pool_allocate = large_memory_take;
+    pool_allocate = large_memory_allocate;
     desc_pools_release();
   }
 

@@ -24,7 +24,7 @@ class ScarceMemory {
     int& left = allowed_ > 0 ? allowed_ : refused_;
     const bool refuses = allowed_ == 0 && refused_ > 0;
     if (left > 0) --left;
-    return refuses ? nullptr : large_memory_take(bytes, pages);
+    return refuses ? nullptr : large_memory_allocate(bytes, pages);
   }
 
  private:

@@ -124,7 +124,7 @@ void* no_memory(std::size_t, Pages) {
 }
 
 TEST(IpFold, RecordsWithoutMemoryAreDropped) {
-  IpFold fold(IpSide::kDst, {.take = no_memory});
+  IpFold fold(IpSide::kDst, {.allocate = no_memory});
   fold.add(records_of({{.dst = 1}, {.dst = 2}}));
   EXPECT_EQ(fold.size(), 0u);
 }
@@ -225,7 +225,7 @@ TEST(DnsFold, NamesThatShareSixteenBytesAreApart) {
 }
 
 TEST(DnsFold, RecordsWithoutMemoryAreDropped) {
-  DnsFold fold({.take = no_memory});
+  DnsFold fold({.allocate = no_memory});
   fold.add(records_of({{.name = "n"}}));
   EXPECT_EQ(fold.size(), 0u);
 }

@@ -1,4 +1,4 @@
-#include "commands/listing/entry_blocks.h"
+#include "commands/listing/entry_chunks.h"
 
 #include <gtest/gtest.h>
 
@@ -12,21 +12,21 @@ namespace {
 int grants = 0;
 std::vector<std::size_t> asked;
 
-void* take(std::size_t bytes, Pages) {
+void* allocate(std::size_t bytes, Pages) {
   if (grants == 0) return nullptr;
   --grants;
   asked.push_back(bytes);
   return std::calloc(1, bytes);
 }
 
-void give(void* chunk, std::size_t) {
+void release(void* chunk, std::size_t) {
   std::free(chunk);
 }
 
 FoldMemory granting(int times) {
   grants = times;
   asked.clear();
-  return {take, give};
+  return {allocate, release};
 }
 
 struct Entry {
@@ -35,8 +35,8 @@ struct Entry {
 
 // 32 KiB hold 327 entries of 100 bytes, so the first chunk has 256, and each other one twice as
 // many as the one before. From 2 MiB on they are whole large pages.
-TEST(EntryBlocks, EachChunkIsTwiceTheOneBefore) {
-  EntryBlocks<Entry> entries(granting(100));
+TEST(EntryChunks, EachChunkIsTwiceTheOneBefore) {
+  EntryChunks<Entry> entries(granting(100));
   for (std::uint32_t i = 0; i < 300000; ++i) {
     Entry* const entry = entries.add();
     ASSERT_NE(entry, nullptr);
@@ -52,8 +52,8 @@ TEST(EntryBlocks, EachChunkIsTwiceTheOneBefore) {
                                              4194304, 8388608, 14680064, 27262976}));
 }
 
-TEST(EntryBlocks, WhatWasReservedCanBeAddedWithoutMemory) {
-  EntryBlocks<std::uint64_t> entries(granting(2));  // 4096 entries and 8192
+TEST(EntryChunks, WhatWasReservedCanBeAddedWithoutMemory) {
+  EntryChunks<std::uint64_t> entries(granting(2));  // 4096 entries and 8192
   EXPECT_TRUE(entries.reserve(4097));
   EXPECT_TRUE(entries.reserve(12288));
   EXPECT_FALSE(entries.reserve(12289));
@@ -70,8 +70,8 @@ TEST(EntryBlocks, WhatWasReservedCanBeAddedWithoutMemory) {
   EXPECT_EQ(entries[12287], 12287U);
 }
 
-TEST(EntryBlocks, ReservingWithoutMemoryFailsAndKeepsWhatThereIs) {
-  EntryBlocks<std::uint64_t> entries(granting(0));
+TEST(EntryChunks, ReservingWithoutMemoryFailsAndKeepsWhatThereIs) {
+  EntryChunks<std::uint64_t> entries(granting(0));
   EXPECT_FALSE(entries.reserve(1));
   EXPECT_EQ(entries.add(), nullptr);
   grants = 1;
@@ -80,14 +80,14 @@ TEST(EntryBlocks, ReservingWithoutMemoryFailsAndKeepsWhatThereIs) {
 }
 
 /// Memory that nobody looks into.
-void* take_nothing(std::size_t, Pages) {
+void* allocate_nothing(std::size_t, Pages) {
   static char chunk[1];
   return chunk;
 }
 
 // 17 chunks, the first of 2^15 entries, have 2^32 - 2^15.
-TEST(EntryBlocks, NumbersNeverWrap) {
-  EntryBlocks<std::uint8_t> entries({take_nothing, [](void*, std::size_t) {}});
+TEST(EntryChunks, NumbersNeverWrap) {
+  EntryChunks<std::uint8_t> entries({allocate_nothing, [](void*, std::size_t) {}});
   EXPECT_TRUE(entries.reserve(0xffff8000));
   EXPECT_FALSE(entries.reserve(0xffff8001));
   ASSERT_NE(entries.add(), nullptr);

@@ -9,10 +9,10 @@
 
 namespace qsvmon {
 
-/// Where a fold takes its memory; tests hand in one that runs out.
+/// Where a listing has its memory from; tests hand in one that runs out.
 struct FoldMemory {
-  void* (*take)(std::size_t bytes, Pages pages) = large_memory_take;  ///< zeroes, or null
-  void (*give)(void* piece, std::size_t bytes) = large_memory_give;
+  void* (*allocate)(std::size_t bytes, Pages pages) = large_memory_allocate;  ///< zeroes, or null
+  void (*free)(void* memory, std::size_t bytes) = large_memory_free;
 };
 
 /// Has the cache lines of an entry fetched that will be needed soon. Inlined by force: a compiler
@@ -29,15 +29,15 @@ template <class Entry>
 /// one before, so that few entries need little memory and many few chunks. An entry never moves:
 /// pointers to it are valid as long as the object.
 template <class Entry>
-class EntryBlocks {
+class EntryChunks {
   static_assert(std::is_trivially_copyable_v<Entry> && std::is_trivially_destructible_v<Entry>);
 
  public:
-  explicit EntryBlocks(FoldMemory memory) : memory_(memory) {}
-  EntryBlocks(const EntryBlocks&) = delete;
-  EntryBlocks& operator=(const EntryBlocks&) = delete;
-  ~EntryBlocks() {
-    for (unsigned chunk = 0; chunk < used_; ++chunk) memory_.give(chunks_[chunk], bytes_of(chunk));
+  explicit EntryChunks(FoldMemory memory) : memory_(memory) {}
+  EntryChunks(const EntryChunks&) = delete;
+  EntryChunks& operator=(const EntryChunks&) = delete;
+  ~EntryChunks() {
+    for (unsigned chunk = 0; chunk < used_; ++chunk) memory_.free(chunks_[chunk], bytes_of(chunk));
   }
 
   std::uint32_t size() const { return size_; }
@@ -78,7 +78,7 @@ class EntryBlocks {
 
   bool add_chunk() {
     if (used_ == kMaxChunks) return false;
-    void* const memory = memory_.take(bytes_of(used_), Pages::kWhole);
+    void* const memory = memory_.allocate(bytes_of(used_), Pages::kWhole);
     if (memory == nullptr) return false;
     chunks_[used_++] = static_cast<Entry*>(memory);
     return true;
