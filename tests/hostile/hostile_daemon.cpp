@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 
 #include "rpc/socket.h"
@@ -93,6 +94,24 @@ void HostileDaemon::damage_area(char* area, std::size_t bytes) {
   }
 }
 
+bool HostileDaemon::is_asked() const {
+  pollfd wanted[2] = {{listeners_[0], POLLIN, 0}, {listeners_[1], POLLIN, 0}};
+  return ::poll(wanted, 2, 0) > 0;
+}
+
+// Values that are small at one time and large at another, where the client reads: ids, lengths,
+// slots and counts lie in the first words of a record and at its end. The client walks the records
+// meanwhile; it is done within the time, or asks for the next batch.
+void HostileDaemon::go_on_changing(char* area, std::size_t bytes) {
+  const std::size_t used = std::min<std::size_t>(bytes, 1 + draw(8000));
+  const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(1);
+  auto* const shown = reinterpret_cast<volatile char*>(area);
+  for (unsigned char value = 0; std::chrono::steady_clock::now() < end && !is_asked(); ++value) {
+    const char bits = value % 2 == 0 ? '\0' : static_cast<char>(value);
+    for (std::size_t i = 0; i < used; ++i) shown[i] = bits;
+  }
+}
+
 void HostileDaemon::answer(int fd) {
   RpcRequest record{};
   for (std::size_t got = 0; got < sizeof record;) {
@@ -107,7 +126,6 @@ void HostileDaemon::answer(int fd) {
   if (::shmctl(record.shmid, IPC_STAT, &about) == 0) {
     damage_area(static_cast<char*>(area), about.shm_segsz);
   }
-  ::shmdt(area);
 
   record.result = static_cast<std::int32_t>(percent(80) ? kCounts[draw(std::size(kCounts))]
                                                         : static_cast<std::uint32_t>(random_()));
@@ -128,6 +146,8 @@ void HostileDaemon::answer(int fd) {
   record.shmsize = static_cast<std::uint32_t>(random_());
   const std::size_t length = percent(mix_.close_early) ? draw(sizeof record) : sizeof record;
   (void)::send(fd, &record, length, MSG_NOSIGNAL);
+  if (percent(mix_.changing)) go_on_changing(static_cast<char*>(area), about.shm_segsz);
+  ::shmdt(area);
 }
 
 }  // namespace qsvmon::hostile

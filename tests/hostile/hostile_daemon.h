@@ -15,6 +15,7 @@ struct Mix {
   unsigned dictionary = 10;   ///< percent that claim dictionary tables
   unsigned last = 60;         ///< percent that end the listing
   unsigned most_batches = 5;  ///< after so many the listing always ends
+  unsigned changing = 0;      ///< percent after which the area goes on changing while it is read
 };
 
 /// A daemon that answers every request with damage: random records, counts, lengths, flags,
@@ -37,6 +38,8 @@ class HostileDaemon {
   void serve();
   void answer(int fd);
   void damage_area(char* area, std::size_t bytes);
+  void go_on_changing(char* area, std::size_t bytes);
+  bool is_asked() const;
   std::uint32_t draw(std::uint32_t below);
   bool percent(unsigned chance) { return draw(100) < chance; }
 

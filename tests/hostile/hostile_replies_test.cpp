@@ -8,6 +8,8 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <random>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -99,32 +101,71 @@ void change_dictionary(std::uint64_t block) {
   ASSERT_TRUE(hostile::ScratchRoot::set_dictionary(block % 2 == 0 ? "" : QSVMON_FAKE_DICT));
 }
 
-TEST(HostileReplies, NoRowOfTheTableIsHurtByThem) {
+/// Runs of commands against one daemon.
+struct Attack {
+  std::vector<hostile::CommandRow> rows;
+  std::span<const char* const> always;  ///< one of these words comes with every command
+  std::span<const char* const> words;   ///< and some of these
+  hostile::Mix mix;
+  std::uint64_t runs;
+};
+
+std::vector<std::string> draw_words(const Attack& attack, std::mt19937_64& random) {
+  std::vector<std::string> texts(random() % 6);
+  for (std::string& text : texts) text = attack.words[random() % attack.words.size()];
+  if (!attack.always.empty()) texts.push_back(attack.always[random() % attack.always.size()]);
+  return texts;
+}
+
+void withstand(const Attack& attack) {
   ::signal(SIGPIPE, SIG_IGN);
   const hostile::ScratchRoot root;
   const std::uint64_t seed = number_from("QSVMON_HOSTILE_SEED", 1);
-  const std::uint64_t runs = number_from("QSVMON_HOSTILE_RUNS", 2000);
-  const std::vector<hostile::CommandRow> rows = hostile::command_rows();
-  hostile::HostileDaemon daemon(seed, {});
+  hostile::HostileDaemon daemon(seed, attack.mix);
   {
     const hostile::MutedOut muted;
     std::mt19937_64 random(seed);
-    for (std::uint64_t run = 0; run < runs && !HasFailure(); ++run) {
+    for (std::uint64_t run = 0; run < attack.runs && !::testing::Test::HasFailure(); ++run) {
       const std::uint64_t block = run / kRunsWithOneDictionary;
       if (run % kRunsWithOneDictionary == 0) change_dictionary(block);
-      std::vector<std::string> texts(random() % 6);
-      for (std::string& text : texts) text = kWords[random() % std::size(kWords)];
+      std::vector<std::string> texts = draw_words(attack, random);
       std::vector<char*> words;
       for (std::string& text : texts) words.push_back(text.data());
       daemon.begin_command(run);
       const bool block_ends = (run + 1) % kRunsWithOneDictionary == 0;
-      EXPECT_TRUE(run_command(rows[random() % rows.size()], words, block_ends)) << "run " << run;
+      EXPECT_TRUE(run_command(attack.rows[random() % attack.rows.size()], words, block_ends))
+          << "run " << run;
     }
   }
   rpc_close(true);
-  RecordProperty("replies", std::to_string(daemon.replies()));
+  ::testing::Test::RecordProperty("replies", std::to_string(daemon.replies()));
   std::printf("%llu replies\n", static_cast<unsigned long long>(daemon.replies()));
-  EXPECT_GE(daemon.replies(), runs / 2);
+  EXPECT_GE(daemon.replies(), attack.runs / 2);
+}
+
+TEST(HostileReplies, NoRowOfTheTableIsHurtByThem) {
+  withstand({.rows = hostile::command_rows(),
+             .always = {},
+             .words = kWords,
+             .mix = {},
+             .runs = number_from("QSVMON_HOSTILE_RUNS", 2000)});
+}
+
+TEST(HostileReplies, NoListingIsHurtByAnAreaThatChangesWhileItIsRead) {
+  constexpr const char* kListTypes[] = {"listtype=dst",   "listtype=src",    "listtype=app",
+                                        "listtype=table", "listtype=detail", "listtype=host"};
+  constexpr const char* kReadingWords[] = {
+      "type=src", "type=ip",    "filter=1", "sort=flowcnt", "order=asc", "tid=1",    "itlgc_id=3",
+      "host=a",   "download=1", "keywd=a",  "json=1",       "apid=7",    "limit=10", "ip=10.0.0.1"};
+  std::vector<hostile::CommandRow> listings = hostile::command_rows();
+  std::erase_if(listings, [](const hostile::CommandRow& row) {
+    return row.entry->action.kind != Action::Kind::kHandler;
+  });
+  withstand({.rows = listings,
+             .always = kListTypes,
+             .words = kReadingWords,
+             .mix = {.close_early = 0, .bad_status = 0, .last = 30, .changing = 100},
+             .runs = number_from("QSVMON_HOSTILE_RUNS", 2000) / 10});
 }
 
 }  // namespace
