@@ -105,6 +105,16 @@ TEST_F(CusIpRng, OverlapsGiveTheRowMetFirst) {
   EXPECT_EQ(info(0x0a020001), "(none)");
 }
 
+// Ranges that share one address overlap there: the halving of two rows looks at the lower one
+// first.
+TEST_F(CusIpRng, ASharedEndIsAnOverlap) {
+  EXPECT_EQ(line("iprng=10.0.0.1-10.0.0.5 info=below"), "");
+  EXPECT_EQ(line("iprng=10.0.0.5-10.0.0.9 info=above"), "");
+  EXPECT_EQ(info(0x0a000004), "below");
+  EXPECT_EQ(info(0x0a000005), "below");
+  EXPECT_EQ(info(0x0a000006), "above");
+}
+
 TEST_F(CusIpRng, SearchesBetweenInsertsSeeAllRowsInOrder) {
   for (int i = 200; i > 0; --i) {
     EXPECT_EQ(line("iprng=10.0." + std::to_string(i) + ".0/24 info=n" + std::to_string(i)), "");
@@ -124,6 +134,23 @@ TEST_F(CusIpRng, RowsWithEqualStartsStandInTheOrderOfTheFile) {
   EXPECT_EQ(info(0x0a000002), "a");
   EXPECT_EQ(info(0x0a000004), "c");
   EXPECT_EQ(info(0x09000001), "below");
+}
+
+// Forty rows begin at 10.0.0.1 and end at 10.0.0.1, .2 ... .40, enough for a sort that is not
+// stable to mix them. The halving looks at row 19 and then, upwards, at rows 29, 34, 37, 38 and 39.
+TEST_F(CusIpRng, ManyRowsWithEqualStartsStandInTheOrderOfTheFile) {
+  for (int i = 0; i < 40; ++i) {
+    EXPECT_EQ(
+        line("iprng=10.0.0.1-10.0.0." + std::to_string(i + 1) + " info=n" + std::to_string(i)), "");
+  }
+  static constexpr struct {
+    std::uint32_t ip;
+    const char* info;
+  } kCases[] = {{0x0a000001, "n19"}, {0x0a000014, "n19"},   {0x0a000015, "n29"},
+                {0x0a00001e, "n29"}, {0x0a00001f, "n34"},   {0x0a000023, "n34"},
+                {0x0a000024, "n37"}, {0x0a000026, "n37"},   {0x0a000027, "n38"},
+                {0x0a000028, "n39"}, {0x0a000029, "(none)"}};
+  for (const auto& c : kCases) EXPECT_EQ(info(c.ip), c.info) << std::hex << c.ip;
 }
 
 TEST_F(CusIpRng, WideAndNarrowRangesWithoutOverlap) {
