@@ -93,6 +93,22 @@ TEST(Address, Ipv4TakesClassicShortForms) {
   EXPECT_EQ(addr, kUntouched);
 }
 
+// The characters on either side of the digits, at every place of every octet.
+TEST(Address, Ipv4OctetsAreDigitsAlone) {
+  for (const char wrong : {'/', ':'}) {
+    for (std::size_t at = 0; at < 15; ++at) {
+      std::string text = "111.122.133.144";
+      if (text[at] == '.') continue;
+      text[at] = wrong;
+      std::uint32_t addr = kUntouched;
+      EXPECT_EQ(parse_ipv4(text.c_str(), &addr), -1) << text;
+      text.erase(at + 1, 1);  // the octet's last place, or no dot behind it
+      EXPECT_EQ(parse_ipv4(text.c_str(), &addr), -1) << text;
+      EXPECT_EQ(addr, kUntouched) << text;
+    }
+  }
+}
+
 struct RangeCase {
   const char* text;
   int result;
@@ -250,6 +266,10 @@ constexpr MacCase kMacCases[] = {
     {"+1:+2:3:4:5:6", 0, {1, 2, 3, 4, 5, 6}},
     {"1:-2:3:4:5:-1", 0, {1, 0xfe, 3, 4, 5, 0xff}},
     {"1:2:3:4:5:0x6", 0, {1, 2, 3, 4, 5, 6}},
+    {"1-0x22-3-4-5-6", 0, {1, 0x22, 3, 4, 5, 6}},
+    {"1.0x22.3.4.5.6", 0, {1, 0x22, 3, 4, 5, 6}},
+    {"1-0x22-3-4-5:6", -1, {}},
+    {"1.0x22.3.4.5-6", -1, {}},
     {"1:2:3:4:5:0X6", 0, {1, 2, 3, 4, 5, 6}},
     {"1:2:3:4:5:6x", 0, {1, 2, 3, 4, 5, 6}},
     {"00:11:22:33:44", -1, {}},

@@ -52,6 +52,16 @@ TEST(Base64, known_texts_are_decoded_and_encoded) {
   }
 }
 
+// What lies behind a text is no part of it.
+TEST(Base64, texts_end_with_their_length) {
+  constexpr std::string_view kFollowed = "fo\xFF\xFF";
+  EXPECT_EQ("Zm8=", encoded(kFollowed.substr(0, 2)));
+  EXPECT_EQ("Zg==", encoded(kFollowed.substr(0, 1)));
+  EXPECT_EQ("fo", decoded("Zm9v"sv.substr(0, 3)));
+  EXPECT_EQ("f", decoded("Zm9v"sv.substr(0, 2)));
+  EXPECT_EQ("", decoded("Zm9v"sv.substr(0, 1)));
+}
+
 TEST(Base64, decoding_ends_at_the_first_character_outside_the_alphabet) {
   constexpr Pair kCases[] = {
       {"foo"sv, "Zm9v=Zm9v"sv},  // what follows the padding is ignored
