@@ -10,7 +10,7 @@ namespace qsvmon {
 namespace {
 
 /// A list of fewer is left as it is: dropping costs more than the memory is worth.
-constexpr std::uint64_t kWorthDropping = 1024;
+constexpr std::uint64_t kWorthDropping = 4096;
 
 /// No list gets that long: records of 4 bytes would fill the store before.
 constexpr std::uint32_t kNeverReached = std::uint32_t{1} << 31;
@@ -40,6 +40,7 @@ RecordList::RecordList(PageRange page, IsHidden is_hidden, FoldMemory memory)
 
 RecordList::~RecordList() {
   memory_.free(items_, room_ * sizeof *items_);
+  memory_.free(spare_, room_ * sizeof *spare_);
 }
 
 void RecordList::keep(std::uint32_t key, std::span<const char> record) {
@@ -64,22 +65,22 @@ bool RecordList::grow_items() {
   if (grown == nullptr) return false;
   if (size_ != 0) std::memcpy(grown, items_, size_ * sizeof *items_);
   memory_.free(items_, room_ * sizeof *items_);
+  memory_.free(spare_, room_ * sizeof *spare_);
+  spare_ = nullptr;
   items_ = grown;
   room_ = room;
   return true;
 }
 
 void RecordList::sort() {
-  std::uint64_t* spare = nullptr;
-  if (size_ > kFewItems) {
-    spare = static_cast<std::uint64_t*>(memory_.allocate(room_ * sizeof *items_, Pages::kOnTouch));
+  if (size_ > kFewItems && spare_ == nullptr) {
+    spare_ = static_cast<std::uint64_t*>(memory_.allocate(room_ * sizeof *spare_, Pages::kOnTouch));
   }
-  if (spare == nullptr) {  // the place in the lower half keeps equal keys as they came
+  if (size_ <= kFewItems || spare_ == nullptr) {  // the place keeps equal keys as they came
     sort_in_place({items_, size_});
-    return;
+  } else if (radix_sort(items_, spare_, size_).items == spare_) {
+    std::swap(items_, spare_);
   }
-  if (radix_sort(items_, spare, size_).items == spare) std::swap(items_, spare);
-  memory_.free(spare, room_ * sizeof *items_);
 }
 
 /// Whether the record is left out of the page. What is hidden once is hidden for good, and as it

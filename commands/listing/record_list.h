@@ -74,6 +74,7 @@ class RecordList {
   RecordStore records_;
   /// The key inverted in the upper half, the record's place in the lower: ascending is the order.
   std::uint64_t* items_ = nullptr;
+  std::uint64_t* spare_ = nullptr;  ///< to sort them, once that was done; as large
   std::size_t room_ = 0;
   std::uint32_t size_ = 0;
   std::uint32_t count_ = 0;

@@ -183,7 +183,7 @@ std::vector<PageRange> pages_of(std::uint32_t count, std::mt19937& random) {
 TEST(RecordList, every_page_is_that_of_all_records_sorted) {
   std::mt19937 random(1);
   for (int kind = 0; kind < 6; ++kind) {
-    for (const std::uint32_t count : {0U, 1U, 1024U, 1025U, 5000U}) {
+    for (const std::uint32_t count : {0U, 1U, 4096U, 4097U, 9500U}) {
       for (const int hidden_of_8 : {0, 1, 6, 8}) {
         std::vector<Item> items = items_of(kind, count, random);
         for (Item& item : items) item.hidden = static_cast<int>(random() % 8) < hidden_of_8;
@@ -219,7 +219,7 @@ TEST(RecordList, hidden_records_in_one_place_only) {
 TEST(RecordList, no_order_of_keys_keeps_more_than_twice_the_page) {
   std::mt19937 random(3);
   for (const PageRange page : {PageRange{0, 20}, PageRange{1000, 2000}}) {
-    const std::uint32_t most = std::max(1024U, 2 * page.end);
+    const std::uint32_t most = std::max(4096U, 2 * page.end);
     for (int kind = 0; kind < 6; ++kind) {
       RecordList list(page, is_hidden);
       for (const Item& item : items_of(kind, 50000, random)) {
@@ -273,7 +273,7 @@ TEST(RecordList, memory_follows_the_page) {
       EXPECT_EQ(200000U, list.count());
     }
     EXPECT_EQ(0U, bytes_now);
-    EXPECT_LE(bytes_most, (std::size_t{5} << 20) + (hidden ? std::size_t{16} << 18 : 0));
+    EXPECT_LE(bytes_most, (std::size_t{9} << 20) + (hidden ? std::size_t{16} << 18 : 0));
   }
 }
 
@@ -294,16 +294,16 @@ TEST(RecordList, records_are_dropped_silently_without_memory) {
   takes_left = 3;
   RecordList list(kAll, nullptr, kScarce);
   for (std::uint32_t i = 0; i < 5000; ++i) append(list, {i, i});
-  EXPECT_EQ(1024U, list.size());  // the keys could not be enlarged
+  EXPECT_EQ(4096U, list.size());  // the keys could not be enlarged
   takes_left = 1;
   for (std::uint32_t i = 5000; i < 6000; ++i) append(list, {i, i});
-  EXPECT_EQ(2024U, list.count());
+  EXPECT_EQ(5096U, list.count());
   takes_left = 0;  // sorts in place
   const Shown shown = page_of(list);
-  EXPECT_EQ(2024U, shown.count);
+  EXPECT_EQ(5096U, shown.count);
   EXPECT_EQ(5999U, shown.numbers.front());
   EXPECT_EQ(5000U, shown.numbers[999]);
-  EXPECT_EQ(1023U, shown.numbers[1000]);
+  EXPECT_EQ(4095U, shown.numbers[1000]);
   EXPECT_EQ(0U, shown.numbers.back());
 }
 

@@ -55,14 +55,14 @@ TEST(LoginFold, texts_end_with_their_fields) {
 TEST(LoginFold, every_record_is_counted_and_those_of_the_page_are_kept) {
   RecordList list({0, 2});
   LoginFold<TelnetLogRecord> fold(list);
-  std::vector<TelnetLogRecord> records(3000);
-  for (std::uint32_t i = 0; i < 3000; ++i) records[i].head.time = i;
+  std::vector<TelnetLogRecord> records(9000);
+  for (std::uint32_t i = 0; i < 9000; ++i) records[i].head.time = i;
   fold.add(records);
   list.sort();
-  EXPECT_EQ(3000U, list.count());
-  EXPECT_LT(list.size(), 1024U);
-  EXPECT_EQ(2999U, std::uint32_t{LoginEntry(list[0]).head.time});
-  EXPECT_EQ(2998U, std::uint32_t{LoginEntry(list[1]).head.time});
+  EXPECT_EQ(9000U, list.count());
+  EXPECT_LT(list.size(), 4096U);
+  EXPECT_EQ(8999U, std::uint32_t{LoginEntry(list[0]).head.time});
+  EXPECT_EQ(8998U, std::uint32_t{LoginEntry(list[1]).head.time});
 }
 
 // A daemon may be writing the area: texts that grow or shrink meanwhile stay within the entry.
