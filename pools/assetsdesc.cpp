@@ -1,7 +1,6 @@
 #include "pools/assetsdesc.h"
 
 #include <cstring>
-#include <iterator>
 
 #include "format/address.h"
 #include "format/lookup2.h"

@@ -1,6 +1,7 @@
 #include "commands/iptable/iptable_command.h"
 
 #include <cstring>
+#include <optional>
 
 #include "format/number.h"
 #include "format/printer.h"

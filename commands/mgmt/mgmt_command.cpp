@@ -1,7 +1,6 @@
 #include "commands/mgmt/mgmt_command.h"
 
 #include "format/printer.h"
-#include "platform/appliance_paths.h"
 #include "rpc/session.h"
 
 namespace qsvmon {

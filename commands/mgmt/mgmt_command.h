@@ -5,7 +5,6 @@
 #include <string_view>
 
 #include "rpc/wire/message_codes.h"
-#include "rpc/wire/request.h"
 #include "rpc/words.h"
 
 namespace qsvmon {

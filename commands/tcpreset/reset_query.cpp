@@ -1,6 +1,8 @@
 #include "commands/tcpreset/reset_query.h"
 
 #include <cstdio>
+#include <span>
+#include <string_view>
 
 namespace qsvmon {
 

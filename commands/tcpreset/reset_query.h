@@ -1,8 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
-#include <string_view>
 
 #include "commands/listing/row_order.h"
 #include "commands/listing/row_page.h"
