@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "tests/unit/support/scarce_memory.h"
+
 namespace qsvmon {
 namespace {
 
@@ -80,23 +82,18 @@ TEST(RowOrder, OfManyRowsInEveryDigit) {
   }
 }
 
-int allowed_takes = 0;
-void* scarce_take(std::size_t bytes, Pages pages) {
-  return allowed_takes-- > 0 ? large_memory_allocate(bytes, pages) : nullptr;
-}
+constexpr FoldMemory kScarce{ScarceMemory::allocate};
 
 TEST(RowOrder, SortsInPlaceWhenASecondCopyDoesNotFit) {
   Numbers counters;
   for (std::uint32_t i = 0; i < 3000; ++i) counters.push_back(i * 7919 % 101);
-  allowed_takes = 1;
-  expect_ordered(counters, order_of(counters, Direction::kLargestFirst, {.allocate = scarce_take}),
-                 true);
+  ScarceMemory::allow(1);
+  expect_ordered(counters, order_of(counters, Direction::kLargestFirst, kScarce), true);
 }
 
 TEST(RowOrder, StaysAsFirstSeenWithoutMemory) {
-  allowed_takes = 0;
-  EXPECT_EQ(order_of({1, 2, 3}, Direction::kLargestFirst, {.allocate = scarce_take}),
-            (Numbers{0, 1, 2}));
+  ScarceMemory::allow(0);
+  EXPECT_EQ(order_of({1, 2, 3}, Direction::kLargestFirst, kScarce), (Numbers{0, 1, 2}));
 }
 
 }  // namespace

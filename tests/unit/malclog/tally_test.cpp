@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tests/unit/malclog/malc_samples.h"
+#include "tests/unit/support/scarce_memory.h"
 
 namespace qsvmon {
 namespace {
@@ -105,20 +106,9 @@ TEST(Tally, ManyTalliesKeepTheirOwnBlocks) {
   }
 }
 
-int takes_left = 0;
-
-FoldMemory scarce(int takes) {
-  takes_left = takes;
-  return {[](std::size_t bytes, Pages pages) -> void* {
-            if (takes_left == 0) return nullptr;
-            --takes_left;
-            return large_memory_allocate(bytes, pages);
-          },
-          large_memory_free};
-}
-
 TEST(Tally, WithoutMemoryForABlockItStaysAsItWas) {
-  TallyBlocks blocks(scarce(0));
+  ScarceMemory::allow(0);
+  TallyBlocks blocks({ScarceMemory::allocate});
   Tally tally{};
   EXPECT_FALSE(blocks.count(tally, 0x1f));
   EXPECT_EQ(tally.slots, 0U);
@@ -129,7 +119,7 @@ TEST(Tally, WithoutMemoryForABlockItStaysAsItWas) {
   EXPECT_EQ(blocks.count_of(tally, 5), 0);
   EXPECT_FALSE(blocks.ready_for(0x1f));
   EXPECT_TRUE(blocks.ready_for(0xf));
-  takes_left = 1000;  // memory is back
+  ScarceMemory::allow(ScarceMemory::kAll);  // memory is back
   EXPECT_TRUE(blocks.count(tally, bit(2) | bit(5) | bit(6) | bit(7)));
   EXPECT_EQ(blocks.count_of(tally, 1), 1);
   EXPECT_EQ(blocks.count_of(tally, 2), 2);
