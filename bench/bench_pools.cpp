@@ -135,7 +135,7 @@ void read_lines_in_passes(benchmark::State& state) {
 }
 BENCHMARK(read_lines_in_passes)->Unit(benchmark::kMicrosecond);
 
-/// The first one with the C library's fgets and the loader's line buffer.
+/// The first one with fgets and the loader's line buffer.
 void read_lines_fgets(benchmark::State& state) {
   write_files(kAscending, kSpread);
   std::size_t lines = 0;
@@ -259,5 +259,20 @@ void label(benchmark::State& state, bool hit) {
 }
 BENCHMARK_CAPTURE(label, asset, true);
 BENCHMARK_CAPTURE(label, none, false);
+
+/// The same as a value to print, with nobody to read it.
+class NoReader : public Printer {
+  void drain(std::string_view) override {}
+};
+
+void printed_label(benchmark::State& state, bool hit) {
+  NoReader out;
+  run(state, kSpread, kEntries, true, [&](std::uint32_t i) {
+    out.put(AddressLabel{from_net32(asset_ip(i, kSpread) + (hit ? 0 : 1))});
+    return &out;
+  });
+}
+BENCHMARK_CAPTURE(printed_label, asset, true);
+BENCHMARK_CAPTURE(printed_label, none, false);
 
 }  // namespace

@@ -1,6 +1,6 @@
 // Both configuration files as one text of any bytes: read with every section, twice over, then
 // looked up with the addresses and texts that the text itself suggests. What the look-ups answer is
-// compared with a walk over all that was stored, where one is cheap.
+// checked against what was stored.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>

@@ -19,20 +19,20 @@ namespace {
 
 constexpr int kAddressBucketBits = 12;
 constexpr std::uint32_t kValueBuckets = 1024;
-constexpr std::uint32_t kFirstAutomaticId = 1024;  // group ids from here on are never given
+constexpr std::uint32_t kFirstAutomaticId = 1024;  // no line may name a group from here on
 constexpr std::uint32_t kMaxPid = 1024;
 constexpr std::size_t kReportedBytes = 660480;  // what the message always names
 
 struct AssetsPool {
   SpinLock lock;
-  SpinLock further_locks[256];
+  SpinLock further_locks[256];  ///< cleared with the pool; nothing here holds them
   std::uint32_t group_count;
   std::uint32_t groups_full;  ///< every slot below is in use
   std::uint32_t object_count;
   std::uint32_t objects_full;  ///< every slot below is in use
   std::uint32_t high_water;    ///< highest slot that a line named
-  std::uint32_t logicid;       ///< highest given so far
-  /// By a mix of the whole address, so that no set of addresses ends up in one chain.
+  std::uint32_t logicid;       ///< highest one so far
+  /// By a hash of the whole address: the addresses of a subnet must not share a chain.
   AssetsObject* by_address[1 << kAddressBucketBits];
   AssetsObject* by_value[kValueBuckets];
   AssetsGroup groups[kAssetsGroups];
@@ -80,6 +80,7 @@ void unlink(AssetsPool& pool, AssetsObject& object) {
   *at = object.next;
 }
 
+/// A line without a number gets the next one after the highest so far.
 std::uint32_t assign_logicid(AssetsPool& pool, std::uint32_t wanted) {
   if (wanted == 0) return ++pool.logicid;
   if (wanted > pool.logicid) pool.logicid = wanted;
@@ -97,6 +98,7 @@ void place(AssetsPool& pool, const AssetsObject& object) {
   ++pool.object_count;
 }
 
+/// KEEP: a text is known, too, when it begins a longer one in its bucket.
 bool is_known(const AssetsObject& object) {
   return object.kind == kAssetsText
              ? assetsobj_find_value(object.value.text, std::strlen(object.value.text)) != nullptr
@@ -118,6 +120,7 @@ const char* store(AssetsPool& pool, AssetsObject& object) {
   return nullptr;
 }
 
+/// The last "value" of a line counts, so nothing of an earlier one may be left.
 void set_value(AssetsObject& object, const char* text) {
   std::uint32_t ip = 0;
   object.value = {};
@@ -233,6 +236,7 @@ void assetsobj_line(RpcRequest& line) {
       set_value(object, words.value());
     }
   }
+  // KEEP: without an error word, and before anything else of the line is looked at.
   if (object.id > kAssetsObjects) return;
   // A line without a value names the address 0 as well.
   if (object.kind == kAssetsAddress && object.value.ip == 0) {

@@ -16,7 +16,8 @@ const ConfigSection* find_section(std::string_view word, std::span<const ConfigS
   return nullptr;
 }
 
-/// `line` is the record that the file's lines share.
+/// `line` is the record that the lines of a file share: a handler leaves what it reported in there,
+/// for the next one as well.
 void take_line(char* text, std::span<const ConfigSection> sections, RpcRequest& line) {
   while (*text == ' ') ++text;
   // Before the line is trimmed, since most lines of a pass are for another one.

@@ -31,7 +31,8 @@ int read_config_file(const char* path, std::span<const ConfigSection> sections);
 /// The same for an open file, from where it stands to its end; it stays open.
 void read_config(std::FILE* file, std::span<const ConfigSection> sections);
 
-/// Walks the key=value words of a line: blank-separated, up to the end or a word without "=".
+/// Goes through the key=value words of a line: blank-separated, up to the end or a word without
+/// "=".
 class LineWords {
  public:
   explicit LineWords(RpcRequest& line) : rest_(line.data) {}

@@ -28,7 +28,7 @@ struct CusIpPool {
 constinit PoolHolder<CusIpPool> holder;
 
 /// Where the pair is in the table of pairs seen, or the free place where it belongs. A stored pair
-/// is never 0, since its ends are not.
+/// is never 0, since `lo` and `hi` are not.
 std::uint64_t* find_seen(CusIpPool& pool, std::uint64_t pair) {
   std::uint32_t at = key_bucket(pair, kSeenBits);
   while (pool.seen[at] != 0 && pool.seen[at] != pair) at = (at + 1) % kSeenSlots;

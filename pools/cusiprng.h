@@ -6,7 +6,7 @@
 
 namespace qsvmon {
 
-/// One custom range of IPv4 addresses, both ends inclusive and in host order.
+/// One custom range of IPv4 addresses, from `lo` to `hi` inclusive, in host order.
 struct CusIpRange {
   std::uint32_t lo;
   std::uint32_t hi;

@@ -17,6 +17,7 @@
 namespace qsvmon {
 namespace {
 
+/// The first pass over the main file. Its failure is told, the second pass's is the same one.
 int load_descriptions() {
   static constexpr ConfigSection kSections[] = {{"mac", ipmacdesc_line},
                                                 {"malcitlgc", itlgc_pool_line}};
@@ -31,6 +32,8 @@ int load_descriptions() {
   return 0;
 }
 
+/// The second pass, for the lines that the first one skipped: the pools are built one after the
+/// other, and none is built once one has failed.
 int load_ranges() {
   static constexpr ConfigSection kSections[] = {{"cusiprng", cusiprng_line}};
   if (cusiprng_init() != 0) {
@@ -38,7 +41,7 @@ int load_ranges() {
     return -1;
   }
   if (read_config_file(kMainConfigPath, kSections) != 0) return -1;
-  cusiprng_sort();
+  cusiprng_sort();  // while there is one thread
   return 0;
 }
 
@@ -64,6 +67,7 @@ void put_label(Printer& out, const void* addr, int family) {
 }  // namespace
 
 int desc_pools_init() {
+  // Categories are names beside numbers; addresses can be labelled without them.
   if (itlgc_pool_init() != 0) put_message("itlgc_pool alloc fail\n");
   if (load_descriptions() != 0) return -1;
   if (load_ranges() != 0) return -1;

@@ -4,8 +4,9 @@
 
 namespace qsvmon {
 
-/// The top `bits` (1..32) of a mix of all of `key`: keys that differ anywhere, in the first octet
-/// of an address alone say, spread over all buckets.
+/// The top `bits` (1..32) of a hash of all of `key`, so that keys fall into different buckets
+/// wherever they differ: addresses of one appliance often share the first two octets, or the last
+/// two.
 constexpr std::uint32_t key_bucket(std::uint64_t key, int bits) {
   key ^= key >> 32;
   key *= 0xd6e8feb86659fd93;

@@ -7,7 +7,8 @@
 
 namespace qsvmon {
 
-/// Where pools get their zeroed memory: `large_memory_allocate`. Tests put a failing one in its place.
+/// Where pools get their zeroed memory: `large_memory_allocate`. Tests put a failing one in its
+/// place.
 extern void* (*pool_allocate)(std::size_t bytes, Pages pages);
 
 /// Owns one kind of pool for the whole process: the current pool and, since what it handed out
@@ -24,32 +25,32 @@ class PoolHolder {
   /// Puts a zeroed pool in the current one's place; null without memory, which leaves no pool. Most
   /// entries of a pool stay empty: their pages cost nothing.
   Pool* renew() {
-    auto* block = static_cast<Block*>(pool_allocate(sizeof(Block), Pages::kOnTouch));
+    auto* chunk = static_cast<Chunk*>(pool_allocate(sizeof(Chunk), Pages::kOnTouch));
     current_ = nullptr;
-    if (block == nullptr) return nullptr;
-    block->earlier = blocks_;
-    blocks_ = block;
-    current_ = &block->pool;
+    if (chunk == nullptr) return nullptr;
+    chunk->earlier = chunks_;
+    chunks_ = chunk;
+    current_ = &chunk->pool;
     return current_;
   }
 
   /// Frees the pool and all earlier ones.
   void release() {
     current_ = nullptr;
-    while (blocks_ != nullptr) {
-      Block* const earlier = blocks_->earlier;
-      large_memory_free(blocks_, sizeof(Block));
-      blocks_ = earlier;
+    while (chunks_ != nullptr) {
+      Chunk* const earlier = chunks_->earlier;
+      large_memory_free(chunks_, sizeof(Chunk));
+      chunks_ = earlier;
     }
   }
 
  private:
-  struct Block {
-    Block* earlier;
+  struct Chunk {
+    Chunk* earlier;
     Pool pool;
   };
 
-  Block* blocks_ = nullptr;
+  Chunk* chunks_ = nullptr;
   Pool* current_ = nullptr;
 };
 

@@ -16,6 +16,7 @@ int list_addresses(Daemon daemon, std::string_view module, Words words) {
       words);
   while (!batches.done()) {
     if (Status s = batches.fetch(); !s.ok()) return fail(s);
+    // A reply that has a length is text, one that has none is records.
     if (batches.request().replylen < 1) {
       print_addresses(standard_out(), batches.records<TableAddress>());
     } else {

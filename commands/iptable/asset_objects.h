@@ -23,7 +23,8 @@ Status parse_asset_query(Words words, AssetQuery& query);
 /// Prints "num1 num2 num3 name" on a line for each object.
 void print_asset_objects(Printer& out, std::span<const AssetObjectRecord> objects);
 
-/// The working area of 4096 records that a list takes, or null. Tests put in one that fails.
+/// Allocates the working area of 4096 records that a list needs, or returns null. Tests put in one
+/// that fails.
 using AllocateWorkArea = void* (*)(std::size_t bytes);
 
 /// Lists the asset objects. Returns 0 or -1.

@@ -70,30 +70,25 @@ constexpr ForwardRow kForwardRows[] = {
 
 TEST(Forward, EveryRowSendsItsWordsToItsDaemon) {
   for (const ForwardRow& row : kForwardRows) {
-    check_command({{row.module, row.subcommand, "a=1", "two words", ""},
-                   row.daemon,
-                   row.code,
-                   row.target,
-                   "a=1 two words  \0"s,
-                   row.kib * kKib,
-                   Reply::text("line\nno newline").with_result(9),
-                   "line\nno newline",
-                   0});
+    check_command({.words = {row.module, row.subcommand, "a=1", "two words", ""},
+                   .daemon = row.daemon,
+                   .code = row.code,
+                   .target = row.target,
+                   .text = "a=1 two words  \0"s,
+                   .kib = row.kib,
+                   .reply = Reply::text("line\nno newline").with_result(9),
+                   .out = "line\nno newline"});
   }
 }
 
 TEST(Forward, WithoutWordsTheTextIsEmpty) {
-  check_command(
-      {{"module", "list"}, Daemon::kLog, 387, "", "\0"s, 64 * kKib, Reply::nothing(), "", 0});
-  check_command({{"qsvtable", "list"},
-                 Daemon::kMgmt,
-                 2055,
-                 "qsvtable",
-                 "\0"s,
-                 2048 * kKib,
-                 Reply::nothing(),
-                 "",
-                 0});
+  check_command({.words = {"module", "list"}, .code = 387, .text = "\0"s});
+  check_command({.words = {"qsvtable", "list"},
+                 .daemon = Daemon::kMgmt,
+                 .code = 2055,
+                 .target = "qsvtable",
+                 .text = "\0"s,
+                 .kib = 2048});
 }
 
 TEST(Forward, PrintsTheTextWhenThereIsALength) {
@@ -109,60 +104,47 @@ TEST(Forward, PrintsTheTextWhenThereIsALength) {
       {Reply::records(std::string(65536, 'x'), 0).with_replylen(1), std::string(65536, 'x')},
   };
   for (const auto& c : cases) {
-    check_command({{"module", "stat"}, Daemon::kLog, 388, "", "\0"s, 64 * kKib, c.reply, c.out, 0});
+    check_command(
+        {.words = {"module", "stat"}, .code = 388, .text = "\0"s, .reply = c.reply, .out = c.out});
   }
 }
 
 TEST(Forward, AFailedCallPrintsItsErrorText) {
   const std::string long_text(128, 'e');
   for (const std::uint32_t status : {1U, 5U, 12U, 22U, 0x80000000U, 0xffffffffU}) {
-    check_command({{"module", "stat"},
-                   Daemon::kLog,
-                   388,
-                   "",
-                   "\0"s,
-                   64 * kKib,
-                   Reply::error(status, "no %d luck").with_replylen(9),
-                   "no %d luck\n",
-                   255});
+    check_command({.words = {"module", "stat"},
+                   .code = 388,
+                   .text = "\0"s,
+                   .reply = Reply::error(status, "no %d luck").with_replylen(9),
+                   .out = "no %d luck\n",
+                   .exit_status = 255});
   }
-  check_command({{"qsvtable", "set", "x"},
-                 Daemon::kMgmt,
-                 2053,
-                 "qsvtable",
-                 "x \0"s,
-                 64 * kKib,
-                 Reply::error(1, long_text),
-                 long_text + "\n",
-                 255});
-  check_command({{"qsvtable", "set", "x"},
-                 Daemon::kMgmt,
-                 2053,
-                 "qsvtable",
-                 "x \0"s,
-                 64 * kKib,
-                 Reply::error(1, ""),
-                 "\n",
-                 255});
+  check_command({.words = {"qsvtable", "set", "x"},
+                 .daemon = Daemon::kMgmt,
+                 .code = 2053,
+                 .target = "qsvtable",
+                 .text = "x \0"s,
+                 .reply = Reply::error(1, long_text),
+                 .out = long_text + "\n",
+                 .exit_status = 255});
+  check_command({.words = {"qsvtable", "set", "x"},
+                 .daemon = Daemon::kMgmt,
+                 .code = 2053,
+                 .target = "qsvtable",
+                 .text = "x \0"s,
+                 .reply = Reply::error(1, ""),
+                 .out = "\n",
+                 .exit_status = 255});
 }
 
 TEST(Forward, WhatDoesNotFitIsNotSent) {
   const std::string text(65534, 'w');  // with its blank and the NUL exactly 64 KiB
-  check_command({{"module", "list", text},
-                 Daemon::kLog,
-                 387,
-                 "",
-                 text + " \0"s,
-                 64 * kKib,
-                 Reply::nothing(),
-                 "",
-                 0});
+  check_command({.words = {"module", "list", text}, .code = 387, .text = text + " \0"s});
   check_sends_nothing({"module", "list", text + 'w'}, Daemon::kLog, "argument text too long\n",
                       255);
   check_sends_nothing({"module", "list", text, ""}, Daemon::kLog, "argument text too long\n", 255);
   const std::string name(127, 'm');
-  check_command(
-      {{name, "stat"}, Daemon::kLog, 2050, name, "\0"s, 16 * kKib, Reply::nothing(), "", 0});
+  check_command({.words = {name, "stat"}, .code = 2050, .target = name, .text = "\0"s, .kib = 16});
   check_sends_nothing({name + 'm', "stat"}, Daemon::kLog, "argument text too long\n", 255);
 }
 
@@ -195,30 +177,28 @@ TEST(KeyTable, SendsWordsFromTheFrontOfTheVector) {
       {{"keytbl", "list", "a", "b", "c", "d"}, "qsvmon keytbl list a \0"s},
   };
   for (const auto& c : cases) {
-    check_command(
-        {c.words, Daemon::kLog, 282, "", c.text, 4096, Reply::text("keys\n"), "keys\n", 0});
+    check_command({.words = c.words,
+                   .code = 282,
+                   .text = c.text,
+                   .kib = 4,
+                   .reply = Reply::text("keys\n"),
+                   .out = "keys\n"});
   }
 }
 
 TEST(KeyTable, EndsWithSuccessWhateverTheDaemonSaid) {
-  check_command({{"keytbl", "list"},
-                 Daemon::kLog,
-                 282,
-                 "",
-                 "\0"s,
-                 4096,
-                 Reply::error(3, "no keys"),
-                 "no keys\n",
-                 0});
-  check_command({{"keytbl", "list"},
-                 Daemon::kLog,
-                 282,
-                 "",
-                 "\0"s,
-                 4096,
-                 Reply().closing(),
-                 closed_line(),
-                 0});
+  check_command({.words = {"keytbl", "list"},
+                 .code = 282,
+                 .text = "\0"s,
+                 .kib = 4,
+                 .reply = Reply::error(3, "no keys"),
+                 .out = "no keys\n"});
+  check_command({.words = {"keytbl", "list"},
+                 .code = 282,
+                 .text = "\0"s,
+                 .kib = 4,
+                 .reply = Reply().closing(),
+                 .out = closed_line()});
 }
 
 TEST(InvalidCommands, AreNamedAndExitWithOne) {
@@ -316,15 +296,8 @@ TEST(SysBoot, PrintsSecondsAndMicroseconds) {
 
 TEST(CommandTable, AModuleWithoutTheSubcommandDoesNotEndTheSearch) {
   // The log daemon's assetsobj2 has no "get"; the verb of any module takes it.
-  check_command({{"assetsobj2", "get", "x"},
-                 Daemon::kLog,
-                 2054,
-                 "assetsobj2",
-                 "x \0"s,
-                 64 * kKib,
-                 Reply::nothing(),
-                 "",
-                 0});
+  check_command(
+      {.words = {"assetsobj2", "get", "x"}, .code = 2054, .target = "assetsobj2", .text = "x \0"s});
 }
 
 TEST(CommandTable, EveryHandlerGetsAnAreaOfItsRowsSizeAtItsDaemon) {

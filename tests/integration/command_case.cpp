@@ -46,7 +46,7 @@ void check_command(const CommandCase& c) {
   EXPECT_EQ(request.errtext(), c.target);
   EXPECT_EQ(request.datalen(), c.text.size());
   EXPECT_EQ(request.text, c.text);
-  EXPECT_EQ(request.segment_bytes, c.segment_bytes);
+  EXPECT_EQ(request.segment_bytes, c.kib * 1024);
   EXPECT_EQ(request.argval(), 0U);
   EXPECT_EQ(request.syncdesc(), 0U);
   check_new_record(request);

@@ -11,14 +11,14 @@ namespace qsvmon::harness {
 /// One run of the program that makes one request: what goes out and what comes of the answer.
 struct CommandCase {
   std::vector<std::string> words;
-  Daemon daemon;
+  Daemon daemon = Daemon::kLog;
   std::uint32_t code;
-  std::string target;         ///< `errtext` of the request
-  std::string text;           ///< the argument's bytes with their NUL; empty: `datalen` 0
-  std::size_t segment_bytes;  ///< size of the segment
-  Reply reply;
-  std::string out;
-  int exit_status;
+  std::string target = "";  ///< `errtext` of the request
+  std::string text = "";    ///< the argument's bytes with their NUL; empty: `datalen` 0
+  std::size_t kib = 64;     ///< size of the segment
+  Reply reply = Reply::nothing();
+  std::string out = "";
+  int exit_status = 0;
 };
 
 /// Runs the case and expects all of it, and that every other field of the request is as a new

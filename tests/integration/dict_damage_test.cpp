@@ -61,6 +61,27 @@ TEST(DictionaryDamage, OneThatWasCutOffIsRefused) {
   }
 }
 
+// FreeBSD's linker lets this part reach to the end of a page, beyond its segment; further it may
+// not.
+TEST(DictionaryDamage, WhatBecomesReadOnlyLiesInASegmentsPages) {
+  std::string library = whole_library();
+  Elf64_Ehdr header;
+  std::memcpy(&header, library.data(), sizeof header);
+  bool found = false;
+  for (std::size_t n = 0; n < header.e_phnum; ++n) {
+    Elf64_Phdr program;
+    char* at = library.data() + header.e_phoff + n * sizeof program;
+    std::memcpy(&program, at, sizeof program);
+    if (program.p_type != PT_GNU_RELRO) continue;
+    found = true;
+    program.p_memsz += 1 << 20;
+    std::memcpy(at, &program, sizeof program);
+  }
+  ASSERT_TRUE(found);
+  EXPECT_EQ(run_with(library).out,
+            "./usr/ramdisk/bin/dict.so: a program header names no segment\n");
+}
+
 TEST(DictionaryDamage, TheReasonHasTheFormOfTheLoaders) {
   std::string library = whole_library();
   library[offsetof(Elf64_Ehdr, e_machine)] ^= 1;

@@ -15,92 +15,29 @@ namespace {
 
 using namespace std::string_literals;
 
-constexpr std::size_t kKib = 1024;
-
 TEST(MgmtCommands, EveryRowSendsItsRequestAndPrintsTheText) {
+  // clang-format off
   const CommandCase cases[] = {
-      {{"qsvlog", "stat", "tag=x", "all"},
-       Daemon::kLog,
-       2050,
-       "qsvlog",
-       "tag=x all \0"s,
-       64 * kKib,
-       Reply::text("up 3 days\n").with_result(9),
-       "up 3 days\n",
-       0},
-      {{"qsvlog", "stat"},
-       Daemon::kLog,
-       2050,
-       "qsvlog",
-       "\0"s,
-       64 * kKib,
-       Reply::text("up"),
-       "up",
-       0},
-      {{"qsvquery", "stat"},
-       Daemon::kLog,
-       2050,
-       "qsvquery",
-       "",
-       64 * kKib,
-       Reply::text("idle\n").with_result(4),
-       "idle\n",
-       4},
-      {{"qsvquery", "stat", "extra"},
-       Daemon::kLog,
-       2050,
-       "qsvquery",
-       "",
-       64 * kKib,
-       Reply::text("idle\n"),
-       "idle\n",
-       0},
-      {{"worker", "stat", "taskid=7", "x"},
-       Daemon::kLog,
-       2050,
-       "worker",
-       "taskid=7 x \0"s,
-       2048 * kKib,
-       Reply::text("task 7: busy\n").with_result(1),
-       "task 7: busy\n",
-       1},
-      {{"worker", "list", "type=a"},
-       Daemon::kLog,
-       2055,
-       "worker",
-       "type=a \0"s,
-       8192 * kKib,
-       Reply::text("1 a\n2 a\n").with_result(2),
-       "1 a\n2 a\n",
-       0},
-      {{"worker", "add", "taskname=sweep"},
-       Daemon::kLog,
-       2051,
-       "worker",
-       "taskname=sweep \0"s,
-       4096 * kKib,
-       Reply::text("").with_result(3),
-       "",
-       3},
-      {{"disk", "stat"},
-       Daemon::kLog,
-       2050,
-       "disk",
-       "",
-       2048 * kKib,
-       Reply::text("90% used\n").with_result(5),
-       "90% used\n",
-       0},
-      {{"disk", "stat", "ignored"},
-       Daemon::kLog,
-       2050,
-       "disk",
-       "",
-       2048 * kKib,
-       Reply::text("90% used\n"),
-       "90% used\n",
-       0},
+      {.words = {"qsvlog", "stat", "tag=x", "all"}, .code = 2050, .target = "qsvlog",
+       .text = "tag=x all \0"s, .reply = Reply::text("up 3 days\n").with_result(9), .out = "up 3 days\n"},
+      {.words = {"qsvlog", "stat"}, .code = 2050, .target = "qsvlog",
+       .text = "\0"s, .reply = Reply::text("up"), .out = "up"},
+      {.words = {"qsvquery", "stat"}, .code = 2050, .target = "qsvquery",
+       .reply = Reply::text("idle\n").with_result(4), .out = "idle\n", .exit_status = 4},
+      {.words = {"qsvquery", "stat", "extra"}, .code = 2050, .target = "qsvquery",
+       .reply = Reply::text("idle\n"), .out = "idle\n"},
+      {.words = {"worker", "stat", "taskid=7", "x"}, .code = 2050, .target = "worker",
+       .text = "taskid=7 x \0"s, .kib = 2048, .reply = Reply::text("task 7: busy\n").with_result(1), .out = "task 7: busy\n", .exit_status = 1},
+      {.words = {"worker", "list", "type=a"}, .code = 2055, .target = "worker",
+       .text = "type=a \0"s, .kib = 8192, .reply = Reply::text("1 a\n2 a\n").with_result(2), .out = "1 a\n2 a\n"},
+      {.words = {"worker", "add", "taskname=sweep"}, .code = 2051, .target = "worker",
+       .text = "taskname=sweep \0"s, .kib = 4096, .reply = Reply::text("").with_result(3), .exit_status = 3},
+      {.words = {"disk", "stat"}, .code = 2050, .target = "disk",
+       .kib = 2048, .reply = Reply::text("90% used\n").with_result(5), .out = "90% used\n"},
+      {.words = {"disk", "stat", "ignored"}, .code = 2050, .target = "disk",
+       .kib = 2048, .reply = Reply::text("90% used\n"), .out = "90% used\n"},
   };
+  // clang-format on
   for (const CommandCase& c : cases) check_command(c);
 }
 
@@ -113,70 +50,58 @@ TEST(MgmtCommands, TheResultIsAnExitStatus) {
                      {0x80000000, 0}};
   for (const auto& c : cases) {
     for (const char* verb : {"add", "stat"}) {
-      check_command({{"worker", verb},
-                     Daemon::kLog,
-                     verb == "add"s ? 2051U : 2050U,
-                     "worker",
-                     "\0"s,
-                     (verb == "add"s ? 4096 : 2048) * kKib,
-                     Reply::text("t").with_result(c.result),
-                     "t",
-                     c.exit_status});
+      check_command({.words = {"worker", verb},
+                     .code = verb == "add"s ? 2051U : 2050U,
+                     .target = "worker",
+                     .text = "\0"s,
+                     .kib = verb == "add"s ? 4096U : 2048U,
+                     .reply = Reply::text("t").with_result(c.result),
+                     .out = "t",
+                     .exit_status = c.exit_status});
     }
   }
 }
 
 TEST(MgmtCommands, TheTextIsPrintedWhateverItsLengthSays) {
   for (const std::uint32_t replylen : {0U, 1U, 0xffffffffU}) {
-    check_command({{"qsvlog", "stat"},
-                   Daemon::kLog,
-                   2050,
-                   "qsvlog",
-                   "\0"s,
-                   64 * kKib,
-                   Reply::text("whole\n").with_replylen(replylen),
-                   "whole\n",
-                   0});
+    check_command({.words = {"qsvlog", "stat"},
+                   .code = 2050,
+                   .target = "qsvlog",
+                   .text = "\0"s,
+                   .reply = Reply::text("whole\n").with_replylen(replylen),
+                   .out = "whole\n"});
   }
 }
 
 TEST(MgmtCommands, TheTextIsNoFormat) {
-  check_command({{"qsvlog", "stat"},
-                 Daemon::kLog,
-                 2050,
-                 "qsvlog",
-                 "\0"s,
-                 64 * kKib,
-                 Reply::text("100%s %n %d\n"),
-                 "100%s %n %d\n",
-                 0});
+  check_command({.words = {"qsvlog", "stat"},
+                 .code = 2050,
+                 .target = "qsvlog",
+                 .text = "\0"s,
+                 .reply = Reply::text("100%s %n %d\n"),
+                 .out = "100%s %n %d\n"});
 }
 
 TEST(MgmtCommands, ATextWithoutEndStopsAtTheEndOfTheArea) {
-  const std::string full(64 * kKib, 'x');
-  check_command({{"qsvlog", "stat"},
-                 Daemon::kLog,
-                 2050,
-                 "qsvlog",
-                 "\0"s,
-                 64 * kKib,
-                 Reply::records(full, 0),
-                 full,
-                 0});
+  const std::string full(65536, 'x');
+  check_command({.words = {"qsvlog", "stat"},
+                 .code = 2050,
+                 .target = "qsvlog",
+                 .text = "\0"s,
+                 .reply = Reply::records(full, 0),
+                 .out = full});
 }
 
 TEST(MgmtCommands, WhatNobodyOverwroteIsTheArgumentText) {
   Reply silent_success;
   silent_success.fill_area = false;
-  check_command({{"worker", "list", "type=a", "b"},
-                 Daemon::kLog,
-                 2055,
-                 "worker",
-                 "type=a b \0"s,
-                 8192 * kKib,
-                 silent_success,
-                 "type=a b ",
-                 0});
+  check_command({.words = {"worker", "list", "type=a", "b"},
+                 .code = 2055,
+                 .target = "worker",
+                 .text = "type=a b \0"s,
+                 .kib = 8192,
+                 .reply = silent_success,
+                 .out = "type=a b "});
 }
 
 TEST(MgmtCommands, AFailedCallPrintsItsErrorTextAlone) {
@@ -192,26 +117,31 @@ TEST(MgmtCommands, AFailedCallPrintsItsErrorTextAlone) {
       {{"worker", "stat"}, 2050, "\0"s, 2048}, {{"disk", "stat"}, 2050, "", 2048},
   };
   for (const auto& c : cases) {
-    check_command({c.words, Daemon::kLog, c.code, c.words[0], c.text, c.kib * kKib,
-                   Reply::error(9, "no %s such thing").with_result(4), "no %s such thing\n", 255});
+    check_command({.words = c.words,
+                   .code = c.code,
+                   .target = c.words[0],
+                   .text = c.text,
+                   .kib = c.kib,
+                   .reply = Reply::error(9, "no %s such thing").with_result(4),
+                   .out = "no %s such thing\n",
+                   .exit_status = 255});
     // KEEP: a field without a NUL is read to its end and no further.
-    check_command({c.words, Daemon::kLog, c.code, c.words[0], c.text, c.kib * kKib,
-                   Reply::error(1, long_text), long_text + "\n", 255});
+    check_command({.words = c.words,
+                   .code = c.code,
+                   .target = c.words[0],
+                   .text = c.text,
+                   .kib = c.kib,
+                   .reply = Reply::error(1, long_text),
+                   .out = long_text + "\n",
+                   .exit_status = 255});
   }
 }
 
 TEST(MgmtCommands, WordsThatDoNotFitTheAreaAreRefused) {
   // The word, its blank and the NUL fill the 65536 bytes.
   const std::string fits(65534, 'w');
-  check_command({{"qsvlog", "stat", fits},
-                 Daemon::kLog,
-                 2050,
-                 "qsvlog",
-                 fits + " \0"s,
-                 64 * kKib,
-                 Reply::nothing(),
-                 "",
-                 0});
+  check_command(
+      {.words = {"qsvlog", "stat", fits}, .code = 2050, .target = "qsvlog", .text = fits + " \0"s});
   check_sends_nothing({"qsvlog", "stat", fits + 'w'}, Daemon::kLog, "argument text too long\n",
                       255);
 }
@@ -228,132 +158,57 @@ TEST(MgmtCommands, WithoutADaemonTheSessionDoesNotOpen) {
 struct UnreachedCase {
   const char* module;
   const char* verb;
-  std::vector<std::string> words;
+  std::vector<std::string> words = {};
   std::uint32_t code;
-  std::string text;  // with its NUL; empty: nothing
-  int on_success;    // the return value when the daemon's result is 6
-  bool strict;
-  const char* usage;  // null: no word is needed
+  std::string text = "";  // with its NUL; empty: nothing
+  int on_success = 0;     // the return value when the daemon's result is 6
+  bool strict = false;
+  const char* usage = nullptr;  // null: no word is needed
 };
 
 const std::vector<UnreachedCase>& unreached_cases() {
+  // clang-format off
   static const std::vector<UnreachedCase> cases = {
-      {"korvlog", "list", {"x"}, 2055, "\0"s, 0, true, nullptr},
-      {"korvlog", "stat", {"x"}, 2050, "", 0, true, nullptr},
-      {"korvlog",
-       "add",
-       {"name=a", "port=5", "c"},
-       2051,
-       "name=a port=5 c \0"s,
-       0,
-       false,
-       "usage: name=str port=nn...\n"},
-      {"korvlog",
-       "remove",
-       {"port=5"},
-       2052,
-       "port=5 \0"s,
-       0,
-       false,
-       "usage: name=str port=nn...\n"},
-      {"korvlog",
-       "set",
-       {"name=a", "port=5"},
-       2053,
-       "name=a port=5 \0"s,
-       0,
-       false,
-       "usage: name=str port=nn...\n"},
-      {"korvlog",
-       "config",
-       {"buffree=1", "allowfiletodb=0"},
-       2057,
-       "buffree=1 allowfiletodb=0 \0"s,
-       0,
-       false,
-       "usage: buffree=0|1...\n"},
-      {"auth",
-       "list",
-       {"page=1", "limit=2", "auth=3", "ipaddr=4", "mac=5", "customer=6", "grpid=7"},
-       2055,
-       "page=1 limit=2 auth=3 ipaddr=4 mac=5 customer=6 grpid=7 \0"s,
-       0,
-       false,
-       nullptr},
-      {"auth", "list", {}, 2055, "\0"s, 0, false, nullptr},
-      {"auth", "set", {"ttl=60"}, 2053, "ttl=60 \0"s, 0, false, "usage: ttl=nn...\n"},
-      {"auth", "stat", {"x"}, 2050, "\0"s, 0, false, nullptr},
-      {"auth",
-       "add",
-       {"ipaddr=1.2.3.4", "ipname=n", "grpid=2"},
-       2051,
-       "ipaddr=1.2.3.4 ipname=n grpid=2 \0"s,
-       0,
-       false,
-       "usage: ttl=nn...\n"},
-      {"auth",
-       "remove",
-       {"ipaddr=1.2.3.4"},
-       2052,
-       "ipaddr=1.2.3.4 \0"s,
-       0,
-       false,
-       "usage: ipaddr=x.x.x.x\n"},
-      {"node_manage",
-       "add",
-       {"ipaddr=1.2.3.4"},
-       2051,
-       "ipaddr=1.2.3.4 \0"s,
-       6,
-       false,
-       "usage: ipaddr=x.x.x.x\n"},
-      {"node_manage", "list", {"x"}, 2055, "\0"s, 0, false, nullptr},
-      {"node_manage",
-       "remove",
-       {"ipaddr=1.2.3.4"},
-       2052,
-       "ipaddr=1.2.3.4 \0"s,
-       0,
-       false,
-       "usage: ipaddr=x.x.x.x\n"},
-      {"node_manage", "stat", {"x"}, 2050, "\0"s, 0, true, nullptr},
-      {"node_manage", "load", {"x"}, 2056, "", 0, true, nullptr},
-      {"virdevice", "list", {"x"}, 2055, "\0"s, 0, true, nullptr},
-      {"virdevice",
-       "add",
-       {"devid=1", "devname=d", "ipgrp=2", "grpname=g", "grptype=3"},
-       2051,
-       "devid=1 devname=d ipgrp=2 grpname=g grptype=3 \0"s,
-       0,
-       false,
-       "usage:  devid=nnn devname=xxx ipgrp=xxx grpname=xxx...\n"},
-      {"virdevice",
-       "remove",
-       {"devid=1"},
-       2052,
-       "devid=1 \0"s,
-       0,
-       false,
-       "usage: name=str port=nn...\n"},
-      {"device", "list", {"x"}, 2055, "\0"s, 0, true, nullptr},
-      {"device",
-       "add",
-       {"id=1", "name=n", "addr=a"},
-       2051,
-       "id=1 name=n addr=a \0"s,
-       0,
-       false,
-       "usage:id=nnn name=xxx addr=xxxx...\n"},
-      {"device", "remove", {"id=1"}, 2052, "id=1 \0"s, 0, false, "usage: id=nnn...\n"},
-      {"device",
-       "config",
-       {"id=1", "name=n", "addr=a"},
-       2057,
-       "id=1 name=n addr=a \0"s,
-       0,
-       false,
-       "usage:id=nnn name=xxx addr=xxxx...\n"},
+      {.module = "korvlog", .verb = "list", .words = {"x"}, .code = 2055, .text = "\0"s, .strict = true},
+      {.module = "korvlog", .verb = "stat", .words = {"x"}, .code = 2050, .strict = true},
+      {.module = "korvlog", .verb = "add", .words = {"name=a", "port=5", "c"}, .code = 2051, .text = "name=a port=5 c \0"s,
+       .usage = "usage: name=str port=nn...\n"},
+      {.module = "korvlog", .verb = "remove", .words = {"port=5"}, .code = 2052, .text = "port=5 \0"s,
+       .usage = "usage: name=str port=nn...\n"},
+      {.module = "korvlog", .verb = "set", .words = {"name=a", "port=5"}, .code = 2053, .text = "name=a port=5 \0"s,
+       .usage = "usage: name=str port=nn...\n"},
+      {.module = "korvlog", .verb = "config", .words = {"buffree=1", "allowfiletodb=0"}, .code = 2057, .text = "buffree=1 allowfiletodb=0 \0"s,
+       .usage = "usage: buffree=0|1...\n"},
+      {.module = "auth", .verb = "list", .words = {"page=1", "limit=2", "auth=3", "ipaddr=4", "mac=5", "customer=6", "grpid=7"}, .code = 2055, .text = "page=1 limit=2 auth=3 ipaddr=4 mac=5 customer=6 grpid=7 \0"s},
+      {.module = "auth", .verb = "list", .words = {}, .code = 2055, .text = "\0"s},
+      {.module = "auth", .verb = "set", .words = {"ttl=60"}, .code = 2053, .text = "ttl=60 \0"s,
+       .usage = "usage: ttl=nn...\n"},
+      {.module = "auth", .verb = "stat", .words = {"x"}, .code = 2050, .text = "\0"s},
+      {.module = "auth", .verb = "add", .words = {"ipaddr=1.2.3.4", "ipname=n", "grpid=2"}, .code = 2051, .text = "ipaddr=1.2.3.4 ipname=n grpid=2 \0"s,
+       .usage = "usage: ttl=nn...\n"},
+      {.module = "auth", .verb = "remove", .words = {"ipaddr=1.2.3.4"}, .code = 2052, .text = "ipaddr=1.2.3.4 \0"s,
+       .usage = "usage: ipaddr=x.x.x.x\n"},
+      {.module = "node_manage", .verb = "add", .words = {"ipaddr=1.2.3.4"}, .code = 2051, .text = "ipaddr=1.2.3.4 \0"s, .on_success = 6,
+       .usage = "usage: ipaddr=x.x.x.x\n"},
+      {.module = "node_manage", .verb = "list", .words = {"x"}, .code = 2055, .text = "\0"s},
+      {.module = "node_manage", .verb = "remove", .words = {"ipaddr=1.2.3.4"}, .code = 2052, .text = "ipaddr=1.2.3.4 \0"s,
+       .usage = "usage: ipaddr=x.x.x.x\n"},
+      {.module = "node_manage", .verb = "stat", .words = {"x"}, .code = 2050, .text = "\0"s, .strict = true},
+      {.module = "node_manage", .verb = "load", .words = {"x"}, .code = 2056, .strict = true},
+      {.module = "virdevice", .verb = "list", .words = {"x"}, .code = 2055, .text = "\0"s, .strict = true},
+      {.module = "virdevice", .verb = "add", .words = {"devid=1", "devname=d", "ipgrp=2", "grpname=g", "grptype=3"}, .code = 2051, .text = "devid=1 devname=d ipgrp=2 grpname=g grptype=3 \0"s,
+       .usage = "usage:  devid=nnn devname=xxx ipgrp=xxx grpname=xxx...\n"},
+      {.module = "virdevice", .verb = "remove", .words = {"devid=1"}, .code = 2052, .text = "devid=1 \0"s,
+       .usage = "usage: name=str port=nn...\n"},
+      {.module = "device", .verb = "list", .words = {"x"}, .code = 2055, .text = "\0"s, .strict = true},
+      {.module = "device", .verb = "add", .words = {"id=1", "name=n", "addr=a"}, .code = 2051, .text = "id=1 name=n addr=a \0"s,
+       .usage = "usage:id=nnn name=xxx addr=xxxx...\n"},
+      {.module = "device", .verb = "remove", .words = {"id=1"}, .code = 2052, .text = "id=1 \0"s,
+       .usage = "usage: id=nnn...\n"},
+      {.module = "device", .verb = "config", .words = {"id=1", "name=n", "addr=a"}, .code = 2057, .text = "id=1 name=n addr=a \0"s,
+       .usage = "usage:id=nnn name=xxx addr=xxxx...\n"},
   };
+  // clang-format on
   return cases;
 }
 

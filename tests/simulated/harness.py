@@ -17,6 +17,7 @@ RUNNER = os.environ.get("FREEBSD_RUN")
 if RUNNER:
     CLIENT = os.path.join(os.environ["FREEBSD_BUILD"], "qsvmon-here")
     DICTIONARY = os.path.join(os.environ["FREEBSD_BUILD"], "sim", "dict.so")
+CLIENT_COMMAND = [RUNNER, CLIENT] if RUNNER else [CLIENT]
 SIMULATOR = os.environ.get("QSVSIM_PROGRAM", "qsvsim")
 DATA = os.path.join(os.path.dirname(os.path.abspath(__file__)), "data")
 

@@ -129,6 +129,15 @@ TEST_F(DescPools, BeforeInitialisationThereAreNoLabels) {
   EXPECT_EQ(itlgc_pool(), nullptr);
 }
 
+// Descriptions come first: without their pool the others are not asked.
+TEST_F(DescPools, WithoutThePoolOfDescriptionsThereAreNoLabels) {
+  EXPECT_EQ(cusiprng_init(), 0);
+  EXPECT_EQ(error_of(cusiprng_line, "iprng=10.0.0.1 info=lab"), "");
+  EXPECT_EQ(label(Bytes4{10, 0, 0, 1}), "(none)");
+  EXPECT_EQ(ipmacdesc_init(), 0);
+  EXPECT_EQ(label(Bytes4{10, 0, 0, 1}), "lab");
+}
+
 TEST_F(DescPools, AMissingAssetsFileIsNoFault) {
   write_main(kMain);
   EXPECT_EQ(printed_by_init(0), "");
