@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/unit/support/scarce_memory.h"
+
 namespace qsvmon {
 namespace {
 
@@ -277,28 +279,24 @@ TEST(RecordList, memory_follows_the_page) {
   }
 }
 
-int takes_left = 0;
-void* scarce_take(std::size_t bytes, Pages pages) {
-  return takes_left-- > 0 ? large_memory_allocate(bytes, pages) : nullptr;
-}
+constexpr FoldMemory kScarce{ScarceMemory::allocate};
 
 TEST(RecordList, records_are_dropped_silently_without_memory) {
-  constexpr FoldMemory kScarce{.allocate = scarce_take};
   for (int takes = 0; takes < 3; ++takes) {  // keys, the table of chunks, the chunk
-    takes_left = takes;
+    ScarceMemory::allow(takes);
     RecordList list(kAll, nullptr, kScarce);
     append(list, {1, 1});
     EXPECT_EQ(0U, list.size());
     EXPECT_EQ(0U, list.count());
   }
-  takes_left = 3;
+  ScarceMemory::allow(3);
   RecordList list(kAll, nullptr, kScarce);
   for (std::uint32_t i = 0; i < 5000; ++i) append(list, {i, i});
   EXPECT_EQ(4096U, list.size());  // the keys could not be enlarged
-  takes_left = 1;
+  ScarceMemory::allow(1);
   for (std::uint32_t i = 5000; i < 6000; ++i) append(list, {i, i});
   EXPECT_EQ(5096U, list.count());
-  takes_left = 0;  // sorts in place
+  ScarceMemory::allow(0);  // sorts in place
   const Shown shown = page_of(list);
   EXPECT_EQ(5096U, shown.count);
   EXPECT_EQ(5999U, shown.numbers.front());
@@ -310,8 +308,8 @@ TEST(RecordList, records_are_dropped_silently_without_memory) {
 TEST(RecordList, drops_in_place_when_a_second_copy_does_not_fit) {
   std::mt19937 random(5);
   const std::vector<Item> items = items_of(0, 9000, random);
-  takes_left = 3;
-  RecordList list({300, 500}, nullptr, {.allocate = scarce_take});
+  ScarceMemory::allow(3);
+  RecordList list({300, 500}, nullptr, kScarce);
   for (const Item& item : items) append(list, item);
   EXPECT_EQ(plain_model(items, {300, 500}), page_of(list));
 }

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/unit/support/scarce_memory.h"
+
 namespace qsvmon {
 namespace {
 
@@ -83,26 +85,23 @@ TEST(RecordStore, what_moves_together_stays_whole_and_makes_room) {
   }
 }
 
-int takes_left = 0;
-void* scarce_take(std::size_t bytes, Pages pages) {
-  return takes_left-- > 0 ? large_memory_allocate(bytes, pages) : nullptr;
-}
+constexpr FoldMemory kScarce{ScarceMemory::allocate};
 
 TEST(RecordStore, without_memory_nothing_is_added) {
   for (int takes = 0; takes < 2; ++takes) {  // the table of chunks, the chunk
-    takes_left = takes;
-    RecordStore store({.allocate = scarce_take});
+    ScarceMemory::allow(takes);
+    RecordStore store(kScarce);
     std::uint32_t place = 77;
     EXPECT_FALSE(store.add(std::string("abc"), place));
     EXPECT_EQ(77U, place);
   }
-  takes_left = 2;
-  RecordStore store({.allocate = scarce_take});
+  ScarceMemory::allow(2);
+  RecordStore store(kScarce);
   const std::string record(65532, 'x');  // 64 of them, with 4 bytes each, fill the 4 MiB
   std::uint32_t place = 0;
   for (int i = 0; i < 64; ++i) EXPECT_TRUE(store.add(record, place)) << i;
   EXPECT_FALSE(store.add(std::string("x"), place));
-  takes_left = 1;
+  ScarceMemory::allow(1);
   EXPECT_TRUE(store.add(std::string("x"), place));
   EXPECT_EQ("x", text_of(store[place]));
 }
