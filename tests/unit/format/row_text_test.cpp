@@ -11,7 +11,7 @@
 namespace qsvmon {
 namespace {
 
-TEST(RowText, parts_stand_behind_each_other) {
+TEST(RowText, PartsStandBehindEachOther) {
   const std::uint8_t mac[6] = {0, 0x1A, 0xFF, 9, 0xA0, 0x10};
   MemoryPrinter out;
   out.put("before ");
@@ -22,13 +22,12 @@ TEST(RowText, parts_stand_behind_each_other) {
     row.put(Ipv4Text{0xFFFFFFFF}, "|", Ipv4Text{0}, "|", MacText{mac}, "}");
   }
   out.put(" behind");
-  EXPECT_EQ(
-      "before {65535,4294967295,0|text|10.0.0.255|255.255.255.255|0.0.0.0|00-1a-ff-09-a0-10} "
-      "behind",
-      out.str());
+  EXPECT_EQ(out.str(),
+            "before {65535,4294967295,0|text|10.0.0.255|255.255.255.255|0.0.0.0|00-1a-ff-09-a0-10} "
+            "behind");
 }
 
-TEST(RowText, rows_come_out_in_order_however_many) {
+TEST(RowText, RowsComeOutInOrderHoweverMany) {
   MemoryPrinter out;
   std::string expected;
   for (std::uint32_t i = 0; i < 5000; ++i) {
@@ -36,13 +35,13 @@ TEST(RowText, rows_come_out_in_order_however_many) {
     row.put("<", i, ">");
     expected += "<" + std::to_string(i) + ">";
   }
-  EXPECT_EQ(expected, out.str());
+  EXPECT_EQ(out.str(), expected);
 }
 
-TEST(RowText, nothing_put_is_nothing_printed) {
+TEST(RowText, NothingPutIsNothingPrinted) {
   MemoryPrinter out;
   { const RowText row(out, 10); }
-  EXPECT_EQ("", out.str());
+  EXPECT_EQ(out.str(), "");
 }
 
 }  // namespace

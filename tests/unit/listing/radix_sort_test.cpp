@@ -34,24 +34,24 @@ Sorted sorted(Items items) {
   return {{done.items, done.items + items.size()}, done.passes};
 }
 
-TEST(RadixSort, equal_keys_stay_as_they_stand) {
+TEST(RadixSort, EqualKeysStayAsTheyStand) {
   const Items items = {item(5, 9), item(0xFFFFFFFF, 8), item(5, 7), item(0, 6), item(5, 10)};
-  EXPECT_EQ((Items{item(0, 6), item(5, 9), item(5, 7), item(5, 10), item(0xFFFFFFFF, 8)}),
-            sorted(items).items);
+  EXPECT_EQ(sorted(items).items,
+            (Items{item(0, 6), item(5, 9), item(5, 7), item(5, 10), item(0xFFFFFFFF, 8)}));
 }
 
-TEST(RadixSort, nothing_and_one_item_take_no_pass) {
-  EXPECT_EQ(0U, sorted({}).passes);
-  EXPECT_EQ(0U, sorted({item(7, 7)}).passes);
-  EXPECT_EQ((Items{item(7, 7)}), sorted({item(7, 7)}).items);
+TEST(RadixSort, NothingAndOneItemTakeNoPass) {
+  EXPECT_EQ(sorted({}).passes, 0U);
+  EXPECT_EQ(sorted({item(7, 7)}).passes, 0U);
+  EXPECT_EQ(sorted({item(7, 7)}).items, (Items{item(7, 7)}));
 }
 
-TEST(RadixSort, a_pass_for_each_11_bits_in_which_keys_differ) {
-  EXPECT_EQ(0U, sorted(items_of({7, 7, 7})).passes);
-  EXPECT_EQ(1U, sorted(items_of({7, 8, 6})).passes);
-  EXPECT_EQ(1U, sorted(items_of({0x07000000, 0x08000000})).passes);
-  EXPECT_EQ(2U, sorted(items_of({0x01020304, 0x02020405})).passes);
-  EXPECT_EQ(3U, sorted(items_of({0, 0xFFFFFFFF})).passes);
+TEST(RadixSort, APassForEach11BitsInWhichKeysDiffer) {
+  EXPECT_EQ(sorted(items_of({7, 7, 7})).passes, 0U);
+  EXPECT_EQ(sorted(items_of({7, 8, 6})).passes, 1U);
+  EXPECT_EQ(sorted(items_of({0x07000000, 0x08000000})).passes, 1U);
+  EXPECT_EQ(sorted(items_of({0x01020304, 0x02020405})).passes, 2U);
+  EXPECT_EQ(sorted(items_of({0, 0xFFFFFFFF})).passes, 3U);
 }
 
 /// An order that makes quicksorts by a median of three take quadratic time: while they choose,
@@ -80,17 +80,17 @@ std::vector<std::vector<std::uint32_t>> hard_orders(std::uint32_t count) {
 }
 
 // What is counted is what bounds the time; no order takes more.
-TEST(RadixSort, no_order_takes_more_than_three_passes) {
+TEST(RadixSort, NoOrderTakesMoreThanThreePasses) {
   for (const std::vector<std::uint32_t>& keys : hard_orders(100000)) {
     Items expected = items_of(keys);
     std::stable_sort(expected.begin(), expected.end());
     const Sorted done = sorted(items_of(keys));
-    EXPECT_EQ(expected, done.items);
+    EXPECT_EQ(done.items, expected);
     EXPECT_LE(done.passes, 3U);
   }
 }
 
-TEST(SortInPlace, no_order_takes_more_than_its_bound_of_comparisons) {
+TEST(SortInPlace, NoOrderTakesMoreThanItsBoundOfComparisons) {
   for (std::uint32_t count : {2U, 3U, 64U, 1000U, 100000U}) {
     for (const std::vector<std::uint32_t>& keys : hard_orders(count)) {
       Items items = items_of(keys);
@@ -98,16 +98,16 @@ TEST(SortInPlace, no_order_takes_more_than_its_bound_of_comparisons) {
       std::stable_sort(expected.begin(), expected.end());
       std::uint64_t comparisons = 0;
       sort_in_place(items, [&](std::uint64_t a, std::uint64_t b) { return ++comparisons, a < b; });
-      EXPECT_EQ(expected, items);
+      EXPECT_EQ(items, expected);
       EXPECT_LE(static_cast<double>(comparisons), 3.0 * count + 2.0 * count * std::log2(count));
     }
   }
 }
 
-TEST(SortInPlace, both_halves_count) {
+TEST(SortInPlace, BothHalvesCount) {
   Items items = {item(1, 2), item(1, 1), item(0, 3)};
   sort_in_place(items);
-  EXPECT_EQ((Items{item(0, 3), item(1, 1), item(1, 2)}), items);
+  EXPECT_EQ(items, (Items{item(0, 3), item(1, 1), item(1, 2)}));
 }
 
 }  // namespace

@@ -99,31 +99,31 @@ Shown listed(const std::vector<Item>& items, PageRange page) {
   return page_of(list);
 }
 
-TEST(RecordList, larger_keys_come_first_and_equal_ones_as_they_came) {
+TEST(RecordList, LargerKeysComeFirstAndEqualOnesAsTheyCame) {
   std::vector<Item> items;
   for (const std::uint32_t key : {5U, 0xFFFFFFFFU, 5U, 0U, 0x80000000U, 5U, 0x7FFFFFFFU, 0U}) {
     items.push_back({key, static_cast<std::uint32_t>(items.size())});
   }
-  EXPECT_EQ((Shown{{1, 4, 6, 0, 2, 5, 3, 7}, 8}), listed(items, kAll));
-  EXPECT_EQ((Shown{{6, 0, 2}, 8}), listed(items, {2, 5}));
+  EXPECT_EQ(listed(items, kAll), (Shown{{1, 4, 6, 0, 2, 5, 3, 7}, 8}));
+  EXPECT_EQ(listed(items, {2, 5}), (Shown{{6, 0, 2}, 8}));
 }
 
-TEST(RecordList, hidden_records_take_no_place_on_the_page) {
+TEST(RecordList, HiddenRecordsTakeNoPlaceOnThePage) {
   const std::vector<Item> items = {{9, 0},       {8, 1, true}, {7, 2},
                                    {6, 3, true}, {5, 4},       {4, 5, true}};
-  EXPECT_EQ((Shown{{0, 2, 4}, 3}), listed(items, kAll));
-  EXPECT_EQ((Shown{{0, 2}, 5}), listed(items, {0, 2}));  // the one behind the page counts
-  EXPECT_EQ((Shown{{2}, 5}), listed(items, {1, 2}));
-  EXPECT_EQ((Shown{{2, 4}, 5}), listed(items, {2, 4}));  // one before the page counts
+  EXPECT_EQ(listed(items, kAll), (Shown{{0, 2, 4}, 3}));
+  EXPECT_EQ(listed(items, {0, 2}), (Shown{{0, 2}, 5}));  // the one behind the page counts
+  EXPECT_EQ(listed(items, {1, 2}), (Shown{{2}, 5}));
+  EXPECT_EQ(listed(items, {2, 4}), (Shown{{2, 4}, 5}));  // one before the page counts
 }
 
-TEST(RecordList, a_page_that_shows_nothing_keeps_nothing) {
+TEST(RecordList, APageThatShowsNothingKeepsNothing) {
   for (const PageRange page :
        {PageRange{0, 0}, PageRange{5, 5}, PageRange{0xFFFFFFF6, 0}, page_range(-1, 10)}) {
     RecordList list(page, is_hidden);
     for (std::uint32_t i = 0; i < 5000; ++i) append(list, {i, i});
-    EXPECT_EQ(0U, list.size());
-    EXPECT_EQ((Shown{{}, 5000}), page_of(list));
+    EXPECT_EQ(list.size(), 0U);
+    EXPECT_EQ(page_of(list), (Shown{{}, 5000}));
   }
 }
 
@@ -182,7 +182,7 @@ std::vector<PageRange> pages_of(std::uint32_t count, std::mt19937& random) {
   return pages;
 }
 
-TEST(RecordList, every_page_is_that_of_all_records_sorted) {
+TEST(RecordList, EveryPageIsThatOfAllRecordsSorted) {
   std::mt19937 random(1);
   for (int kind = 0; kind < 6; ++kind) {
     for (const std::uint32_t count : {0U, 1U, 4096U, 4097U, 9500U}) {
@@ -190,7 +190,7 @@ TEST(RecordList, every_page_is_that_of_all_records_sorted) {
         std::vector<Item> items = items_of(kind, count, random);
         for (Item& item : items) item.hidden = static_cast<int>(random() % 8) < hidden_of_8;
         for (const PageRange page : pages_of(count, random)) {
-          ASSERT_EQ(plain_model(items, page), listed(items, page))
+          ASSERT_EQ(listed(items, page), plain_model(items, page))
               << "keys " << kind << ", " << count << " records, " << hidden_of_8
               << " of 8 hidden, page " << page.start << " to " << page.end;
         }
@@ -199,7 +199,7 @@ TEST(RecordList, every_page_is_that_of_all_records_sorted) {
   }
 }
 
-TEST(RecordList, hidden_records_in_one_place_only) {
+TEST(RecordList, HiddenRecordsInOnePlaceOnly) {
   std::mt19937 random(2);
   for (const PageRange page : {PageRange{0, 20}, PageRange{100, 120}, PageRange{1000, 2500}}) {
     for (int kind = 0; kind < 6; ++kind) {
@@ -211,14 +211,14 @@ TEST(RecordList, hidden_records_in_one_place_only) {
       for (const std::uint32_t first : {0U, page.start, page.start + 3, page.end - 2, page.end}) {
         std::vector<Item> some = items;
         for (std::uint32_t at = first; at < first + 5; ++at) some[sorted[at].number].hidden = true;
-        ASSERT_EQ(plain_model(some, page), listed(some, page)) << kind << " " << first;
+        ASSERT_EQ(listed(some, page), plain_model(some, page)) << kind << " " << first;
       }
     }
   }
 }
 
 // What is kept follows the page, not the records; and hidden ones take no more than their head.
-TEST(RecordList, no_order_of_keys_keeps_more_than_twice_the_page) {
+TEST(RecordList, NoOrderOfKeysKeepsMoreThanTwiceThePage) {
   std::mt19937 random(3);
   for (const PageRange page : {PageRange{0, 20}, PageRange{1000, 2000}}) {
     const std::uint32_t most = std::max(4096U, 2 * page.end);
@@ -228,7 +228,7 @@ TEST(RecordList, no_order_of_keys_keeps_more_than_twice_the_page) {
         append(list, item);
         ASSERT_LT(list.size(), most);
       }
-      EXPECT_EQ(50000U, list.count());
+      EXPECT_EQ(list.count(), 50000U);
     }
   }
 }
@@ -239,7 +239,7 @@ bool count_and_hide(std::span<const char> record) {
   return is_hidden(record);
 }
 
-TEST(RecordList, each_record_is_asked_about_once_at_most) {
+TEST(RecordList, EachRecordIsAskedAboutOnceAtMost) {
   std::mt19937 random(4);
   std::vector<Item> items = items_of(2, 50000, random);
   for (Item& item : items) item.hidden = random() % 4 != 0;
@@ -248,7 +248,7 @@ TEST(RecordList, each_record_is_asked_about_once_at_most) {
   for (const Item& item : items) append(list, item);
   EXPECT_GT(times_asked, 0U);
   EXPECT_LE(times_asked, 50000U);
-  EXPECT_EQ(plain_model(items, {10, 500}), page_of(list));
+  EXPECT_EQ(page_of(list), plain_model(items, {10, 500}));
 }
 
 std::size_t bytes_now = 0;
@@ -265,53 +265,53 @@ void counting_give(void* piece, std::size_t bytes) {
 
 // 200000 records of 1005 bytes, each in front of all before it, for a page of 20: one chunk of 4
 // MiB, a table of chunks, the keys. With everyone hidden, 4 bytes and a key for each.
-TEST(RecordList, memory_follows_the_page) {
+TEST(RecordList, MemoryFollowsThePage) {
   constexpr FoldMemory kCounted{counting_take, counting_give};
   for (const bool hidden : {false, true}) {
     bytes_most = 0;
     {
       RecordList list(page_range(1, 20), is_hidden, kCounted);
       for (std::uint32_t i = 0; i < 200000; ++i) append(list, {i, i, hidden, 1000});
-      EXPECT_EQ(200000U, list.count());
+      EXPECT_EQ(list.count(), 200000U);
     }
-    EXPECT_EQ(0U, bytes_now);
+    EXPECT_EQ(bytes_now, 0U);
     EXPECT_LE(bytes_most, (std::size_t{9} << 20) + (hidden ? std::size_t{16} << 18 : 0));
   }
 }
 
 constexpr FoldMemory kScarce{ScarceMemory::allocate};
 
-TEST(RecordList, records_are_dropped_silently_without_memory) {
+TEST(RecordList, RecordsAreDroppedSilentlyWithoutMemory) {
   for (int takes = 0; takes < 3; ++takes) {  // keys, the table of chunks, the chunk
     ScarceMemory::allow(takes);
     RecordList list(kAll, nullptr, kScarce);
     append(list, {1, 1});
-    EXPECT_EQ(0U, list.size());
-    EXPECT_EQ(0U, list.count());
+    EXPECT_EQ(list.size(), 0U);
+    EXPECT_EQ(list.count(), 0U);
   }
   ScarceMemory::allow(3);
   RecordList list(kAll, nullptr, kScarce);
   for (std::uint32_t i = 0; i < 5000; ++i) append(list, {i, i});
-  EXPECT_EQ(4096U, list.size());  // the keys could not be enlarged
+  EXPECT_EQ(list.size(), 4096U);  // the keys could not be enlarged
   ScarceMemory::allow(1);
   for (std::uint32_t i = 5000; i < 6000; ++i) append(list, {i, i});
-  EXPECT_EQ(5096U, list.count());
+  EXPECT_EQ(list.count(), 5096U);
   ScarceMemory::allow(0);  // sorts in place
   const Shown shown = page_of(list);
-  EXPECT_EQ(5096U, shown.count);
-  EXPECT_EQ(5999U, shown.numbers.front());
-  EXPECT_EQ(5000U, shown.numbers[999]);
-  EXPECT_EQ(4095U, shown.numbers[1000]);
-  EXPECT_EQ(0U, shown.numbers.back());
+  EXPECT_EQ(shown.count, 5096U);
+  EXPECT_EQ(shown.numbers.front(), 5999U);
+  EXPECT_EQ(shown.numbers[999], 5000U);
+  EXPECT_EQ(shown.numbers[1000], 4095U);
+  EXPECT_EQ(shown.numbers.back(), 0U);
 }
 
-TEST(RecordList, drops_in_place_when_a_second_copy_does_not_fit) {
+TEST(RecordList, DropsInPlaceWhenASecondCopyDoesNotFit) {
   std::mt19937 random(5);
   const std::vector<Item> items = items_of(0, 9000, random);
   ScarceMemory::allow(3);
   RecordList list({300, 500}, nullptr, kScarce);
   for (const Item& item : items) append(list, item);
-  EXPECT_EQ(plain_model(items, {300, 500}), page_of(list));
+  EXPECT_EQ(page_of(list), plain_model(items, {300, 500}));
 }
 
 }  // namespace

@@ -21,7 +21,7 @@ std::string record_of(std::size_t size, std::size_t number) {
   return record;
 }
 
-TEST(RecordStore, records_of_any_length_lie_behind_each_other) {
+TEST(RecordStore, RecordsOfAnyLengthLieBehindEachOther) {
   RecordStore store({});
   std::vector<std::uint32_t> places;
   std::vector<std::string> records;
@@ -32,35 +32,35 @@ TEST(RecordStore, records_of_any_length_lie_behind_each_other) {
     ASSERT_TRUE(places.empty() || place > places.back());
     places.push_back(place);
   }
-  for (std::size_t i = 0; i < records.size(); ++i) ASSERT_EQ(records[i], text_of(store[places[i]]));
+  for (std::size_t i = 0; i < records.size(); ++i) ASSERT_EQ(text_of(store[places[i]]), records[i]);
 }
 
-TEST(RecordStore, the_longest_record_fits) {
+TEST(RecordStore, TheLongestRecordFits) {
   RecordStore store({});
   for (std::size_t i = 0; i < 200; ++i) {
     std::uint32_t place = 0;
     ASSERT_TRUE(store.add(record_of(RecordStore::kMaxRecordBytes, i), place));
-    EXPECT_EQ(record_of(RecordStore::kMaxRecordBytes, i), text_of(store[place]));
+    EXPECT_EQ(text_of(store[place]), record_of(RecordStore::kMaxRecordBytes, i));
   }
 }
 
-TEST(RecordStore, a_mark_stays_with_its_record) {
+TEST(RecordStore, AMarkStaysWithItsRecord) {
   RecordStore store({});
   std::uint32_t first = 0;
   std::uint32_t second = 0;
   ASSERT_TRUE(store.add(std::string("abc"), first));
   ASSERT_TRUE(store.add(std::string("defgh"), second));
-  EXPECT_EQ(0U, store.mark(first));
+  EXPECT_EQ(store.mark(first), 0U);
   store.set_mark(second, 7);
-  EXPECT_EQ(0U, store.mark(first));
+  EXPECT_EQ(store.mark(first), 0U);
   store.rewind();
   const std::uint32_t moved = store.move(second);
-  EXPECT_EQ(first, moved);
-  EXPECT_EQ(7U, store.mark(moved));
-  EXPECT_EQ("defgh", text_of(store[moved]));
+  EXPECT_EQ(moved, first);
+  EXPECT_EQ(store.mark(moved), 7U);
+  EXPECT_EQ(text_of(store[moved]), "defgh");
 }
 
-TEST(RecordStore, what_moves_together_stays_whole_and_makes_room) {
+TEST(RecordStore, WhatMovesTogetherStaysWholeAndMakesRoom) {
   for (std::size_t every : {1U, 2U, 7U, 1000U}) {
     RecordStore store({});
     std::vector<std::uint32_t> places(30000);
@@ -76,8 +76,8 @@ TEST(RecordStore, what_moves_together_stays_whole_and_makes_room) {
     }
     for (std::size_t i = 0; i < moved.size(); ++i) {
       const std::size_t number = i * every;
-      ASSERT_EQ(number % 5 == 0 ? "" : record_of(number * 7919 % 1500, number),
-                text_of(store[moved[i]]));
+      ASSERT_EQ(text_of(store[moved[i]]),
+                number % 5 == 0 ? "" : record_of(number * 7919 % 1500, number));
     }
     std::uint32_t next = 0;
     ASSERT_TRUE(store.add(std::string("next"), next));
@@ -87,13 +87,13 @@ TEST(RecordStore, what_moves_together_stays_whole_and_makes_room) {
 
 constexpr FoldMemory kScarce{ScarceMemory::allocate};
 
-TEST(RecordStore, without_memory_nothing_is_added) {
+TEST(RecordStore, WithoutMemoryNothingIsAdded) {
   for (int takes = 0; takes < 2; ++takes) {  // the table of chunks, the chunk
     ScarceMemory::allow(takes);
     RecordStore store(kScarce);
     std::uint32_t place = 77;
     EXPECT_FALSE(store.add(std::string("abc"), place));
-    EXPECT_EQ(77U, place);
+    EXPECT_EQ(place, 77U);
   }
   ScarceMemory::allow(2);
   RecordStore store(kScarce);
@@ -103,7 +103,7 @@ TEST(RecordStore, without_memory_nothing_is_added) {
   EXPECT_FALSE(store.add(std::string("x"), place));
   ScarceMemory::allow(1);
   EXPECT_TRUE(store.add(std::string("x"), place));
-  EXPECT_EQ("x", text_of(store[place]));
+  EXPECT_EQ(text_of(store[place]), "x");
 }
 
 }  // namespace

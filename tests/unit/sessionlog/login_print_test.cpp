@@ -80,18 +80,18 @@ constexpr std::string_view kJsonHead =
 
 class LoginPrintTest : public RowTest {};
 
-TEST_F(LoginPrintTest, ftp_members) {
-  EXPECT_EQ(std::string(kJsonHead) +
-                ",\"user\":\"anonymous\",\"optype\":\"RETR\",\"name\":\"/pub/a b.txt\"}",
-            json<FtpRow>(ftp(2, "/pub/a b.txt", "anonymous")));
+TEST_F(LoginPrintTest, FtpMembers) {
+  EXPECT_EQ(json<FtpRow>(ftp(2, "/pub/a b.txt", "anonymous")),
+            std::string(kJsonHead) +
+                ",\"user\":\"anonymous\",\"optype\":\"RETR\",\"name\":\"/pub/a b.txt\"}");
 }
 
-TEST_F(LoginPrintTest, telnet_members) {
-  EXPECT_EQ(std::string(kJsonHead) + ",\"user\":\"root\",\"cmd\":\"uname -a\"}",
-            json<TelnetRow>(telnet(8, "uname -a", "root")));
+TEST_F(LoginPrintTest, TelnetMembers) {
+  EXPECT_EQ(json<TelnetRow>(telnet(8, "uname -a", "root")),
+            std::string(kJsonHead) + ",\"user\":\"root\",\"cmd\":\"uname -a\"}");
 }
 
-TEST_F(LoginPrintTest, ends_are_labelled) {
+TEST_F(LoginPrintTest, EndsAreLabelled) {
   load_labels();
   for (const std::string& row :
        {json<FtpRow>(ftp(2, "x", "y")), json<TelnetRow>(telnet(1, "x", "y"))}) {
@@ -102,36 +102,36 @@ TEST_F(LoginPrintTest, ends_are_labelled) {
   }
 }
 
-TEST(FtpVerb, each_operation_has_its_command) {
+TEST(FtpVerb, EachOperationHasItsCommand) {
   const std::string_view verbs[] = {"UNKN", "STOR", "RETR", "DELE", "RMD",
                                     "RNFR", "RNTO", "USER", "PASS"};
-  for (std::uint8_t i = 0; i < 9; ++i) EXPECT_EQ(verbs[i], ftp_verb(i));
-  for (int i = 9; i < 256; ++i) EXPECT_EQ("NULL", ftp_verb(static_cast<std::uint8_t>(i)));
+  for (std::uint8_t i = 0; i < 9; ++i) EXPECT_EQ(ftp_verb(i), verbs[i]);
+  for (int i = 9; i < 256; ++i) EXPECT_EQ(ftp_verb(static_cast<std::uint8_t>(i)), "NULL");
 }
 
-TEST_F(LoginPrintTest, an_operation_beyond_the_table_is_null) {
-  EXPECT_EQ(std::string(kJsonHead) + ",\"user\":\"u\",\"optype\":\"NULL\",\"name\":\"n\"}",
-            json<FtpRow>(ftp(200, "n", "u")));
+TEST_F(LoginPrintTest, AnOperationBeyondTheTableIsNull) {
+  EXPECT_EQ(json<FtpRow>(ftp(200, "n", "u")),
+            std::string(kJsonHead) + ",\"user\":\"u\",\"optype\":\"NULL\",\"name\":\"n\"}");
 }
 
 // KEEP: user and file names break the JSON when they hold a double quote.
-TEST_F(LoginPrintTest, names_stand_as_they_are) {
-  EXPECT_EQ(std::string(kJsonHead) + ",\"user\":\"a\"b\\\",\"optype\":\"USER\",\"name\":\"\t\"\"}",
-            json<FtpRow>(ftp(7, "\t\"", "a\"b\\")));
-  EXPECT_EQ(std::string(kJsonHead) + ",\"user\":\"a\"b\",\"cmd\":\"\"}",
-            json<TelnetRow>(telnet(0, "", "a\"b")));
+TEST_F(LoginPrintTest, NamesStandAsTheyAre) {
+  EXPECT_EQ(json<FtpRow>(ftp(7, "\t\"", "a\"b\\")),
+            std::string(kJsonHead) + ",\"user\":\"a\"b\\\",\"optype\":\"USER\",\"name\":\"\t\"\"}");
+  EXPECT_EQ(json<TelnetRow>(telnet(0, "", "a\"b")),
+            std::string(kJsonHead) + ",\"user\":\"a\"b\",\"cmd\":\"\"}");
 }
 
-TEST_F(LoginPrintTest, fields_without_a_nul_end_with_their_width) {
-  EXPECT_EQ(std::string(kJsonHead) + ",\"user\":\"" + std::string(24, 'u') +
-                "\",\"optype\":\"UNKN\",\"name\":\"" + std::string(64, 'n') + "\"}",
-            json<FtpRow>(ftp(0, std::string(64, 'n'), std::string(24, 'u'))));
-  EXPECT_EQ(std::string(kJsonHead) + ",\"user\":\"" + std::string(32, 'u') + "\",\"cmd\":\"" +
-                std::string(129, 'c') + "\"}",
-            json<TelnetRow>(telnet(255, std::string(129, 'c'), std::string(32, 'u'))));
+TEST_F(LoginPrintTest, FieldsWithoutANulEndWithTheirWidth) {
+  EXPECT_EQ(json<FtpRow>(ftp(0, std::string(64, 'n'), std::string(24, 'u'))),
+            std::string(kJsonHead) + ",\"user\":\"" + std::string(24, 'u') +
+                "\",\"optype\":\"UNKN\",\"name\":\"" + std::string(64, 'n') + "\"}");
+  EXPECT_EQ(json<TelnetRow>(telnet(255, std::string(129, 'c'), std::string(32, 'u'))),
+            std::string(kJsonHead) + ",\"user\":\"" + std::string(32, 'u') + "\",\"cmd\":\"" +
+                std::string(129, 'c') + "\"}");
 }
 
-TEST_F(LoginPrintTest, a_telnet_command_is_cut_at_its_length_and_cleaned) {
+TEST_F(LoginPrintTest, ATelnetCommandIsCutAtItsLengthAndCleaned) {
   struct {
     int cmdlen;
     std::string_view cmd;
@@ -144,12 +144,12 @@ TEST_F(LoginPrintTest, a_telnet_command_is_cut_at_its_length_and_cleaned) {
       {200, "ls", "ls"},  // up to its NUL
   };
   for (const auto& c : cases) {
-    EXPECT_EQ(std::string(kJsonHead) + ",\"user\":\"u\",\"cmd\":\"" + std::string(c.shown) + "\"}",
-              json<TelnetRow>(telnet(c.cmdlen, c.cmd, "u")));
+    EXPECT_EQ(json<TelnetRow>(telnet(c.cmdlen, c.cmd, "u")),
+              std::string(kJsonHead) + ",\"user\":\"u\",\"cmd\":\"" + std::string(c.shown) + "\"}");
   }
 }
 
-TEST_F(LoginPrintTest, the_newest_come_first_and_all_are_counted) {
+TEST_F(LoginPrintTest, TheNewestComeFirstAndAllAreCounted) {
   std::vector<FtpLogRecord> records;
   for (const std::uint32_t time : {5U, 0xF0000000U, 7U, 5U}) {
     records.push_back(ftp(static_cast<int>(records.size()), "n", "u"));
@@ -163,19 +163,19 @@ TEST_F(LoginPrintTest, the_newest_come_first_and_all_are_counted) {
     }
     return all + text.substr(text.rfind("\"count\":") + 8);
   };
-  EXPECT_EQ("STOR RETR UNKN DELE 4}", verbs(1, 100));
-  EXPECT_EQ("RETR 4}", verbs(2, 1));
-  EXPECT_EQ("4}", verbs(3, 2));
-  EXPECT_EQ("4}", verbs(0, 100));
-  EXPECT_EQ("4}", verbs(1, 0));
-  EXPECT_EQ("STOR RETR UNKN DELE 4}", verbs(1, -1));
+  EXPECT_EQ(verbs(1, 100), "STOR RETR UNKN DELE 4}");
+  EXPECT_EQ(verbs(2, 1), "RETR 4}");
+  EXPECT_EQ(verbs(3, 2), "4}");
+  EXPECT_EQ(verbs(0, 100), "4}");
+  EXPECT_EQ(verbs(1, 0), "4}");
+  EXPECT_EQ(verbs(1, -1), "STOR RETR UNKN DELE 4}");
 }
 
-TEST_F(LoginPrintTest, an_empty_list_has_no_rows) {
-  EXPECT_EQ("{\"data\":[],\"count\":0}", page<TelnetRow>({}, page_range(1, 100)));
+TEST_F(LoginPrintTest, AnEmptyListHasNoRows) {
+  EXPECT_EQ(page<TelnetRow>({}, page_range(1, 100)), "{\"data\":[],\"count\":0}");
 }
 
-TEST_F(LoginPrintTest, the_ftp_sheet_is_utf8) {
+TEST_F(LoginPrintTest, TheFtpSheetIsUtf8) {
   FtpLogRecord records[] = {ftp(1, "a,b\"c", "user one"), ftp(99, "d", "")};
   records[1].head.time = 1709622490;
   RecordList list(kAll);
@@ -183,6 +183,7 @@ TEST_F(LoginPrintTest, the_ftp_sheet_is_utf8) {
   list.sort();
   FtpRow row;
   EXPECT_EQ(
+      sheet_bytes([&](CsvSheet& sheet) { write_sheet(sheet, list, row); }),
       "\n"
       "\u6E90\u5730\u5740,\u6E90\u7AEF\u53E3,\u76EE\u6807\u5730\u5740,\u76EE\u6807\u7AEF\u53E3,"
       "\u6E90MAC,\u8FDE\u63A5\u65F6\u95F4,\u64CD\u4F5C\u65F6\u95F4,\u7528\u6237\u540D,"
@@ -190,11 +191,10 @@ TEST_F(LoginPrintTest, the_ftp_sheet_is_utf8) {
       "\n10.0.0.1,1025,192.168.1.2,21,00-11-22-33-44-55,2024-03-05/07:07:21,2024-03-05/07:08:10,"
       ",NULL,d"
       "\n10.0.0.1,1025,192.168.1.2,21,00-11-22-33-44-55,2024-03-05/07:07:21,2024-03-05/07:08:09,"
-      "user one,STOR,a,b\"c",
-      sheet_bytes([&](CsvSheet& sheet) { write_sheet(sheet, list, row); }));
+      "user one,STOR,a,b\"c");
 }
 
-TEST_F(LoginPrintTest, the_telnet_sheet_is_gbk_and_its_commands_raw) {
+TEST_F(LoginPrintTest, TheTelnetSheetIsGbkAndItsCommandsRaw) {
   RecordList list(kAll);
   // KEEP: the length does not count here
   const TelnetLogRecord record = telnet(2, "ls \"a\"\\b", "root");
@@ -202,13 +202,13 @@ TEST_F(LoginPrintTest, the_telnet_sheet_is_gbk_and_its_commands_raw) {
   list.sort();
   TelnetRow row;
   EXPECT_EQ(
+      sheet_bytes([&](CsvSheet& sheet) { write_sheet(sheet, list, row); }),
       "\n"
       "\xD4\xB4\xB5\xD8\xD6\xB7,\xD4\xB4\xB6\xCB\xBF\xDA,\xC4\xBF\xB1\xEA\xB5\xD8\xD6\xB7,"
       "\xC4\xBF\xB1\xEA\xB6\xCB\xBF\xDA,\xD4\xB4MAC,\xC1\xAC\xBD\xD3\xCA\xB1\xBC\xE4,"
       "\xB2\xD9\xD7\xF7\xCA\xB1\xBC\xE4,\xD3\xC3\xBB\xA7\xC3\xFB,\xB6\xD4\xCF\xF3\xC3\xFB\xB3\xC6"
       "\n10.0.0.1,1025,192.168.1.2,21,00-11-22-33-44-55,2024-03-05/07:07:21,2024-03-05/07:08:09,"
-      "root,ls \"a\"\\b",
-      sheet_bytes([&](CsvSheet& sheet) { write_sheet(sheet, list, row); }));
+      "root,ls \"a\"\\b");
 }
 
 }  // namespace

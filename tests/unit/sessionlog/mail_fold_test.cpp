@@ -30,7 +30,7 @@ bool passes_keyword(const MailRecord& record, std::string_view keyword) {
   return passes(record, query);
 }
 
-TEST(MailFold, a_mail_needs_a_key_addresses_and_a_time) {
+TEST(MailFold, AMailNeedsAKeyAddressesAndATime) {
   const MailQuery any;
   EXPECT_TRUE(passes(whole_mail().record(), any));
   EXPECT_FALSE(passes(whole_mail(0).record(), any));
@@ -39,7 +39,7 @@ TEST(MailFold, a_mail_needs_a_key_addresses_and_a_time) {
   EXPECT_FALSE(passes(MailBuilder(1).time().element(kMailAddresses, "\1\2\3"sv).record(), any));
 }
 
-TEST(MailFold, either_end_may_have_the_address) {
+TEST(MailFold, EitherEndMayHaveTheAddress) {
   MailQuery query;
   query.ip_net = 0x0100000A;
   EXPECT_TRUE(passes(whole_mail().record(), query));
@@ -49,7 +49,7 @@ TEST(MailFold, either_end_may_have_the_address) {
   EXPECT_FALSE(passes(whole_mail().record(), query));
 }
 
-TEST(MailFold, all_six_bytes_of_the_mac_count) {
+TEST(MailFold, AllSixBytesOfTheMacCount) {
   MailQuery query;
   query.has_mac = true;
   EXPECT_FALSE(passes(whole_mail().record(), query));  // a mail without a MAC, even for zeros
@@ -60,7 +60,7 @@ TEST(MailFold, all_six_bytes_of_the_mac_count) {
   EXPECT_FALSE(passes(whole_mail().mac().record(), query));
 }
 
-TEST(MailFold, a_subject_that_cannot_be_decoded_hides_the_mail) {
+TEST(MailFold, ASubjectThatCannotBeDecodedHidesTheMail) {
   const MailQuery any;
   EXPECT_TRUE(passes(whole_mail().subject("plain").record(), any));
   EXPECT_TRUE(passes(whole_mail().subject("").record(), any));  // no subject
@@ -71,7 +71,7 @@ TEST(MailFold, a_subject_that_cannot_be_decoded_hides_the_mail) {
   EXPECT_TRUE(passes(whole_mail().from("=bad").to("=bad").cc("=bad").record(), any));
 }
 
-TEST(MailFold, the_keyword_is_looked_for_in_every_text) {
+TEST(MailFold, TheKeywordIsLookedForInEveryText) {
   const MailRecord record = whole_mail()
                                 .from("Ann <ann@x.com>")
                                 .to("Bob <bob@y.com>")
@@ -91,7 +91,7 @@ TEST(MailFold, the_keyword_is_looked_for_in_every_text) {
 }
 
 // KEEP: raw headers, decoded Subject.
-TEST(MailFold, the_subject_alone_is_matched_decoded) {
+TEST(MailFold, TheSubjectAloneIsMatchedDecoded) {
   const std::string_view encoded = "=?UTF-8?B?5L2g5aW9?=";
   const MailRecord subject = whole_mail().subject("Re: =?UTF-8?B?5L2g5aW9?=").record();
   EXPECT_TRUE(passes_keyword(subject, "Re: \xC4\xE3\xBA\xC3"));
@@ -106,7 +106,7 @@ TEST(MailFold, the_subject_alone_is_matched_decoded) {
   }
 }
 
-TEST(MailFold, attachment_names_are_apart_and_bounded) {
+TEST(MailFold, AttachmentNamesAreApartAndBounded) {
   MailBuilder six = whole_mail();
   for (const char* name : {"n1", "n2", "n3", "n4", "n5", "n6"}) six.attachment(name);
   EXPECT_TRUE(passes_keyword(six.record(), "n5"));
@@ -121,28 +121,28 @@ TEST(MailFold, attachment_names_are_apart_and_bounded) {
   EXPECT_TRUE(passes_keyword(whole_mail().attachment(name).record(), name));
 }
 
-TEST(MailFold, the_list_has_its_own_copy_with_the_subject_split) {
+TEST(MailFold, TheListHasItsOwnCopyWithTheSubjectSplit) {
   const MailRecord record = whole_mail(9).subject("a b\tc").record();
   const MailRecord before = record;
   RecordList list(kAll);
   MailFold(MailQuery{}, list).add({&record, 1});
-  ASSERT_EQ(1U, list.size());
-  EXPECT_EQ(0, std::memcmp(&before, &record, sizeof record));
+  ASSERT_EQ(list.size(), 1U);
+  EXPECT_EQ(std::memcmp(&before, &record, sizeof record), 0);
   std::string expected(record.elems, record.elemlen);
   expected.replace(expected.find("a b\tc"), 5, "a\0b\0c"sv);
-  EXPECT_EQ(expected, std::string(list[0].begin(), list[0].end()));
+  EXPECT_EQ(std::string(list[0].begin(), list[0].end()), expected);
 }
 
-TEST(MailFold, a_length_beyond_the_record_is_that_of_the_record) {
+TEST(MailFold, ALengthBeyondTheRecordIsThatOfTheRecord) {
   MailRecord record = whole_mail().record();
   record.elemlen = 0xFFFF;
   RecordList list(kAll);
   MailFold(MailQuery{}, list).add({&record, 1});
-  ASSERT_EQ(1U, list.size());
-  EXPECT_EQ(sizeof record.elems, list[0].size());
+  ASSERT_EQ(list.size(), 1U);
+  EXPECT_EQ(list[0].size(), sizeof record.elems);
 }
 
-TEST(MailFold, a_rejected_mail_leaves_no_trace) {
+TEST(MailFold, ARejectedMailLeavesNoTrace) {
   MailQuery query;
   query.keyword = "wanted";
   const MailRecord records[] = {
@@ -150,14 +150,14 @@ TEST(MailFold, a_rejected_mail_leaves_no_trace) {
       whole_mail(2).subject("wanted").record()};
   RecordList list(kAll);
   MailFold(query, list).add(records);
-  EXPECT_EQ(1U, list.count());
-  ASSERT_EQ(1U, list.size());
+  EXPECT_EQ(list.count(), 1U);
+  ASSERT_EQ(list.size(), 1U);
   const std::string expected(records[1].elems, records[1].elemlen);
-  EXPECT_EQ(expected, std::string(list[0].begin(), list[0].end()));
+  EXPECT_EQ(std::string(list[0].begin(), list[0].end()), expected);
 }
 
 // A daemon may be writing the area: lengths that change between two looks at them lead nowhere.
-TEST(MailFold, records_may_change_while_they_are_read) {
+TEST(MailFold, RecordsMayChangeWhileTheyAreRead) {
   MailRecord record = whole_mail(1)
                           .subject("a b c")
                           .from("from")

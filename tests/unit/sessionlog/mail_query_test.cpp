@@ -22,75 +22,75 @@ class Argv {
   std::vector<char*> pointers_;
 };
 
-TEST(SessionQuery, words_set_the_page_and_the_download) {
+TEST(SessionQuery, WordsSetThePageAndTheDownload) {
   SessionQuery query = parse_session_query(Argv({}).words());
-  EXPECT_EQ(1, query.page);
-  EXPECT_EQ(100, query.limit);
+  EXPECT_EQ(query.page, 1);
+  EXPECT_EQ(query.limit, 100);
   EXPECT_FALSE(query.download);
   query = parse_session_query(
       Argv({"page=3", "json=1", "limit=20", "x=y", "download=1", "page", "Page=9"}).words());
-  EXPECT_EQ(3, query.page);
-  EXPECT_EQ(20, query.limit);
+  EXPECT_EQ(query.page, 3);
+  EXPECT_EQ(query.limit, 20);
   EXPECT_TRUE(query.download);
-  EXPECT_EQ(0U, query.range().start);  // all of them, whatever the page
-  EXPECT_EQ(4294967295U, query.range().end);
+  EXPECT_EQ(query.range().start, 0U);  // all of them, whatever the page
+  EXPECT_EQ(query.range().end, 4294967295U);
   query.download = false;
-  EXPECT_EQ(40U, query.range().start);
-  EXPECT_EQ(60U, query.range().end);
+  EXPECT_EQ(query.range().start, 40U);
+  EXPECT_EQ(query.range().end, 60U);
 }
 
-TEST(SessionQuery, the_last_word_counts_and_numbers_are_read_leniently) {
+TEST(SessionQuery, TheLastWordCountsAndNumbersAreReadLeniently) {
   SessionQuery query = parse_session_query(
       Argv({"page=3", "page=4x", "limit=abc", "download=1", "download=0"}).words());
-  EXPECT_EQ(4, query.page);
-  EXPECT_EQ(0, query.limit);
+  EXPECT_EQ(query.page, 4);
+  EXPECT_EQ(query.limit, 0);
   EXPECT_FALSE(query.download);
   query = parse_session_query(Argv({"download=-1", "page= 2", "limit="}).words());
   EXPECT_TRUE(query.download);
-  EXPECT_EQ(2, query.page);
-  EXPECT_EQ(0, query.limit);
+  EXPECT_EQ(query.page, 2);
+  EXPECT_EQ(query.limit, 0);
 }
 
-TEST(SessionQuery, pages_before_the_first_wrap) {
+TEST(SessionQuery, PagesBeforeTheFirstWrap) {
   SessionQuery query = parse_session_query(Argv({"page=0"}).words());
-  EXPECT_EQ(0xFFFFFF9CU, query.range().start);  // -100
-  EXPECT_EQ(0U, query.range().end);
+  EXPECT_EQ(query.range().start, 0xFFFFFF9CU);  // -100
+  EXPECT_EQ(query.range().end, 0U);
   query = parse_session_query(Argv({"page=65537", "limit=65536"}).words());
-  EXPECT_EQ(0U, query.range().start);  // 2^32
-  EXPECT_EQ(65536U, query.range().end);
+  EXPECT_EQ(query.range().start, 0U);  // 2^32
+  EXPECT_EQ(query.range().end, 65536U);
 }
 
-TEST(MailQuery, filters_are_none_by_default) {
+TEST(MailQuery, FiltersAreNoneByDefault) {
   MailQuery query;
   EXPECT_TRUE(parse_mail_query(Argv({"page=2"}).words(), query).ok());
-  EXPECT_EQ(2, query.common.page);
+  EXPECT_EQ(query.common.page, 2);
   EXPECT_FALSE(query.has_mac);
-  EXPECT_EQ(0U, query.ip_net);
+  EXPECT_EQ(query.ip_net, 0U);
   EXPECT_FALSE(query.keyword.has_value());
 }
 
-TEST(MailQuery, filters_are_read) {
+TEST(MailQuery, FiltersAreRead) {
   MailQuery query;
   const Argv words({"mac=00:11:22:33:44:55", "ip=10.0.0.1", "keywd=a=b c", "download=2"});
   ASSERT_TRUE(parse_mail_query(words.words(), query).ok());
   EXPECT_TRUE(query.has_mac);
-  EXPECT_EQ(0, std::memcmp("\x00\x11\x22\x33\x44\x55", query.mac, 6));
-  EXPECT_EQ(0x0100000AU, query.ip_net);  // the bytes 0A 00 00 01
-  EXPECT_EQ("a=b c", query.keyword);
+  EXPECT_EQ(std::memcmp("\x00\x11\x22\x33\x44\x55", query.mac, 6), 0);
+  EXPECT_EQ(query.ip_net, 0x0100000AU);  // the bytes 0A 00 00 01
+  EXPECT_EQ(query.keyword, "a=b c");
   EXPECT_TRUE(query.common.download);
 }
 
-TEST(MailQuery, the_last_filter_counts) {
+TEST(MailQuery, TheLastFilterCounts) {
   MailQuery query;
   const Argv words(
       {"ip=10.0.0.1", "keywd=x", "ip=0.0.0.0", "keywd=", "mac=0-1-2-3-4-5", "mac=1-1-1-1-1-ff"});
   ASSERT_TRUE(parse_mail_query(words.words(), query).ok());
-  EXPECT_EQ(0U, query.ip_net);  // 0.0.0.0 filters nothing
-  EXPECT_EQ("", query.keyword);
-  EXPECT_EQ(0, std::memcmp("\1\1\1\1\1\xff", query.mac, 6));
+  EXPECT_EQ(query.ip_net, 0U);  // 0.0.0.0 filters nothing
+  EXPECT_EQ(query.keyword, "");
+  EXPECT_EQ(std::memcmp("\1\1\1\1\1\xff", query.mac, 6), 0);
 }
 
-TEST(MailQuery, the_first_bad_word_is_reported) {
+TEST(MailQuery, TheFirstBadWordIsReported) {
   struct {
     std::vector<std::string> words;
     std::string_view line;
@@ -109,7 +109,7 @@ TEST(MailQuery, the_first_bad_word_is_reported) {
     const Argv words(c.words);
     const Status status = parse_mail_query(words.words(), query);
     EXPECT_FALSE(status.ok());
-    EXPECT_EQ(c.line, status.line());
+    EXPECT_EQ(status.line(), c.line);
   }
 }
 

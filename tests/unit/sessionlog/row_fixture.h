@@ -25,7 +25,7 @@ class RowTest : public testing::Test {
     ::tzset();
     reset_local_time();
     char folder[] = "/tmp/session_row_XXXXXX";
-    EXPECT_NE(nullptr, ::mkdtemp(folder));
+    EXPECT_NE(::mkdtemp(folder), nullptr);
     std::filesystem::current_path(folder);
     std::filesystem::create_directories("usr/qsvlog");
   }
@@ -43,7 +43,7 @@ class RowTest : public testing::Test {
     std::ofstream("conf/korvale.conf") << "mac m=10.0.0.1 d=office\n"
                                           "mac m=192.168.1.2 d=mail\"hub\n"
                                           "mac m=00:11:22:33:44:55 d=laptop\n";
-    EXPECT_EQ(0, desc_pools_init());
+    EXPECT_EQ(desc_pools_init(), 0);
   }
 
   /// The bytes that `write(sheet)` puts into a new sheet.
@@ -51,7 +51,7 @@ class RowTest : public testing::Test {
   static std::string sheet_bytes(Write&& write) {
     CsvSheet sheet;
     char name[kCsvNameBytes];
-    EXPECT_EQ(0, csv_open(sheet, name, sizeof name));
+    EXPECT_EQ(csv_open(sheet, name, sizeof name), 0);
     write(sheet);
     csv_close(sheet);
     std::ifstream in(std::string("usr/qsvlog/") + name, std::ios::binary);

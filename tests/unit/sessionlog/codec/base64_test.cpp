@@ -16,7 +16,7 @@ namespace {
 std::string decoded(std::string_view in) {
   std::vector<char> out(base64_decoded_bytes(in.size()), '#');
   const int length = base64_decode(out.data(), in);
-  EXPECT_EQ('\0', out[static_cast<std::size_t>(length)]);
+  EXPECT_EQ(out[static_cast<std::size_t>(length)], '\0');
   return std::string(out.data(), static_cast<std::size_t>(length));
 }
 
@@ -45,24 +45,24 @@ constexpr Pair kPairs[] = {
     {"\0\0\0"sv, "AAAA"sv},
 };
 
-TEST(Base64, known_texts_are_decoded_and_encoded) {
+TEST(Base64, KnownTextsAreDecodedAndEncoded) {
   for (const Pair& c : kPairs) {
-    EXPECT_EQ(c.plain, decoded(c.base64));
-    EXPECT_EQ(c.base64, encoded(c.plain));
+    EXPECT_EQ(decoded(c.base64), c.plain);
+    EXPECT_EQ(encoded(c.plain), c.base64);
   }
 }
 
 // What lies behind a text is no part of it.
-TEST(Base64, texts_end_with_their_length) {
+TEST(Base64, TextsEndWithTheirLength) {
   constexpr std::string_view kFollowed = "fo\xFF\xFF";
-  EXPECT_EQ("Zm8=", encoded(kFollowed.substr(0, 2)));
-  EXPECT_EQ("Zg==", encoded(kFollowed.substr(0, 1)));
-  EXPECT_EQ("fo", decoded("Zm9v"sv.substr(0, 3)));
-  EXPECT_EQ("f", decoded("Zm9v"sv.substr(0, 2)));
-  EXPECT_EQ("", decoded("Zm9v"sv.substr(0, 1)));
+  EXPECT_EQ(encoded(kFollowed.substr(0, 2)), "Zm8=");
+  EXPECT_EQ(encoded(kFollowed.substr(0, 1)), "Zg==");
+  EXPECT_EQ(decoded("Zm9v"sv.substr(0, 3)), "fo");
+  EXPECT_EQ(decoded("Zm9v"sv.substr(0, 2)), "f");
+  EXPECT_EQ(decoded("Zm9v"sv.substr(0, 1)), "");
 }
 
-TEST(Base64, decoding_ends_at_the_first_character_outside_the_alphabet) {
+TEST(Base64, DecodingEndsAtTheFirstCharacterOutsideTheAlphabet) {
   constexpr Pair kCases[] = {
       {"foo"sv, "Zm9v=Zm9v"sv},  // what follows the padding is ignored
       {"foo"sv, "Zm9v Zm9v"sv},
@@ -80,15 +80,15 @@ TEST(Base64, decoding_ends_at_the_first_character_outside_the_alphabet) {
       {"foo"sv, "Zm9vZ"sv},
       {"f"sv, "Zv"sv},  // bits left over are dropped
   };
-  for (const Pair& c : kCases) EXPECT_EQ(c.plain, decoded(c.base64)) << c.base64;
+  for (const Pair& c : kCases) EXPECT_EQ(decoded(c.base64), c.plain) << c.base64;
 }
 
-TEST(Base64, random_bytes_come_back) {
+TEST(Base64, RandomBytesComeBack) {
   std::mt19937 random(1);
   for (std::size_t length = 0; length < 300; ++length) {
     std::string bytes(length, '\0');
     for (char& c : bytes) c = static_cast<char>(random());
-    EXPECT_EQ(bytes, decoded(encoded(bytes)));
+    EXPECT_EQ(decoded(encoded(bytes)), bytes);
   }
 }
 

@@ -17,21 +17,21 @@ namespace {
 /// The whole zeroed buffer's bytes after the conversion, up to `length`.
 std::string gb_bytes(std::string_view utf8, std::size_t length, int cap = 1024) {
   std::vector<char> out(static_cast<std::size_t>(cap) + 16, '\0');
-  EXPECT_EQ(0, utf8_to_gb2312(out.data(), cap, utf8.data(), static_cast<int>(utf8.size())));
+  EXPECT_EQ(utf8_to_gb2312(out.data(), cap, utf8.data(), static_cast<int>(utf8.size())), 0);
   return std::string(out.data(), length);
 }
 
 std::string to_gb(std::string_view utf8, int cap = 1024) {
   std::vector<char> out(static_cast<std::size_t>(cap), '\0');
-  EXPECT_EQ(0, utf8_to_gb2312(out.data(), cap, utf8.data(), static_cast<int>(utf8.size())));
+  EXPECT_EQ(utf8_to_gb2312(out.data(), cap, utf8.data(), static_cast<int>(utf8.size())), 0);
   EXPECT_LT(std::strlen(out.data()), out.size());
   return out.data();
 }
 
 std::string to_utf8(std::string_view gb, int cap = 4096) {
   std::vector<char> out(static_cast<std::size_t>(cap), '\x7f');
-  EXPECT_EQ(0, gb2312_to_utf8(out.data(), cap, gb.data(), static_cast<int>(gb.size())));
-  EXPECT_NE(nullptr, std::memchr(out.data(), 0, out.size()));
+  EXPECT_EQ(gb2312_to_utf8(out.data(), cap, gb.data(), static_cast<int>(gb.size())), 0);
+  EXPECT_NE(std::memchr(out.data(), 0, out.size()), nullptr);
   return out.data();
 }
 
@@ -46,7 +46,7 @@ struct TextCase {
   std::string_view to;
 };
 
-TEST(Gb2312, utf8_becomes_gb2312) {
+TEST(Gb2312, Utf8BecomesGb2312) {
   constexpr TextCase kCases[] = {
       {"\xE4\xBD\xA0\xE5\xA5\xBD"sv, "\xC4\xE3\xBA\xC3"sv},  // U+4F60 U+597D
       {"abc"sv, "abc"sv},
@@ -79,33 +79,34 @@ TEST(Gb2312, utf8_becomes_gb2312) {
       {"\xC2\xA4\xEF\xBF\xA5\xD1\x91"sv, "\xA1\xE8\xA3\xA4\xA7\xD7"sv},  // pages' first, last
       {"\xE9\xB3\x9F\xE9\xBE\xA0\xE3\x88\xA9"sv, "\xF7\xAE\xD9\xDF\xA2\xEE"sv},
   };
-  for (const TextCase& c : kCases) EXPECT_EQ(c.to, to_gb(c.from)) << c.from;
+  for (const TextCase& c : kCases) EXPECT_EQ(to_gb(c.from), c.to) << c.from;
 }
 
-TEST(Gb2312, a_missing_character_leaves_a_zero_and_the_rest_follows) {
-  EXPECT_EQ("x\0abc\0"sv, gb_bytes("x\xC3\x9F"
-                                   "abc",
-                                   6));
-  EXPECT_EQ("\0\0\xC4\xE3\0"sv, gb_bytes("\xC3\x9F\xC3\x9F\xE4\xBD\xA0", 5));
+TEST(Gb2312, AMissingCharacterLeavesAZeroAndTheRestFollows) {
+  EXPECT_EQ(gb_bytes("x\xC3\x9F"
+                     "abc",
+                     6),
+            "x\0abc\0"sv);
+  EXPECT_EQ(gb_bytes("\xC3\x9F\xC3\x9F\xE4\xBD\xA0", 5), "\0\0\xC4\xE3\0"sv);
 }
 
-TEST(Gb2312, a_cut_off_utf8_character_takes_the_bytes_there_are) {
+TEST(Gb2312, ACutOffUtf8CharacterTakesTheBytesThereAre) {
   // E4 B8: U+4E00, bits of the missing byte zero, which is D2 BB. E4 alone: U+4000, not in the set.
-  EXPECT_EQ("\xD2\xBB", to_gb("\xE4\xB8"));
-  EXPECT_EQ("", to_gb("\xE4"));
-  EXPECT_EQ("a", to_gb("a\xE4"));
+  EXPECT_EQ(to_gb("\xE4\xB8"), "\xD2\xBB");
+  EXPECT_EQ(to_gb("\xE4"), "");
+  EXPECT_EQ(to_gb("a\xE4"), "a");
   // The input's length cuts as a NUL does, whatever lies behind it.
-  EXPECT_EQ("\xD2\xBB", to_gb("\xE4\xB8\xA0"sv.substr(0, 2)));
-  EXPECT_EQ("\xD2\xBB", to_gb("\xE4\xB8\0\xA0"sv));
+  EXPECT_EQ(to_gb("\xE4\xB8\xA0"sv.substr(0, 2)), "\xD2\xBB");
+  EXPECT_EQ(to_gb("\xE4\xB8\0\xA0"sv), "\xD2\xBB");
 }
 
-TEST(Gb2312, at_most_511_code_points_of_utf8_are_taken) {
-  EXPECT_EQ(std::string(511, 'a'), to_gb(std::string(512, 'a'), 2048));
-  EXPECT_EQ(std::string(510, 'a') + "b", to_gb(std::string(510, 'a') + "bc", 2048));
-  EXPECT_EQ(repeat("\xC4\xE3", 511), to_gb(repeat("\xE4\xBD\xA0", 600), 2048));
+TEST(Gb2312, AtMost511CodePointsOfUtf8AreTaken) {
+  EXPECT_EQ(to_gb(std::string(512, 'a'), 2048), std::string(511, 'a'));
+  EXPECT_EQ(to_gb(std::string(510, 'a') + "bc", 2048), std::string(510, 'a') + "b");
+  EXPECT_EQ(to_gb(repeat("\xE4\xBD\xA0", 600), 2048), repeat("\xC4\xE3", 511));
 }
 
-TEST(Gb2312, the_output_never_reaches_its_capacity) {
+TEST(Gb2312, TheOutputNeverReachesItsCapacity) {
   struct {
     std::string_view in;
     int cap;
@@ -123,26 +124,26 @@ TEST(Gb2312, the_output_never_reaches_its_capacity) {
   for (const auto& c : cases) {
     std::vector<char> out(static_cast<std::size_t>(c.cap) + 8, '\0');
     std::memset(out.data() + c.cap, '#', 8);
-    EXPECT_EQ(0, utf8_to_gb2312(out.data(), c.cap, c.in.data(), static_cast<int>(c.in.size())));
-    EXPECT_EQ(c.out, out.data()) << c.in << c.cap;
-    EXPECT_EQ("########", std::string(out.data() + c.cap, 8));
+    EXPECT_EQ(utf8_to_gb2312(out.data(), c.cap, c.in.data(), static_cast<int>(c.in.size())), 0);
+    EXPECT_EQ(out.data(), c.out) << c.in << c.cap;
+    EXPECT_EQ(std::string(out.data() + c.cap, 8), "########");
   }
 }
 
-TEST(Gb2312, bad_arguments_are_refused) {
+TEST(Gb2312, BadArgumentsAreRefused) {
   char out[8] = {};
-  EXPECT_EQ(-1, utf8_to_gb2312(nullptr, 8, "a", 1));
-  EXPECT_EQ(-1, utf8_to_gb2312(out, 8, nullptr, 1));
-  EXPECT_EQ(-1, utf8_to_gb2312(out, 0, "a", 1));
-  EXPECT_EQ(-1, utf8_to_gb2312(out, 8, "a", 0));
-  EXPECT_EQ(-1, gb2312_to_utf8(nullptr, 8, "a", 1));
-  EXPECT_EQ(-1, gb2312_to_utf8(out, 8, nullptr, 1));
-  EXPECT_EQ(-1, gb2312_to_utf8(out, -1, "a", 1));
-  EXPECT_EQ(-1, gb2312_to_utf8(out, 8, "a", 0));
-  EXPECT_EQ(""s, out);
+  EXPECT_EQ(utf8_to_gb2312(nullptr, 8, "a", 1), -1);
+  EXPECT_EQ(utf8_to_gb2312(out, 8, nullptr, 1), -1);
+  EXPECT_EQ(utf8_to_gb2312(out, 0, "a", 1), -1);
+  EXPECT_EQ(utf8_to_gb2312(out, 8, "a", 0), -1);
+  EXPECT_EQ(gb2312_to_utf8(nullptr, 8, "a", 1), -1);
+  EXPECT_EQ(gb2312_to_utf8(out, 8, nullptr, 1), -1);
+  EXPECT_EQ(gb2312_to_utf8(out, -1, "a", 1), -1);
+  EXPECT_EQ(gb2312_to_utf8(out, 8, "a", 0), -1);
+  EXPECT_EQ(out, ""s);
 }
 
-TEST(Gb2312, gb2312_becomes_utf8) {
+TEST(Gb2312, Gb2312BecomesUtf8) {
   constexpr TextCase kCases[] = {
       {"\xC4\xE3\xBA\xC3"sv, "\xE4\xBD\xA0\xE5\xA5\xBD"sv},
       {"RETR"sv, "RETR"sv},
@@ -174,22 +175,22 @@ TEST(Gb2312, gb2312_becomes_utf8) {
       {"\xB0\xA1\xF7\xFE\xA1\xA1"sv, "\xE5\x95\x8A\xE9\xBD\x84\xE3\x80\x80"sv},
       {"\xA9\xEF"sv, "\xE2\x95\x8B"sv},  // the last cell of row 0x29
   };
-  for (const TextCase& c : kCases) EXPECT_EQ(c.to, to_utf8(c.from)) << c.from;
+  for (const TextCase& c : kCases) EXPECT_EQ(to_utf8(c.from), c.to) << c.from;
 }
 
-TEST(Gb2312, at_most_1024_characters_of_gb2312_are_taken) {
-  EXPECT_EQ(repeat("\xE4\xBD\xA0", 1024), to_utf8(repeat("\xC4\xE3", 1100), 8192));
-  EXPECT_EQ(std::string(1024, 'a'), to_utf8(std::string(1030, 'a'), 8192));
+TEST(Gb2312, AtMost1024CharactersOfGb2312AreTaken) {
+  EXPECT_EQ(to_utf8(repeat("\xC4\xE3", 1100), 8192), repeat("\xE4\xBD\xA0", 1024));
+  EXPECT_EQ(to_utf8(std::string(1030, 'a'), 8192), std::string(1024, 'a'));
   for (const std::size_t before :
        {1U, 5U, 1020U}) {  // so that groups of eight do not come out even
-    EXPECT_EQ(std::string(before, 'a') + repeat("\xE4\xBD\xA0", 1024 - static_cast<int>(before)),
-              to_utf8(std::string(before, 'a') + repeat("\xC4\xE3", 1100), 8192));
+    EXPECT_EQ(to_utf8(std::string(before, 'a') + repeat("\xC4\xE3", 1100), 8192),
+              std::string(before, 'a') + repeat("\xE4\xBD\xA0", 1024 - static_cast<int>(before)));
   }
   // More than 256 bytes are no trouble.
-  EXPECT_EQ(repeat("\xE4\xBD\xA0", 300), to_utf8(repeat("\xC4\xE3", 300), 8192));
+  EXPECT_EQ(to_utf8(repeat("\xC4\xE3", 300), 8192), repeat("\xE4\xBD\xA0", 300));
 }
 
-TEST(Gb2312, utf8_output_stops_before_its_capacity) {
+TEST(Gb2312, Utf8OutputStopsBeforeItsCapacity) {
   struct {
     std::string_view in;
     int cap;
@@ -206,13 +207,13 @@ TEST(Gb2312, utf8_output_stops_before_its_capacity) {
   };
   for (const auto& c : cases) {
     std::vector<char> out(static_cast<std::size_t>(c.cap) + 8, '#');
-    EXPECT_EQ(0, gb2312_to_utf8(out.data(), c.cap, c.in.data(), static_cast<int>(c.in.size())));
-    EXPECT_EQ(c.out, out.data()) << c.in << c.cap;
-    EXPECT_EQ("########", std::string(out.data() + c.cap, 8));
+    EXPECT_EQ(gb2312_to_utf8(out.data(), c.cap, c.in.data(), static_cast<int>(c.in.size())), 0);
+    EXPECT_EQ(out.data(), c.out) << c.in << c.cap;
+    EXPECT_EQ(std::string(out.data() + c.cap, 8), "########");
   }
 }
 
-TEST(Gb2312, utf8_characters_are_decoded_leniently) {
+TEST(Gb2312, Utf8CharactersAreDecodedLeniently) {
   struct {
     std::string text;
     int bytes;
@@ -240,12 +241,12 @@ TEST(Gb2312, utf8_characters_are_decoded_leniently) {
   };
   for (const auto& c : cases) {
     std::uint32_t cp = 99;
-    EXPECT_EQ(c.bytes, utf8_decode_char(c.text.c_str(), &cp)) << c.text;
-    EXPECT_EQ(c.cp, cp) << c.text;
+    EXPECT_EQ(utf8_decode_char(c.text.c_str(), &cp), c.bytes) << c.text;
+    EXPECT_EQ(cp, c.cp) << c.text;
   }
 }
 
-TEST(Gb2312, utf8_characters_are_encoded_in_the_room_there_is) {
+TEST(Gb2312, Utf8CharactersAreEncodedInTheRoomThereIs) {
   struct {
     std::uint32_t cp;
     int room;
@@ -270,36 +271,36 @@ TEST(Gb2312, utf8_characters_are_encoded_in_the_room_there_is) {
   };
   for (const auto& c : cases) {
     char out[8] = {};
-    EXPECT_EQ(c.result, utf8_encode_char(out, c.cp, c.room)) << c.cp;
+    EXPECT_EQ(utf8_encode_char(out, c.cp, c.room), c.result) << c.cp;
     EXPECT_EQ(c.bytes, std::string_view(out, c.bytes.size())) << c.cp;
-    EXPECT_EQ('\0', out[c.bytes.size()]) << c.cp;
+    EXPECT_EQ(out[c.bytes.size()], '\0') << c.cp;
   }
 }
 
-TEST(Gb2312, character_operations_check_their_room) {
+TEST(Gb2312, CharacterOperationsCheckTheirRoom) {
   std::uint32_t cp = 7;
-  EXPECT_EQ(0, gb2312_char_to_uni("\xC4\xE3", 1, &cp));
-  EXPECT_EQ(0, gb2312_char_to_uni("\xAA\xA1", 2, &cp));
-  EXPECT_EQ(7U, cp);
-  EXPECT_EQ(2, gb2312_char_to_uni("\xC4\xE3", 2, &cp));
-  EXPECT_EQ(0x4F60U, cp);
-  EXPECT_EQ(2, gb2312_char_to_uni("\x44\x63", 2, &cp));
-  EXPECT_EQ(0x4F60U, cp);
+  EXPECT_EQ(gb2312_char_to_uni("\xC4\xE3", 1, &cp), 0);
+  EXPECT_EQ(gb2312_char_to_uni("\xAA\xA1", 2, &cp), 0);
+  EXPECT_EQ(cp, 7U);
+  EXPECT_EQ(gb2312_char_to_uni("\xC4\xE3", 2, &cp), 2);
+  EXPECT_EQ(cp, 0x4F60U);
+  EXPECT_EQ(gb2312_char_to_uni("\x44\x63", 2, &cp), 2);
+  EXPECT_EQ(cp, 0x4F60U);
 
   unsigned char pair[2] = {};
-  EXPECT_EQ(-2, uni_to_gb2312_char(0x4F60, pair, 1));
-  EXPECT_EQ(-1, uni_to_gb2312_char(0xDF, pair, 2));
-  EXPECT_EQ(0, pair[0]);
-  EXPECT_EQ(2, uni_to_gb2312_char(0x4F60, pair, 2));
-  EXPECT_EQ(0x44, pair[0]);
-  EXPECT_EQ(0x63, pair[1]);
+  EXPECT_EQ(uni_to_gb2312_char(0x4F60, pair, 1), -2);
+  EXPECT_EQ(uni_to_gb2312_char(0xDF, pair, 2), -1);
+  EXPECT_EQ(pair[0], 0);
+  EXPECT_EQ(uni_to_gb2312_char(0x4F60, pair, 2), 2);
+  EXPECT_EQ(pair[0], 0x44);
+  EXPECT_EQ(pair[1], 0x63);
 }
 
-TEST(Gb2312, code_points_beside_the_pages_are_unmapped) {
+TEST(Gb2312, CodePointsBesideThePagesAreUnmapped) {
   unsigned char pair[2];
   for (std::uint32_t cp : {0x460U, 0x1FFFU, 0x2650U, 0x2FFFU, 0x3230U, 0x4DFFU, 0x9CF0U, 0x9DFFU,
                            0x9FB0U, 0xFEFFU, 0xFFF0U, 0xFFFFU, 0x10000U, 0x14F60U, 0xFFFFFFFFU}) {
-    EXPECT_EQ(-1, uni_to_gb2312_char(cp, pair, 2)) << cp;
+    EXPECT_EQ(uni_to_gb2312_char(cp, pair, 2), -1) << cp;
   }
 }
 
@@ -318,7 +319,7 @@ std::uint32_t iconv_pair(iconv_t cd, unsigned char first, unsigned char second) 
 
 // The C library's table was made by others from the same standard; it differs in A1A4 (U+00B7
 // there) and A1AA (U+2014 there), which are checked by value.
-TEST(Gb2312, all_characters_agree_with_the_c_library_both_ways) {
+TEST(Gb2312, AllCharactersAgreeWithTheCLibraryBothWays) {
   const iconv_t cd = iconv_open("UCS-4LE", "EUC-CN");
   ASSERT_NE(reinterpret_cast<iconv_t>(-1), cd);
   std::vector<std::uint16_t> code_of(0x10000, 0);
@@ -332,8 +333,8 @@ TEST(Gb2312, all_characters_agree_with_the_c_library_both_ways) {
       if (code == 0xA1AA) expected = 0x2015;
       const char pair[2] = {static_cast<char>(first), static_cast<char>(second)};
       std::uint32_t cp = 0;
-      EXPECT_EQ(expected == 0 ? 0 : 2, gb2312_char_to_uni(pair, 2, &cp)) << std::hex << code;
-      EXPECT_EQ(expected, cp) << std::hex << code;
+      EXPECT_EQ(gb2312_char_to_uni(pair, 2, &cp), expected == 0 ? 0 : 2) << std::hex << code;
+      EXPECT_EQ(cp, expected) << std::hex << code;
       if (cp != 0 && cp < 0x10000) {
         code_of[cp] = static_cast<std::uint16_t>(code);
         ++count;
@@ -341,14 +342,14 @@ TEST(Gb2312, all_characters_agree_with_the_c_library_both_ways) {
     }
   }
   iconv_close(cd);
-  EXPECT_EQ(7445, count);
+  EXPECT_EQ(count, 7445);
   for (std::uint32_t cp = 0; cp < 0x10000; ++cp) {
     unsigned char pair[2] = {};
     const int result = uni_to_gb2312_char(cp, pair, 2);
     if (code_of[cp] == 0) {
-      EXPECT_EQ(-1, result) << std::hex << cp;
+      EXPECT_EQ(result, -1) << std::hex << cp;
     } else {
-      EXPECT_EQ(2, result) << std::hex << cp;
+      EXPECT_EQ(result, 2) << std::hex << cp;
       EXPECT_EQ(code_of[cp], (pair[0] << 8 | pair[1]) + 0x8080) << std::hex << cp;
     }
   }
@@ -362,14 +363,14 @@ std::string through_iconv(const char* to, const char* from, std::string text) {
   std::size_t in_left = text.size();
   char* at = out.data();
   std::size_t room = out.size();
-  EXPECT_EQ(0U, iconv(cd, &in, &in_left, &at, &room));
+  EXPECT_EQ(iconv(cd, &in, &in_left, &at, &room), 0U);
   iconv_close(cd);
   out.resize(out.size() - room);
   return out;
 }
 
 // Runs of characters are converted in groups; any mixture must come out as it does one by one.
-TEST(Gb2312, random_mixtures_agree_with_the_c_library) {
+TEST(Gb2312, RandomMixturesAgreeWithTheCLibrary) {
   std::mt19937 random(7);
   const auto draw = [&](std::size_t below) { return static_cast<unsigned>(random() % below); };
   for (int round = 0; round < 4000; ++round) {
@@ -392,8 +393,8 @@ TEST(Gb2312, random_mixtures_agree_with_the_c_library) {
     }
     if (gb.empty()) continue;
     const std::string utf8 = through_iconv("UTF-8", "EUC-CN", gb);
-    ASSERT_EQ(utf8, to_utf8(gb)) << round;
-    ASSERT_EQ(gb, to_gb(utf8, 2048)) << round;
+    ASSERT_EQ(to_utf8(gb), utf8) << round;
+    ASSERT_EQ(to_gb(utf8, 2048), gb) << round;
   }
 }
 
@@ -417,7 +418,7 @@ std::string one_by_one(const std::string& utf8, std::size_t cap) {
   return out;
 }
 
-TEST(Gb2312, damaged_texts_come_out_as_one_by_one) {
+TEST(Gb2312, DamagedTextsComeOutAsOneByOne) {
   std::mt19937 random(8);
   const auto draw = [&](std::size_t below) { return static_cast<unsigned>(random() % below); };
   for (int round = 0; round < 20000; ++round) {
@@ -436,11 +437,12 @@ TEST(Gb2312, damaged_texts_come_out_as_one_by_one) {
     // Exactly these sizes, so that the sanitizers see a byte too many.
     const std::vector<char> in(utf8.begin(), utf8.end());
     std::vector<char> out(cap, '#');
-    ASSERT_EQ(0, utf8_to_gb2312(out.data(), static_cast<int>(cap), in.data(),
-                                static_cast<int>(in.size())));
+    ASSERT_EQ(
+        utf8_to_gb2312(out.data(), static_cast<int>(cap), in.data(), static_cast<int>(in.size())),
+        0);
     const std::string expected = one_by_one(utf8, cap);
-    ASSERT_EQ(expected, std::string(out.data(), expected.size())) << round;
-    ASSERT_EQ('\0', out[expected.size()]) << round;
+    ASSERT_EQ(std::string(out.data(), expected.size()), expected) << round;
+    ASSERT_EQ(out[expected.size()], '\0') << round;
   }
 }
 

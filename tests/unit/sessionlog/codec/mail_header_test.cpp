@@ -25,7 +25,7 @@ std::string header(std::string_view text, int cap = 1024, std::string* after = n
   if (after != nullptr) after->assign(in.begin(), in.end());
   if (length < 0) return std::string(kFails);
   EXPECT_LT(length, cap);
-  EXPECT_EQ('\0', out[static_cast<std::size_t>(length)]);
+  EXPECT_EQ(out[static_cast<std::size_t>(length)], '\0');
   return std::string(out.data(), static_cast<std::size_t>(length));
 }
 
@@ -35,7 +35,7 @@ std::string word(std::string_view text, int cap = 1024) {
   const int length = decode_word(in.data(), out.data(), cap, static_cast<int>(in.size()));
   if (length < 0) return std::string(kFails);
   EXPECT_LT(length, cap);
-  EXPECT_EQ('\0', out[static_cast<std::size_t>(length)]);
+  EXPECT_EQ(out[static_cast<std::size_t>(length)], '\0');
   return std::string(out.data(), static_cast<std::size_t>(length));
 }
 
@@ -44,7 +44,7 @@ struct HeaderCase {
   std::string_view decoded;
 };
 
-TEST(DecodeHeader, words_are_split_and_joined) {
+TEST(DecodeHeader, WordsAreSplitAndJoined) {
   constexpr HeaderCase kCases[] = {
       {"hello"sv, "hello"sv},
       {"hello world"sv, "hello world"sv},
@@ -71,59 +71,59 @@ TEST(DecodeHeader, words_are_split_and_joined) {
       {"a b\0"sv, "a b"sv},
       {"na\xC3\xAFve"sv, "na\xC3\xAFve"sv},  // bare 8-bit text is kept as it is
   };
-  for (const HeaderCase& c : kCases) EXPECT_EQ(c.decoded, header(c.text)) << c.text;
+  for (const HeaderCase& c : kCases) EXPECT_EQ(header(c.text), c.decoded) << c.text;
 }
 
-TEST(DecodeHeader, an_empty_header_fails) {
+TEST(DecodeHeader, AnEmptyHeaderFails) {
   for (std::string_view text : {""sv, " "sv, "\""sv, "  \" \" "sv, "\0abc"sv, " \0abc"sv, "\rabc"sv,
                                 "\n abc"sv, "\nabc"sv, " \r\n abc"sv, "\"\r"sv}) {
-    EXPECT_EQ(kFails, header(text)) << text;
+    EXPECT_EQ(header(text), kFails) << text;
   }
 }
 
-TEST(DecodeHeader, a_leading_tab_is_no_leading_blank) {
+TEST(DecodeHeader, ALeadingTabIsNoLeadingBlank) {
   // The first word is then empty, and an empty word fails.
-  EXPECT_EQ(kFails, header("\tabc"));
+  EXPECT_EQ(header("\tabc"), kFails);
 }
 
-TEST(DecodeHeader, one_bad_word_fails_the_header) {
+TEST(DecodeHeader, OneBadWordFailsTheHeader) {
   for (std::string_view text :
        {"ok =?UTF-8?b?5L2g5aW9?="sv, "=?UTF-8?b?5L2g5aW9?= ok"sv, "a =b c"sv, "a \" b"sv, "a \""sv,
         "a =?UTF-8?Q?=C3=9F?= b"sv, "a =?UTF-8?B?5L2g5aW9"sv}) {
-    EXPECT_EQ(kFails, header(text)) << text;
+    EXPECT_EQ(header(text), kFails) << text;
   }
 }
 
-TEST(DecodeHeader, a_word_too_long_for_the_rest_is_left_out) {
+TEST(DecodeHeader, AWordTooLongForTheRestIsLeftOut) {
   // A word with its blank needs pos + n + 1 < cap, the last word pos + n < cap.
-  EXPECT_EQ("abc ", header("abc defgh", 5));
-  EXPECT_EQ("", header("abc defgh", 4));
-  EXPECT_EQ("abcd", header("abcd", 5));
-  EXPECT_EQ("", header("abcd", 4));
-  EXPECT_EQ("abc x", header("abc toolong x", 6));
-  EXPECT_EQ("ab ", header("toolong ab ", 4));
-  EXPECT_EQ("", header("a", 1));
+  EXPECT_EQ(header("abc defgh", 5), "abc ");
+  EXPECT_EQ(header("abc defgh", 4), "");
+  EXPECT_EQ(header("abcd", 5), "abcd");
+  EXPECT_EQ(header("abcd", 4), "");
+  EXPECT_EQ(header("abc toolong x", 6), "abc x");
+  EXPECT_EQ(header("toolong ab ", 4), "ab ");
+  EXPECT_EQ(header("a", 1), "");
   // A word beyond the word buffer fails; one just below it does not.
-  EXPECT_EQ(std::string(1023, 'a'), header(std::string(1023, 'a'), 1100));
-  EXPECT_EQ(kFails, header(std::string(1024, 'a'), 1100));
-  EXPECT_EQ(kFails, header(std::string(1024, 'a') + " b", 1100));
+  EXPECT_EQ(header(std::string(1023, 'a'), 1100), std::string(1023, 'a'));
+  EXPECT_EQ(header(std::string(1024, 'a'), 1100), kFails);
+  EXPECT_EQ(header(std::string(1024, 'a') + " b", 1100), kFails);
   char out = '#';
   char text[] = "abc";
-  EXPECT_EQ(-1, decode_header(text, 3, &out, 0));
-  EXPECT_EQ('#', out);
+  EXPECT_EQ(decode_header(text, 3, &out, 0), -1);
+  EXPECT_EQ(out, '#');
 }
 
-TEST(DecodeHeader, the_text_is_split_in_place) {
+TEST(DecodeHeader, TheTextIsSplitInPlace) {
   std::string after;
-  EXPECT_EQ("Re: \xC4\xE3 x", header("Re: =?UTF-8?B?5L2g?=\tx", 1024, &after));
-  EXPECT_EQ("Re:\0=?UTF-8?B?5L2g?=\0x"sv, after);
-  EXPECT_EQ("a b ", header(" a  b ", 1024, &after));
-  EXPECT_EQ(" a\0 b\0"sv, after);
-  EXPECT_EQ("a", header("a\0\tb c"sv, 1024, &after));
-  EXPECT_EQ("a\0\tb c"sv, after);  // behind the NUL nothing changes
+  EXPECT_EQ(header("Re: =?UTF-8?B?5L2g?=\tx", 1024, &after), "Re: \xC4\xE3 x");
+  EXPECT_EQ(after, "Re:\0=?UTF-8?B?5L2g?=\0x"sv);
+  EXPECT_EQ(header(" a  b ", 1024, &after), "a b ");
+  EXPECT_EQ(after, " a\0 b\0"sv);
+  EXPECT_EQ(header("a\0\tb c"sv, 1024, &after), "a");
+  EXPECT_EQ(after, "a\0\tb c"sv);  // behind the NUL nothing changes
 }
 
-TEST(DecodeHeader, a_second_decoding_yields_the_first_word) {
+TEST(DecodeHeader, ASecondDecodingYieldsTheFirstWord) {
   constexpr HeaderCase kCases[] = {
       {"Re: =?UTF-8?B?5L2g5aW9?="sv, "Re:"sv},
       {"=?UTF-8?B?5L2g?= =?UTF-8?B?5aW9?= x"sv, "\xC4\xE3"sv},
@@ -133,41 +133,41 @@ TEST(DecodeHeader, a_second_decoding_yields_the_first_word) {
   };
   for (const HeaderCase& c : kCases) {
     std::string after;
-    EXPECT_NE(kFails, header(c.text, 1024, &after));
-    EXPECT_EQ(c.decoded, header(after)) << c.text;
+    EXPECT_NE(header(c.text, 1024, &after), kFails);
+    EXPECT_EQ(header(after), c.decoded) << c.text;
   }
 }
 
-TEST(DecodeHeader, a_passed_through_first_word_is_longer_the_second_time) {
+TEST(DecodeHeader, APassedThroughFirstWordIsLongerTheSecondTime) {
   // The bytes that remain are then those of the whole header: 24 - 2 - 10.
   std::string after;
-  EXPECT_EQ("iso-8859 def", header("=?iso-8859-1?Q?abc?= def", 1024, &after));
-  EXPECT_EQ("iso-8859-1?Q", header(after));
+  EXPECT_EQ(header("=?iso-8859-1?Q?abc?= def", 1024, &after), "iso-8859 def");
+  EXPECT_EQ(header(after), "iso-8859-1?Q");
   // They may hold the NUL that the first decoding wrote: 16 - 2 - 1.
-  EXPECT_EQ("x?Q?ab? hello", header("=?x?Q?ab?= hello", 1024, &after));
-  EXPECT_EQ("x?Q?ab?=\0hell"sv, header(after));
+  EXPECT_EQ(header("=?x?Q?ab?= hello", 1024, &after), "x?Q?ab? hello");
+  EXPECT_EQ(header(after), "x?Q?ab?=\0hell"sv);
 }
 
-TEST(DecodeWord, leading_blanks_quotes_and_line_ends_are_skipped) {
+TEST(DecodeWord, LeadingBlanksQuotesAndLineEndsAreSkipped) {
   constexpr HeaderCase kCases[] = {
       {"abc"sv, "abc"sv},      {" \"\t\r\nabc"sv, "abc"sv},   {""sv, kFails},
       {" \"\t\r\n"sv, kFails}, {"\"=?gb2312?Q?x?="sv, "x"sv},
   };
-  for (const HeaderCase& c : kCases) EXPECT_EQ(c.decoded, word(c.text)) << c.text;
+  for (const HeaderCase& c : kCases) EXPECT_EQ(word(c.text), c.decoded) << c.text;
 }
 
-TEST(DecodeWord, a_plain_word_ends_at_a_line_end_or_nul) {
-  EXPECT_EQ("ab", word("ab\rcd"));
-  EXPECT_EQ("ab", word("ab\ncd"));
-  EXPECT_EQ("ab", word("ab\0cd"sv));
-  EXPECT_EQ("", word("\0cd"sv));
-  EXPECT_EQ("a=?gb2312?Q?x?=", word("a=?gb2312?Q?x?="));
-  EXPECT_EQ("a b", word("a b"));  // splitting is the header's task
-  EXPECT_EQ("abc", word("abc", 4));
-  EXPECT_EQ(kFails, word("abcd", 4));
+TEST(DecodeWord, APlainWordEndsAtALineEndOrNul) {
+  EXPECT_EQ(word("ab\rcd"), "ab");
+  EXPECT_EQ(word("ab\ncd"), "ab");
+  EXPECT_EQ(word("ab\0cd"sv), "ab");
+  EXPECT_EQ(word("\0cd"sv), "");
+  EXPECT_EQ(word("a=?gb2312?Q?x?="), "a=?gb2312?Q?x?=");
+  EXPECT_EQ(word("a b"), "a b");  // splitting is the header's task
+  EXPECT_EQ(word("abc", 4), "abc");
+  EXPECT_EQ(word("abcd", 4), kFails);
 }
 
-TEST(DecodeWord, encoded_words) {
+TEST(DecodeWord, EncodedWords) {
   const std::string kName15 = "gb2312789012345";
   const HeaderCase cases[] = {
       {"=?UTF-8?B?5L2g5aW9?="sv, "\xC4\xE3\xBA\xC3"sv},
@@ -217,29 +217,29 @@ TEST(DecodeWord, encoded_words) {
       {"=?utf8?Q?=E4=BD=A0?="sv, "utf8?Q?=E4=BD="sv},  // not "utf-8"
       {"=?ut?Q?=E4=BD=A0?="sv, "ut?Q?=E4=BD=A0"sv},
   };
-  for (const HeaderCase& c : cases) EXPECT_EQ(c.decoded, word(c.text)) << c.text;
-  EXPECT_EQ("A", word("=?" + kName15 + "?Q?A?="));
-  EXPECT_EQ(kFails, word("=?" + kName15 + "6?Q?A?="));  // 16 bytes of name
-  EXPECT_EQ(kFails, word("=?iso-8859-1-extra-long?Q?A?="));
+  for (const HeaderCase& c : cases) EXPECT_EQ(word(c.text), c.decoded) << c.text;
+  EXPECT_EQ(word("=?" + kName15 + "?Q?A?="), "A");
+  EXPECT_EQ(word("=?" + kName15 + "6?Q?A?="), kFails);  // 16 bytes of name
+  EXPECT_EQ(word("=?iso-8859-1-extra-long?Q?A?="), kFails);
 }
 
-TEST(DecodeWord, results_stay_within_the_capacity) {
-  EXPECT_EQ("abc", word("=?gb2312?Q?abcdefgh?=", 4));
-  EXPECT_EQ("\xC4\xE3", word("=?utf-8?B?5L2g5aW9?=", 4));
-  EXPECT_EQ("iso", word("=?iso-8859-1?Q?abc?=", 4));
-  EXPECT_EQ("", word("=?gb2312?Q?abcdefgh?=", 1));
-  EXPECT_EQ(kFails, word("abc", 0));
+TEST(DecodeWord, ResultsStayWithinTheCapacity) {
+  EXPECT_EQ(word("=?gb2312?Q?abcdefgh?=", 4), "abc");
+  EXPECT_EQ(word("=?utf-8?B?5L2g5aW9?=", 4), "\xC4\xE3");
+  EXPECT_EQ(word("=?iso-8859-1?Q?abc?=", 4), "iso");
+  EXPECT_EQ(word("=?gb2312?Q?abcdefgh?=", 1), "");
+  EXPECT_EQ(word("abc", 0), kFails);
   // The encoded text is cut to 1023 bytes: "=41" 341 times.
   std::string long_word = "=?gb2312?Q?";
   for (int i = 0; i < 400; ++i) long_word += "=41";
   long_word += "?=";
-  EXPECT_EQ(std::string(341, 'A'), word(long_word, 2000));
-  EXPECT_EQ(std::string(1023, 'x'), word("=?gb2312?Q?" + std::string(1500, 'x') + "?=", 2000));
+  EXPECT_EQ(word(long_word, 2000), std::string(341, 'A'));
+  EXPECT_EQ(word("=?gb2312?Q?" + std::string(1500, 'x') + "?=", 2000), std::string(1023, 'x'));
   // 1023 characters of base64 are 767 bytes; 511 of them become characters.
-  EXPECT_EQ(std::string(767, '\0'), word("=?gb2312?B?" + std::string(1500, 'A') + "?=", 2000));
+  EXPECT_EQ(word("=?gb2312?B?" + std::string(1500, 'A') + "?=", 2000), std::string(767, '\0'));
   std::string text;
   for (int i = 0; i < 500; ++i) text += "YWFh";
-  EXPECT_EQ(std::string(511, 'a'), word("=?utf-8?B?" + text + "?=", 2000));
+  EXPECT_EQ(word("=?utf-8?B?" + text + "?=", 2000), std::string(511, 'a'));
 }
 
 }  // namespace

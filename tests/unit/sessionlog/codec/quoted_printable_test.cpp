@@ -10,7 +10,7 @@ using namespace std::literals;
 namespace qsvmon {
 namespace {
 
-TEST(QuotedPrintable, q_texts_are_decoded) {
+TEST(QuotedPrintable, QTextsAreDecoded) {
   struct {
     std::string_view in;
     std::string_view out;
@@ -40,20 +40,20 @@ TEST(QuotedPrintable, q_texts_are_decoded) {
   for (const auto& c : cases) {
     char out[64];
     const int length = qp_decode(c.in, out, sizeof out);
-    ASSERT_EQ(static_cast<int>(c.out.size()), length) << c.in;
+    ASSERT_EQ(length, static_cast<int>(c.out.size())) << c.in;
     EXPECT_EQ(c.out, std::string_view(out, c.out.size())) << c.in;
   }
 }
 
-TEST(QuotedPrintable, reaching_the_capacity_fails) {
+TEST(QuotedPrintable, ReachingTheCapacityFails) {
   char out[8];
   std::fill(out, out + 8, '#');
-  EXPECT_EQ(3, qp_decode("abc", out, 4));
-  EXPECT_EQ(-1, qp_decode("abcd", out, 4));
-  EXPECT_EQ(-1, qp_decode("abcdefgh", out, 4));
-  EXPECT_EQ(-1, qp_decode("=41=42=43=44=45", out, 4));
-  EXPECT_EQ("ABCD####"sv, std::string_view(out, 8));
-  EXPECT_EQ(-1, qp_decode("abc", out, 0));
+  EXPECT_EQ(qp_decode("abc", out, 4), 3);
+  EXPECT_EQ(qp_decode("abcd", out, 4), -1);
+  EXPECT_EQ(qp_decode("abcdefgh", out, 4), -1);
+  EXPECT_EQ(qp_decode("=41=42=43=44=45", out, 4), -1);
+  EXPECT_EQ(std::string_view(out, 8), "ABCD####"sv);
+  EXPECT_EQ(qp_decode("abc", out, 0), -1);
 }
 
 }  // namespace
