@@ -6,8 +6,9 @@ namespace qsvmon {
 
 namespace {
 
-/// Counts a record in, but for its slot.
-/// KEEP: a `mintime` of 0 counts as unset, so a session of time 0 gives way to the next record.
+/// Updates every counter of `stat`; `slots` is left to the caller.
+/// KEEP: a `mintime` of 0 counts as unset, so that the record behind a session of time 0 replaces
+/// it.
 void count_flow(FlowStat& stat, const ResetRecord& record) {
   const std::uint32_t time = record.time_secs;
   stat.flowcnt += 1;
@@ -18,8 +19,8 @@ void count_flow(FlowStat& stat, const ResetRecord& record) {
   stat.https += traffic == kClassHttps;
 }
 
-/// KEEP: the place is taken from the port as it came, in network order, while the value is the
-/// port in host order; which ports survive in a row depends on it.
+/// KEEP: the place is computed from the port in network order, while the value is the port in host
+/// order; which ports a row shows, and in which sequence, depends on it.
 void count_port(FlowStat& stat, const ResetRecord& record) {
   count_flow(stat, record);
   const std::uint16_t raw = record.dport_net;

@@ -108,6 +108,7 @@ void print_plain_line(Printer& out, const ResetRecord& record) {
   out.put(time, ' ', LocalTimeText{time}, ' ', dict_appname(app), ' ', dict_appcname(app), ' ');
   out.put(from_net32(record.src_net), ' ', from_net16(record.sport_net), ' ',
           from_net32(record.dst_net), ' ', from_net16(record.dport_net), ' ');
+  // KEEP: this order is the appliance's (see reset_print.h), not that of the bits.
   out.put(Hundredths{record.metric(20)}, ' ', Hundredths{record.metric(40)}, ' ',
           Hundredths{record.metric(0)}, ' ');
   out.put(+record.val1, ' ', +record.val2, ' ', +record.val3, ' ');

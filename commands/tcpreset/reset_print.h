@@ -20,8 +20,8 @@ void print_ip_row(Printer& out, const IpStat& stat, IpSide side);
 /// Prints one name with its braces. The name's bytes go out as they are.
 void print_dns_row(Printer& out, const DnsStat& stat);
 
-/// Print the page that the query asks for of the rows in `order`, without a newline. The total
-/// counts all rows whose address or name contains the filter.
+/// Print the rows of `order` that lie on the query's page, without a newline. The total counts all
+/// rows whose address or name contains the filter, on the page or not.
 void print_ip_page(Printer& out, const IpFold& fold, const RowOrder& order, const IpQuery& query);
 void print_dns_page(Printer& out, const DnsFold& fold, const RowOrder& order,
                     const DnsQuery& query);
@@ -32,7 +32,9 @@ struct Hundredths {
 };
 void put_value(Printer& out, Hundredths metric);
 
-/// Prints one session as a line of text, its addresses as decimal numbers.
+/// Prints one session as a line of text.
+/// KEEP: addresses are decimal numbers, 1.2.3.4 as 16909060, and the three metrics stand in the
+/// order of bits 20, 40 and 0; scripts split the line at its blanks and know both.
 void print_plain_line(Printer& out, const ResetRecord& record);
 
 /// Prints every session that it is given.

@@ -10,7 +10,7 @@
 
 namespace qsvmon {
 
-/// What the address and the name listing are asked for alike. `Stat` is a row's type.
+/// What the words of the address and of the name listing can both ask for. `Stat` is a row's type.
 template <class Stat>
 struct StatQuery {
   RowRange rows;
@@ -30,11 +30,12 @@ struct IpQuery : StatQuery<IpStat> {
 /// What `tcpreset listdns` is asked for. `filter` points into the words.
 using DnsQuery = StatQuery<DnsStat>;
 
-/// Both read the words; the last of a kind counts, unknown ones are the daemon's, and so are
-/// unknown directions and keys. "row=" is "first-last" as sscanf's "%u-%u" takes it (blanks before
-/// a number, a sign and text behind pass); INVALID_ROW where two numbers are not found, wherever it
-/// stands. KEEP: for addresses "order=asc" shows the largest counter first and "order=desc" the
-/// smallest, for names it is the other way round; the web front end sends the words so.
+/// Read `words` into `query`. A later word of a kind overrides an earlier one. Unknown words are
+/// ignored, as the daemon may know them; so are unknown values of "order=" and "sort=". "row=" is
+/// "first-last" as sscanf reads "%u-%u": blanks and a sign before a number and text behind the
+/// second are accepted. Any "row=" without two numbers, even an overridden one, fails with
+/// INVALID_ROW. KEEP: for addresses "order=asc" shows the largest counter first and "order=desc"
+/// the smallest, for names it is the other way round; the web front end sends the words so.
 Status parse_ip_query(Words words, IpQuery& query);
 Status parse_dns_query(Words words, DnsQuery& query);
 

@@ -19,7 +19,9 @@ struct [[gnu::packed]] ResetRecord {
   std::uint32_t dst_net;
   std::uint16_t sport_net;
   std::uint16_t dport_net;
-  std::uint64_t metrics;  ///< three 20-bit values in hundredths, from bit 0, 20 and 40
+  /// Three 20-bit values in hundredths, from bit 0, 20 and 40. Their meaning is the daemon's: the
+  /// client prints them and decides nothing by them. The same holds for val1 to val3.
+  std::uint64_t metrics;
   std::uint16_t val1;
   std::uint16_t val2;
   std::uint32_t appword;  ///< bits 0-13 application, 14-23 HTTP status, 26-31 traffic class

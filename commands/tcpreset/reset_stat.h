@@ -8,12 +8,13 @@ namespace qsvmon {
 
 /// Which address of a session is the key of the address listing.
 enum class IpSide : std::uint8_t {
-  kDst,  ///< destination; the slots hold destination ports
-  kSrc,  ///< source; the slots hold application ids
+  kDst,  ///< destination; `slots` holds destination ports
+  kSrc,  ///< source; `slots` holds application ids
 };
 
-/// Eight places for ports or application ids. A value goes to the place of its remainder modulo 8
-/// and replaces what is there, so at most one value of each remainder is kept: the last seen.
+/// Eight places for ports or application ids. The caller chooses the place: an application id
+/// modulo 8, or a port as it is stored, in network order, modulo 8. A value replaces what is there,
+/// so of all values with one place the last is kept.
 struct ValueSlots {
   std::uint16_t value[8];
   std::uint8_t used;  ///< bit n: place n is taken
