@@ -13,20 +13,22 @@
 
 namespace qsvmon {
 
-/// What one batched command asks for. The same record is sent for every batch, as the last reply
-/// left it but for the fields that the command's steps set again.
+/// What one batched command asks for. The daemon answers a listing in batches, one call each. All
+/// calls send the same request record: what the last reply wrote into a field stays there, unless
+/// the plan sets it again.
 struct BatchPlan {
   std::string_view module;  ///< target name, set for every batch
   Daemon daemon;
   WordStyle style = WordStyle::kBlankBefore;  ///< kBlankAfter also counts the NUL in datalen
   std::uint32_t msgcode = kVerbList;          ///< set for every batch
-  bool want_dict = false;                     ///< ask for the dictionary with the first batch
-  bool clear_syncdesc_later = false;          ///< later batches ask for none; else as replied
-  bool clear_result = false;                  ///< `result` is 0 in every request
+  bool want_dict = false;  ///< `syncdesc` of the first request: 1 asks for the dictionary
+  bool clear_syncdesc_later = false;  ///< sets it to 0 from the second on; else it is as replied
+  bool clear_result = false;  ///< sets `result` to 0 in every request; else it is as replied
 };
 
-/// A listing's reply, batch by batch. The bytes lent out never leave the shared area, whatever the
-/// daemon claims, and are valid until the next `fetch`. Tests have one that needs no daemon.
+/// A listing's reply, batch by batch. The spans of `bytes` and `records` lie within the shared
+/// area, whatever the daemon claims, and are valid until the next `fetch`. Tests have one that
+/// needs no daemon.
 class BatchSource {
  public:
   BatchSource() = default;

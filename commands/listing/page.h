@@ -4,9 +4,11 @@
 
 namespace qsvmon {
 
-/// One page of a listing as the words "page=" and "limit=" ask for it: positions `start` up to but
-/// not including `end`. All arithmetic is 32-bit and wraps, so that any number in a word has a
-/// meaning; an `end` that wrapped below `start` is a page that shows nothing.
+/// One page of a listing as the words "page=" and "limit=" ask for it: a half-open range of
+/// positions that are counted from 0, `start` up to but not including `end`. The word "row=" asks
+/// for a RowRange (row_page.h) instead, which is closed and counted from 1. All arithmetic is
+/// 32-bit and wraps, so that any number in a word has a meaning; an `end` that wrapped below
+/// `start` is a page that shows nothing.
 struct PageRange {
   std::uint32_t start;
   std::uint32_t end;

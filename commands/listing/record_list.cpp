@@ -9,7 +9,7 @@
 namespace qsvmon {
 namespace {
 
-/// A list of fewer is left as it is: dropping costs more than the memory is worth.
+/// A shorter list is not cut: that would cost more than the memory is worth.
 constexpr std::uint64_t kWorthDropping = 4096;
 
 /// No list gets that long: records of 4 bytes would fill the store before.
@@ -83,8 +83,8 @@ void RecordList::sort() {
   }
 }
 
-/// Whether the record is left out of the page. What is hidden once is hidden for good, and as it
-/// does not lie before the page it never will again: nothing of it is needed any more.
+/// Whether the record is left out of the page. The answer never changes, and a record that is not
+/// before the page now never will be: the bytes of a hidden one are not needed any more.
 bool RecordList::hides(std::uint32_t place) {
   if (is_hidden_ == nullptr) return false;
   if (records_.mark(place) == kNotAsked) {
@@ -95,8 +95,8 @@ bool RecordList::hides(std::uint32_t place) {
   return records_.mark(place) == kHidden;
 }
 
-/// How many of the sorted records the page needs: those before it, and as many behind as it takes
-/// to find all that it shows. When they are found, nothing behind the last of them counts any more.
+/// How many of the sorted records the page needs: those before it, and from there on up to the last
+/// that it shows. Where that one is found, whatever sorts behind it is never shown.
 std::uint32_t RecordList::needed() {
   std::uint32_t to_show = page_.end - page_.start;
   std::uint32_t position = std::min(page_.start, size_);
@@ -107,19 +107,20 @@ std::uint32_t RecordList::needed() {
       return position + 1;
     }
   }
-  asks_at_once_ = is_hidden_ != nullptr;  // hidden ones may be all that comes: none is kept whole
+  // The page is not full: if most of what arrives is hidden, its bytes must not fill the memory.
+  asks_at_once_ = is_hidden_ != nullptr;
   return size_;
 }
 
-/// Sorting costs a time linear in the records, and they have doubled since the last one.
+/// Sorting takes linear time and the list has doubled since the last cut: constant time a record.
 void RecordList::drop_what_lies_behind() {
   sort();
   drop_from(needed());
   drop_at_ = std::max(kWorthDropping, std::uint64_t{size_} * 2);
 }
 
-/// Moves the records before `position` together, in the order in which they lie, which is that in
-/// which they came.
+/// Moves the records before `position` together. Those are visited by their place in the store,
+/// which is their order of arrival, so that none is overwritten before it is moved.
 void RecordList::drop_from(std::uint32_t position) {
   size_ = position;
   for (std::uint32_t i = 0; i < size_; ++i) items_[i] = swap_halves(items_[i]);

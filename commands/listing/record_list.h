@@ -9,17 +9,21 @@
 
 namespace qsvmon {
 
-/// The records of a listing that is sorted by a key: larger keys first, equal ones as they came. It
-/// keeps what one page can need, however many records come: of the records so far in their order,
-/// those before the page, then those up to the last one that the page shows. What lies behind can
-/// never come back in front when more arrive; it is dropped whenever as many again have gathered as
-/// the page needs, and from then on whatever would lie behind is only counted. A record takes as
-/// many bytes as it has (rounded up to 4), 4 more, 8 to be sorted and 8 while that is done; one
-/// that is hidden may keep its place without its bytes.
+/// The records of a listing that is sorted by a key: larger keys first, equal ones in order of
+/// arrival. A bounded top-k: however many records arrive, it stores those that its page can need.
+///
+/// The invariant: of all records appended so far, every one is stored that is before the page or on
+/// it (none for a page that shows nothing). A record behind the page can be dropped, as later ones
+/// only move it further back. The list grows to twice what the page needs (4,096 records at least),
+/// is then sorted and cut, and from then on a record that sorts behind the last one of the page is
+/// counted and not stored.
+///
+/// A stored record costs its bytes (rounded up to 4) and 4 more, 8 for its sort item, and 8 while
+/// the items are sorted. A hidden record may be stored without its bytes.
 class RecordList {
  public:
-  /// Whether a record that comes up on the page is left out of it and of the count. Asked once at
-  /// most for each record.
+  /// Whether a record whose turn on the page comes is left out of the page and of its count. Called
+  /// once at most for each record.
   using IsHidden = bool (*)(std::span<const char> record);
 
   /// With a null `is_hidden` none is.
@@ -33,8 +37,9 @@ class RecordList {
     return has_last_key_ && key <= last_key_;  // of equal keys those that came first are in front
   }
 
-  /// Takes a record in, 1 to RecordStore::kMaxRecordBytes bytes; of one that lies behind they may
-  /// be left out. KEEP: dropped without a word, and not counted, when there is no memory for it.
+  /// Adds a record of 1 to RecordStore::kMaxRecordBytes bytes; where lies_behind(key), `record` may
+  /// be empty.
+  /// KEEP: without memory for it the record is dropped, silently and uncounted.
   void append(std::uint32_t key, std::span<const char> record) {
     if (lies_behind(key)) {
       ++count_;
@@ -43,17 +48,17 @@ class RecordList {
     }
   }
 
-  /// Puts the records in their order, once all have come.
+  /// Sorts the stored records. Call it once, when all have been appended.
   void sort();
 
   PageRange page() const { return page_; }
-  /// All records so far, also those that are not kept.
+  /// All records appended so far, also those that are not stored.
   std::uint32_t count() const { return count_; }
-  /// The records that are kept: at least those that the page needs.
+  /// The records that are stored: at least those that the page needs.
   std::uint32_t size() const { return size_; }
 
   /// The record at `position` (below size()) of the sorted list. Empty for one that was found to be
-  /// hidden while the records came in.
+  /// hidden while records were appended.
   std::span<const char> operator[](std::uint32_t position) const {
     return records_[place_of(items_[position])];
   }
@@ -74,14 +79,14 @@ class RecordList {
   RecordStore records_;
   /// The key inverted in the upper half, the record's place in the lower: ascending is the order.
   std::uint64_t* items_ = nullptr;
-  std::uint64_t* spare_ = nullptr;  ///< to sort them, once that was done; as large
+  std::uint64_t* spare_ = nullptr;  ///< the sort's second array, as large; null before the first
   std::size_t room_ = 0;
   std::uint32_t size_ = 0;
   std::uint32_t count_ = 0;
-  std::uint64_t drop_at_;      ///< the size at which to look for what lies behind
-  bool asks_at_once_ = false;  ///< whether a record is hidden, not only when it is on the page
-  bool has_last_key_ = false;  ///< what comes behind last_key_ lies behind the page
-  std::uint32_t last_key_ = 0;
+  std::uint64_t drop_at_;       ///< the size at which the list is cut
+  bool asks_at_once_ = false;   ///< `is_hidden` is called for every record that arrives
+  bool has_last_key_ = false;   ///< `last_key_` is set
+  std::uint32_t last_key_ = 0;  ///< of the page's last record
 };
 
 }  // namespace qsvmon

@@ -10,13 +10,15 @@
 
 namespace qsvmon {
 
-/// Rows by their place among those that pass, counted from 1, both ends included.
+/// The rows that the word "row=" asks for: a closed range, `first` to `last`, counted from 1 among
+/// the rows that pass the filter. The words "page=" and "limit=" ask for a PageRange (page.h)
+/// instead, which is half-open and counted from 0.
 struct RowRange {
   std::uint32_t first = 0;
   std::uint32_t last = 0xffffffff;
 };
 
-/// What `print_page` shows.
+/// What `print_page` shows: a range of rows, and how the document around them is written.
 struct RowPage {
   RowRange rows;
   std::string_view total;  ///< name of the member with the number of all rows that pass
@@ -29,7 +31,8 @@ struct RowPage {
 template <class Rows, class PrintRow, class Passes>
 void print_page(Printer& out, const Rows& rows, const RowOrder& order, const RowPage& page,
                 PrintRow&& print_row, Passes&& passes) {
-  constexpr std::uint32_t kAhead = 16;  // rows whose memory is on its way: sorted ones lie anywhere
+  // Rows being prefetched: in sorted order neighbouring rows lie anywhere in memory.
+  constexpr std::uint32_t kAhead = 16;
   const auto [first, last] = page.rows;
   const std::uint32_t begin = page.filtered || first == 0 ? 0 : std::min(first - 1, order.size());
   const std::uint32_t end = page.filtered ? order.size() : std::min(last, order.size());

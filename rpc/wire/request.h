@@ -26,7 +26,7 @@ struct RpcRequest {
   char* data;              ///< argument data in the client; the daemon finds it at the area's start
   std::int32_t shmid;      ///< the client's shared-memory segment
   std::uint8_t syncdesc;   ///< request: send the dictionary; reply: it lies before the reply
-  std::uint8_t islast;     ///< reply: the last piece of a reply fetched in several calls
+  std::uint8_t islast;     ///< reply: the last batch of a reply that takes several calls
   std::uint16_t flags;     ///< zero in requests; bit 0: the sink writes to `stream`
   std::FILE* stream;       ///< zero in requests; the sink's stream
   std::uint32_t status;    ///< 0 or why the call failed, see RpcStatus
