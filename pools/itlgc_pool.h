@@ -8,13 +8,15 @@ namespace qsvmon {
 
 constexpr int kItlgcCategories = 32;
 
-/// One threat-intelligence category. A category that no line of the configuration file describes is
-/// all zeros.
+/// One category of threat intelligence, which names and records abbreviate as `itlgc`. All zeros
+/// when no line of the configuration file describes it. The layout is the appliance's.
 struct ItlgcEntry {
   std::uint8_t vendor;
-  char name[31];       ///< NUL-terminated
-  char cname[32];      ///< second display name, NUL-terminated
-  std::uint32_t hits;  ///< 0 after loading; a listing may add to it
+  char name[31];   ///< NUL-terminated
+  char cname[32];  ///< display name, as the web pages show it; NUL-terminated
+  /// 0 after loading, and nothing in this program writes it. The signature listing adds the hits
+  /// that it counted to it, in the row that it prints.
+  std::uint32_t hits;
 };
 
 /// The kItlgcCategories entries, indexed by category id, or null when there was no memory for them

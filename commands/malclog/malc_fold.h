@@ -12,12 +12,12 @@
 #include "commands/malclog/tidpool.h"
 #include "pools/itlgc_pool.h"
 
-/// The folds of the malicious-event listings: events in, rows out, numbered from 0. They take any
-/// number of batches. `tids` must outlive a fold and be filled before its first `add`. An event
-/// that finds no memory is dropped.
+/// The folds of the malicious-event listings, one for each list type: `Agg` aggregates events into
+/// rows, numbered from 0, over any number of batches. `tids` must outlive a fold and be filled
+/// before its first `add`. An event is dropped when there is no memory to count it.
 namespace qsvmon {
 
-/// What one address was hit by.
+/// The events of one address.
 struct MalcIpRow {
   std::uint32_t ip;     ///< network order
   std::uint32_t total;  ///< events counted
@@ -46,7 +46,7 @@ class MalcIpAgg {
   TallyBlocks blocks_;
 };
 
-/// What one host was hit by.
+/// The events of one host.
 struct MalcHostRow {
   NameKey<6> name;      ///< at most 42 bytes, so NUL-terminated; may hold NULs before its end
   std::uint32_t total;  ///< events counted
@@ -81,7 +81,7 @@ class MalcHostAgg {
   TallyBlocks blocks_;
 };
 
-/// What one application was hit by.
+/// The events of one application.
 struct MalcAppRow {
   std::uint16_t apid;   ///< 0 in a row that no event made, and in that of application 0
   std::uint32_t total;  ///< events counted

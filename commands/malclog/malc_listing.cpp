@@ -8,15 +8,15 @@
 namespace qsvmon {
 namespace {
 
-/// Feeds the events of every batch to `fold`: the first batch begins with the signature table,
-/// which goes into `tids`, the later ones hold events alone.
+/// Feeds the events of every batch to `fold`. The first batch begins with the signature table,
+/// which goes into `tids`; the later ones hold events alone.
 template <class Fold>
 Status fold_events(Printer& out, BatchSource& batches, TidPool& tids, Fold& fold) {
   while (!batches.done()) {
     if (Status s = batches.fetch(); !s.ok()) return s;
     std::size_t skip = 0;
-    if (!tids.taken()) {
-      if (!tids.take(batches.bytes(), batches.claimed() != 0)) {
+    if (!tids.filled()) {
+      if (!tids.fill(batches.bytes(), batches.claimed() != 0)) {
         out.put("fail to malloc tidpool size\n");
         return Status::good();
       }
@@ -27,7 +27,7 @@ Status fold_events(Printer& out, BatchSource& batches, TidPool& tids, Fold& fold
   return Status::good();
 }
 
-/// What the listings of one kind work with.
+/// What every pipeline below works with.
 struct Listing {
   Printer& out;
   const MalcQuery& query;
@@ -65,7 +65,7 @@ Status list_signatures(const Listing& l) {
   return Status::good();
 }
 
-/// Events are printed as they come: nothing is kept, and there is nothing to sort.
+/// Events are printed as they arrive: no rows are stored, so there is nothing to sort.
 Status list_details(const Listing& l) {
   MalcDetail detail(l.out, l.query, l.names);
   if (Status s = fold_events(l.out, l.batches, l.tids, detail); !s.ok()) return s;

@@ -62,7 +62,8 @@ void print_app_row(Printer& out, const MalcNames& names, const TallyBlocks& bloc
   out.put("]}");
 }
 
-/// The page as places counted from 1.
+/// KEEP: passes the 0-based range on as 1-based rows, without adding 1; malc_print.h says what
+/// follows.
 RowPage page_of(PageRange range, bool filtered) {
   const RowRange none = {.first = 1, .last = 0};
   return {.rows = range.end == 0 ? none : RowRange{range.start, range.end - 1},

@@ -11,12 +11,12 @@
 
 namespace qsvmon {
 
-/// What the listings print from besides their rows. Borrows all of it.
+/// Where the listings find names: of signatures, of categories. Borrows both.
 struct MalcNames {
   const TidPool& tids;
   std::span<const ItlgcEntry> categories;  ///< the category pool's entries
 
-  /// The names of `category`, both empty for one that the pool does not hold.
+  /// The names of `category`; an entry of empty names for one that the pool does not hold.
   const ItlgcEntry& category(int category) const {
     static constexpr ItlgcEntry kNameless{};
     const auto at = static_cast<std::size_t>(category);  // a negative one lies beyond any pool
@@ -24,11 +24,12 @@ struct MalcNames {
   }
 };
 
-/// How an entry of a row's "list" is written.
+/// How an entry of a row's "list" is written: its members, and the "cname" of a signature that is
+/// listed by itself.
 enum class MalcEntryForm {
-  kAddress,  ///< cnt, id, name, cname; "NULL" for a signature listed by itself
-  kApp,      ///< the same with "(null)"
-  kHost,     ///< cnt, name, mkmode, cname
+  kAddress,  ///< cnt, id, name, cname; "NULL"
+  kApp,      ///< cnt, id, name, cname; "(null)"
+  kHost,     ///< cnt, name, mkmode, cname; "NULL"
 };
 
 /// The entries of a row's "list" without its brackets: one for each slot that was counted, a
@@ -36,8 +37,8 @@ enum class MalcEntryForm {
 void print_malc_entries(Printer& out, const MalcNames& names, const TallyBlocks& blocks,
                         const Tally& tally, MalcEntryForm form);
 
-/// Print the page `range` of the rows in `order`, without a newline; "count" counts all rows.
-/// Application 0 is none.
+/// Print the rows of `order` that lie on the page `range`, without a newline; "count" counts all
+/// rows. Application 0 (not recognised) is neither shown nor counted.
 /// KEEP: rows are counted from 1 and compared with a range counted from 0, so that the first page
 /// is one row shorter than the others and each later one begins one row early; the web pages know.
 void print_malc_ip_page(Printer& out, const MalcNames& names, const MalcIpAgg& ips,
@@ -47,8 +48,9 @@ void print_malc_host_page(Printer& out, const MalcNames& names, const MalcHostAg
 void print_malc_app_page(Printer& out, const MalcNames& names, const MalcAppAgg& apps,
                          const RowOrder& order, PageRange range);
 
-/// The signature listing, which has no pages: every enabled signature of its own, then every
-/// category that was hit, with what the pool says it was hit before.
+/// Prints the signature listing, which has no pages: every enabled signature that is not listed
+/// under its category, then every category with hits. A category's sum begins with
+/// `ItlgcEntry::hits`.
 void print_malc_tids(Printer& out, const MalcNames& names, const MalcTidAgg& tids,
                      const RowOrder& order);
 

@@ -8,17 +8,20 @@
 
 namespace qsvmon {
 
+/// What a listing has one row for; the word "listtype=" says it.
 enum class MalcListType : int {
-  kNone = -1,
-  kDst = 0,
-  kSrc = 1,
-  kApp = 2,
-  kTable = 3,
-  kDetail = 4,
-  kHost = 5,
+  kNone = -1,   ///< no word
+  kDst = 0,     ///< destination address
+  kSrc = 1,     ///< source address
+  kApp = 2,     ///< application
+  kTable = 3,   ///< signature, or category
+  kDetail = 4,  ///< event
+  kHost = 5,    ///< host name
 };
 
 /// What the words of one `malclog list` ask for; -1 (or 0 for an address) where no word said so.
+/// Every list type uses `itlgc_id`. All but kTable use `type` and `tid`, `page` and `limit`. The
+/// kDetail listing alone uses `src_net`, `dst_net`, `apid` and `host`.
 struct MalcQuery {
   MalcListType listtype = MalcListType::kNone;
   int type = -1;              ///< type of the signature that `tid` names: 0 IP, 1 DNS
@@ -27,7 +30,7 @@ struct MalcQuery {
   std::uint32_t src_net = 0;  ///< address in network order; 0 = any
   std::uint32_t dst_net = 0;
   int apid = -1;
-  const char* host = nullptr;  ///< the process's own text; an empty one is a filter too
+  const char* host = nullptr;  ///< points into the words; null = any, an empty text is a filter
   int page = 1;
   int limit = 100;
 
@@ -35,7 +38,7 @@ struct MalcQuery {
   PageRange range() const { return page_range(page, limit); }
 };
 
-/// Reads `words` into `query`; a word counts by how it begins, unknown ones are passed over and a
+/// Reads `words` into `query`. A word is recognised by its prefix, unknown ones are ignored, and a
 /// later word overrides an earlier one. On failure the status holds INV_SRCIP, INV_DSTIP, INV_TYPE
 /// (a signature id without its type) or INV_LISTTYPE.
 Status parse_malc_query(Words words, MalcQuery& query);

@@ -15,7 +15,7 @@ struct [[gnu::packed]] MalcTid {
   std::uint16_t vid;      ///< vendor or version id
   std::uint8_t type;      ///< 0: matches an IP address, 1: matches a DNS name
   std::uint8_t disabled;  ///< not 0: left out of the signature listing
-  std::uint8_t itlgc;     ///< threat-intelligence category, an index into the category pool
+  std::uint8_t itlgc;     ///< category of threat intelligence, an index into itlgc_pool()
   std::uint8_t mkmode;    ///< 1: listed under its own name, 2: under its category
   char name[32];          ///< NUL-terminated
 };

@@ -11,17 +11,18 @@
 
 namespace qsvmon {
 
-/// How often one key was hit by each signature slot. A slot's count is 16 bits wide and wraps
-/// without a trace.
+/// A per-signature histogram: how many events of one row (an address, a host, an application)
+/// matched the signature of each slot. A count is 16 bits wide and wraps.
 ///
-/// Nearly every key is hit by a handful of signatures, so the counts of up to four slots lie in the
-/// tally itself, in slot order; a fifth slot moves them to a block with room for all 64. Zero bytes
-/// are an empty tally; copying one is moving it. Its block belongs to a `TallyBlocks`.
+/// The invariant: with at most kFew bits in `slots`, the counts lie in the tally itself, in slot
+/// order; with more, in a block of 64 counts that a `TallyBlocks` owns. Nearly every row has a
+/// handful of signatures and no block, which makes a row 16 bytes of counts instead of 128. Zero
+/// bytes are an empty tally. Copy one only to move it: two copies would share a block.
 struct Tally {
   static constexpr int kFew = 4;
 
-  /// True when `slots` has more than kFew bits. For the oldest processors that this is built for,
-  /// std::popcount is a call, which every record would pay several times.
+  /// True when `slots` has more than kFew bits. Not std::popcount: the oldest processors that this
+  /// is built for have no instruction for it, and each record would cost several calls.
   static bool is_many(std::uint64_t slots) {
     for (int i = 0; i < kFew; ++i) slots &= slots - 1;
     return slots != 0;
@@ -29,8 +30,8 @@ struct Tally {
 
   std::uint64_t slots;  ///< slots that were ever counted
   union {
-    std::uint16_t few[kFew];  ///< behind the last slot: anything
-    std::uint32_t block;      ///< its number, once more than kFew slots were counted
+    std::uint16_t few[kFew];  ///< up to kFew slots: their counts, then undefined values
+    std::uint32_t block;      ///< more slots: the number of the block
   };
 
   bool has_block() const { return is_many(slots); }
@@ -42,9 +43,9 @@ class TallyBlocks {
  public:
   explicit TallyBlocks(FoldMemory memory = {}) : blocks_(memory) {}
 
-  /// True when a group of the fold table's records can be counted in `slots` each, also in empty
-  /// tallies; asked before a row is made, so that none is made that cannot be counted. False
-  /// without memory.
+  /// Allocates ahead for one group of a fold table: true when each of kFoldGroup records can be
+  /// counted in `slots`, false without memory. Asked before a row is made, so that no row is made
+  /// for an event that cannot be counted.
   bool ready_for(std::uint64_t slots) {
     return !Tally::is_many(slots) || blocks_.reserve(kFoldGroup);
   }
@@ -54,9 +55,9 @@ class TallyBlocks {
   bool count(Tally& tally, std::uint64_t slots) {
     if (slots == 0) return true;
     if (Tally::is_many(tally.slots | slots)) return count_many(tally, slots);
-    if (tally.slots == 0) tally.slots = slots;  // the counts are 0 already
+    if (tally.slots == 0) tally.slots = slots;  // an empty tally's counts are 0
     if (tally.slots != slots) return count_some(tally, slots);
-    // Those in no use count along: adding to all of them takes one instruction and no branch.
+    // Adding to all four, used or not, takes one instruction and no branch.
     for (std::uint16_t& count : tally.few) ++count;
     return true;
   }

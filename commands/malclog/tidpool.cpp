@@ -13,18 +13,18 @@ SignatureTable* TidPool::new_table() {
   return new (std::nothrow) SignatureTable();
 }
 
-bool TidPool::take(std::span<const char> chunk, bool has_records) {
+bool TidPool::fill(std::span<const char> batch, bool has_records) {
   table_.reset(allocate_());
   if (!table_) return false;
   std::memset(table_->data(), 0, sizeof(SignatureTable));
-  const std::size_t bytes = std::min(chunk.size(), sizeof(SignatureTable));
-  if (has_records && bytes != 0) std::memcpy(table_->data(), chunk.data(), bytes);
+  const std::size_t bytes = std::min(batch.size(), sizeof(SignatureTable));
+  if (has_records && bytes != 0) std::memcpy(table_->data(), batch.data(), bytes);
   resolve_slot();
   make_masks();
   return true;
 }
 
-// The table never changes after the first chunk, so one search answers for every record.
+// The table never changes after the first batch, so one search answers for every record.
 void TidPool::resolve_slot() {
   resolved_slot_ = -1;
   if (tid_ < 1) return;

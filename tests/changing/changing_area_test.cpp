@@ -82,7 +82,7 @@ const std::array<MalcEvent, 4> kEvents = {event_of(5, 1, 1, 'a'), event_of(1500,
 
 TidPool filled_pool() {
   TidPool tids{MalcQuery()};
-  tids.take(std::array<char, sizeof(SignatureTable)>{}, true);
+  tids.fill(std::array<char, sizeof(SignatureTable)>{}, true);
   return tids;
 }
 

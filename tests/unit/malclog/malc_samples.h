@@ -70,7 +70,7 @@ inline std::string bytes_of(const SignatureTable& table) {
 inline TidPool pool(const MalcQuery& query, const SignatureTable& table) {
   TidPool result(query);
   const std::string bytes = bytes_of(table);
-  result.take(bytes, true);
+  result.fill(bytes, true);
   return result;
 }
 

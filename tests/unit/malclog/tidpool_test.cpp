@@ -134,9 +134,9 @@ TEST(TidPool, SlotsByMode) {
 
 TEST(TidPool, AFirstChunkWithoutRecordsLeavesTheTableEmpty) {
   TidPool tids(query_for(5, 0));
-  EXPECT_FALSE(tids.taken());
-  EXPECT_TRUE(tids.take(bytes_of(kTable), false));
-  EXPECT_TRUE(tids.taken());
+  EXPECT_FALSE(tids.filled());
+  EXPECT_TRUE(tids.fill(bytes_of(kTable), false));
+  EXPECT_TRUE(tids.filled());
   EXPECT_EQ(tids.slot(0).tid, 0);
   EXPECT_EQ(tids.slot(63).tid, 0);
   EXPECT_FALSE(tids.tid_match(bit(0)));
@@ -145,20 +145,20 @@ TEST(TidPool, AFirstChunkWithoutRecordsLeavesTheTableEmpty) {
 TEST(TidPool, AShortChunkFillsTheSlotsThatItHolds) {
   const std::string bytes = bytes_of(kTable);
   TidPool tids(query_for(-1, -1));
-  EXPECT_TRUE(tids.take({bytes.data(), 4 * 40 + 2}, true));
+  EXPECT_TRUE(tids.fill({bytes.data(), 4 * 40 + 2}, true));
   EXPECT_EQ(tids.slot(3).tid, 6);
   EXPECT_EQ(tids.slot(4).tid, 6);  // its first two bytes came
   EXPECT_EQ(tids.slot(4).type, 0);
   EXPECT_EQ(tids.slot(63).tid, 0);
   TidPool empty(query_for(-1, -1));
-  EXPECT_TRUE(empty.take({}, true));
+  EXPECT_TRUE(empty.fill({}, true));
   EXPECT_EQ(empty.slot(0).tid, 0);
 }
 
 TEST(TidPool, SaysWhenTheTableCannotBeAllocated) {
   TidPool tids(query_for(-1, -1), [] { return static_cast<SignatureTable*>(nullptr); });
-  EXPECT_FALSE(tids.take(bytes_of(kTable), true));
-  EXPECT_FALSE(tids.taken());
+  EXPECT_FALSE(tids.fill(bytes_of(kTable), true));
+  EXPECT_FALSE(tids.filled());
 }
 
 }  // namespace
