@@ -211,7 +211,7 @@ void BM_print_100k_mails(benchmark::State& state) {
   for (auto _ : state) {
     FilePrinter out(null);
     MailRow row;
-    print_page(out, list, row);
+    print_record_page(out, list, row);
   }
   ::close(null);
   state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kMails));
@@ -350,7 +350,7 @@ void BM_ftp_rows(benchmark::State& state) {
   for (auto _ : state) {
     FilePrinter out(null);
     FtpRow row;
-    print_page(out, list, row);
+    print_record_page(out, list, row);
   }
   ::close(null);
   state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kFtpRows));
@@ -402,7 +402,7 @@ void BM_telnet_million(benchmark::State& state) {
     list.sort();
     FilePrinter out(null);
     TelnetRow row;
-    print_page(out, list, row);
+    print_record_page(out, list, row);
   }
   ::close(null);
 }

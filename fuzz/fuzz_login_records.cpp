@@ -20,7 +20,7 @@ template <class Row>
 void show(const RecordList& list) {
   Row row;
   MemoryPrinter out;
-  print_page(out, list, row);
+  print_record_page(out, list, row);
   CsvSheet sheet;
   sheet.fd = ::open("/dev/null", O_WRONLY);
   sheet.out = std::make_unique<FilePrinter>(sheet.fd);

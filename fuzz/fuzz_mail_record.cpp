@@ -35,6 +35,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   list.sort();
   MailRow row;
   MemoryPrinter out;
-  print_page(out, list, row);
+  print_record_page(out, list, row);
   return 0;
 }

@@ -27,7 +27,8 @@ PackedLogin::PackedLogin(const TelnetLogRecord& record) {
        field_text(record.user));
 }
 
-/// The lengths are taken once and fit their fields, whatever becomes of the texts meanwhile.
+/// The lengths are read once, so that they fit the fields even if the daemon changes the texts
+/// meanwhile.
 void PackedLogin::pack(const LoginHead& head, std::uint8_t code, std::string_view text,
                        std::string_view user) {
   const std::size_t text_bytes = read_once(text.size());

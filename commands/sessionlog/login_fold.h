@@ -10,8 +10,8 @@
 
 namespace qsvmon {
 
-/// An FTP or Telnet record as a list stores it: its texts in their real length, which is a third to
-/// a half of their fields.
+/// An FTP or Telnet record as a list stores it: its texts in their real length, which takes a third
+/// to a half of the memory of their fields.
 struct LoginEntry {
   LoginHead head{};
   std::uint8_t code = 0;  ///< FTP: `optype`, Telnet: `cmdlen`
@@ -23,7 +23,7 @@ struct LoginEntry {
   explicit LoginEntry(std::span<const char> packed);
 };
 
-/// The bytes of an entry.
+/// The bytes of an entry: a head with the lengths of both texts, then the texts.
 class PackedLogin {
  public:
   /// The record may lie in the shared area.
@@ -39,7 +39,8 @@ class PackedLogin {
   char bytes_[sizeof(TelnetLogRecord) + 2];  ///< two lengths beside the longest
 };
 
-/// Appends FTP or Telnet records to a list: all of them, by their time.
+/// Collects FTP or Telnet records: appends every one to a list that is sorted by their time. A fold
+/// in its interface alone, `add` as `fold_all` calls it; records are not summed up, each is a row.
 template <class Record>
 class LoginFold {
  public:

@@ -4,6 +4,9 @@
 #include <cstdint>
 #include <type_traits>
 
+/// The records of the FTP and the Telnet list. Both protocols begin with a login, and every record
+/// names the user who logged in, so that what the two share is called `Login...`. A record is one
+/// operation or command of such a session, not the login itself.
 namespace qsvmon {
 
 /// What FTP and Telnet records begin with. Times are seconds since the epoch in host order; `_net`

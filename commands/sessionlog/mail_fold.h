@@ -8,11 +8,14 @@
 
 namespace qsvmon {
 
-/// Appends the elements of mails to a list: of those whose key is not 0 and that pass the query's
-/// filters. Such a mail has a time and an address block, an endpoint and the MAC are those asked
-/// for, its Subject, unless it is empty, can be decoded, and the keyword occurs in it.
-/// KEEP: the keyword is looked for in the raw From, To, Cc and attachment names but in the decoded
-/// Subject; a word in an encoded From is not found by its text.
+/// Collects mails: appends the elements of each that has a key and passes the query's filters to a
+/// list that is sorted by the key. A mail passes when
+/// - it has a time and an address block,
+/// - one of its endpoints and its MAC are those that the query asks for, if it does,
+/// - its Subject is missing, empty or can be decoded,
+/// - and the query has no keyword, or the mail contains it.
+/// KEEP: the keyword is compared with the undecoded From, To, Cc and attachment names, and with the
+/// decoded Subject. A word of an encoded From is not found by its text.
 /// KEEP: the list's copy has its Subject split by the decoding (see decode_header), so that the
 /// list shows a Subject's first word only.
 class MailFold {

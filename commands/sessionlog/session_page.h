@@ -32,9 +32,10 @@ std::uint32_t show_page(const RecordList& list, Row& row, Show&& show) {
   return count;
 }
 
-/// Prints the page of `list` as a JSON object, without a newline.
+/// Prints the page of `list` as a JSON object, without a newline. Rows of counters have print_page
+/// (row_page.h), which knows nothing of hidden records.
 template <class Row>
-void print_page(Printer& out, const RecordList& list, Row& row) {
+void print_record_page(Printer& out, const RecordList& list, Row& row) {
   std::string_view comma;
   out.put("{\"data\":[");
   const std::uint32_t count = show_page(list, row, [&](Row& loaded) {

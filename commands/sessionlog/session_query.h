@@ -14,8 +14,9 @@ struct SessionQuery {
   PageRange range() const { return download ? PageRange{0, 0xFFFFFFFF} : page_range(page, limit); }
 };
 
-/// Takes a word that begins with "page=", "limit=" or "download="; others are passed over ("json="
-/// is no longer used). Numbers are read as atoi reads them. A later word overrides an earlier one.
+/// Reads a word that begins with "page=", "limit=" or "download=" into `query`; others are ignored
+/// ("json=" is no longer used). Numbers are read as atoi reads them. A later word overrides an
+/// earlier one.
 void take_session_word(const char* word, SessionQuery& query);
 
 /// Reads the words of a list without filters.

@@ -13,9 +13,9 @@
 namespace qsvmon {
 namespace {
 
-/// The lists differ in their requests by the module's name alone, and by the mail list's wish for
-/// the dictionary.
-BatchPlan plan_of(std::string_view module, bool want_dict) {
+/// The lists' requests differ in the module's name, and in that the mail list alone needs the
+/// dictionary: its rows name applications.
+BatchPlan batch_plan(std::string_view module, bool want_dict) {
   BatchPlan plan{module, Daemon::kMgmt};
   plan.want_dict = want_dict;
   plan.clear_result = true;
@@ -28,6 +28,7 @@ int download(const RecordList& list, Row& row) {
   CsvSheet sheet;
   char name[kCsvNameBytes];
   if (csv_open(sheet, name, sizeof name) != 0) {
+    // KEEP: the front end compares with this text, though the file is CSV and written here.
     return fail(Status::error("xlsxwriter init failed."));
   }
   write_sheet(sheet, list, row);
@@ -36,21 +37,23 @@ int download(const RecordList& list, Row& row) {
   return 0;
 }
 
+/// Shows the sorted list as the query asks: into a file, or as JSON.
 template <class Row>
 int show(const SessionQuery& query, const RecordList& list, Row& row) {
   desc_pools_init();  // without its files there are just no labels
   if (query.download) return download(list, row);
-  print_page(standard_out(), list, row);
+  print_record_page(standard_out(), list, row);
   return 0;
 }
 
+/// The FTP and the Telnet list (login_record.h says what a "login" is here).
 template <class Row>
 int list_logins(std::string_view module, Words words) {
   using Record = typename Row::Record;
   const SessionQuery query = parse_session_query(words);
   RecordList list(query.range());
   LoginFold<Record> fold(list);
-  RpcBatches batches(plan_of(module, false), words);
+  RpcBatches batches(batch_plan(module, false), words);
   if (Status s = fold_all<Record>(batches, fold); !s.ok()) return fail(s);
   list.sort();
   Row row;
@@ -65,7 +68,7 @@ int emaillog_list(int argc, char** argv) {
   if (Status s = parse_mail_query(words, query); !s.ok()) return fail(s);
   RecordList list(query.common.range(), is_hidden_mail);
   MailFold fold(query, list);
-  RpcBatches batches(plan_of("emaillog", true), words);
+  RpcBatches batches(batch_plan("emaillog", true), words);
   if (Status s = fold_all<MailRecord>(batches, fold); !s.ok()) return fail(s);
   list.sort();
   MailRow row;

@@ -69,7 +69,7 @@ std::string page(const std::vector<typename Row::Record>& records, PageRange ran
   list.sort();
   Row row;
   MemoryPrinter out;
-  print_page(out, list, row);
+  print_record_page(out, list, row);
   return out.str();
 }
 

@@ -48,7 +48,7 @@ class MailPrintTest : public RowTest {
     fill(list, mails);
     MemoryPrinter out;
     MailRow row;
-    print_page(out, list, row);
+    print_record_page(out, list, row);
     return out.str();
   }
   static std::string sheet(const std::vector<MailRecord>& mails) {
@@ -159,8 +159,8 @@ TEST_F(MailPrintTest, APageThatIsPrintedAgainIsTheSame) {
   MemoryPrinter first;
   MemoryPrinter second;
   MailRow row;
-  print_page(first, list, row);
-  print_page(second, list, row);
+  print_record_page(first, list, row);
+  print_record_page(second, list, row);
   EXPECT_NE(first.str().find("\"from\":\"BobSmith<b@x>\",\"to\":\"ab\""), std::string::npos);
   EXPECT_EQ(first.str(), second.str());
 }
