@@ -1,6 +1,8 @@
 #include "commands/listing/radix_sort.h"
 
+#include <algorithm>
 #include <array>
+#include <iterator>
 #include <utility>
 
 namespace qsvmon {
@@ -34,7 +36,37 @@ void scatter(const std::uint64_t* from, std::uint64_t* to, std::size_t count, st
   for (std::size_t i = 0; i < count; ++i) to[places[digit_of(from[i], digit)]++] = from[i];
 }
 
+std::uint64_t key_of(std::uint64_t item) {
+  return item >> 32;
+}
+
 }  // namespace
+
+bool sort_if_in_order(std::span<std::uint64_t> items) {
+  const auto rises = [](std::uint64_t a, std::uint64_t b) { return key_of(a) < key_of(b); };
+  const auto falls = [](std::uint64_t a, std::uint64_t b) { return key_of(a) > key_of(b); };
+  if (std::is_sorted(items.begin(), items.end(), rises)) return true;
+  if (!std::is_sorted(items.begin(), items.end(), falls)) return false;
+  std::reverse(items.begin(), items.end());
+  for (auto equal = items.begin(); equal != items.end();) {
+    auto last = std::next(equal);
+    while (last != items.end() && key_of(*last) == key_of(*equal)) ++last;
+    std::reverse(equal, last);  // as they stood
+    equal = last;
+  }
+  return true;
+}
+
+std::uint32_t keep_first(std::span<std::uint64_t> items, std::uint32_t most) {
+  const auto count = static_cast<std::uint32_t>(items.size());
+  if (count <= most) return count;
+  if (!sort_if_in_order(items)) sort_in_place(items);
+  const auto by_number = [](std::uint64_t a, std::uint64_t b) {
+    return static_cast<std::uint32_t>(a) < static_cast<std::uint32_t>(b);
+  };
+  sort_in_place(items.first(most), by_number);
+  return most;
+}
 
 RadixSorted radix_sort(std::uint64_t* items, std::uint64_t* spare, std::size_t count) {
   RadixSorted sorted{items, 0};

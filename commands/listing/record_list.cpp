@@ -73,6 +73,7 @@ bool RecordList::grow_items() {
 }
 
 void RecordList::sort() {
+  if (sort_if_in_order({items_, size_})) return;
   if (size_ > kFewItems && spare_ == nullptr) {
     spare_ = static_cast<std::uint64_t*>(memory_.allocate(room_ * sizeof *spare_, Pages::kOnTouch));
   }

@@ -48,6 +48,9 @@ class RecordList {
     }
   }
 
+  /// Counts records that lie behind the page without looking at them.
+  void count_behind(std::uint32_t records) { count_ += records; }
+
   /// Sorts the stored records. Call it once, when all have been appended.
   void sort();
 

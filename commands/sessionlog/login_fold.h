@@ -1,9 +1,12 @@
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string_view>
 
+#include "commands/listing/radix_sort.h"
 #include "commands/listing/record_list.h"
 #include "commands/sessionlog/login_record.h"
 #include "platform/read_once.h"
@@ -48,18 +51,36 @@ class LoginFold {
   explicit LoginFold(RecordList& list) : list_(list) {}
 
   void add(std::span<const Record> records) {
-    for (const Record& record : records) {
-      const std::uint32_t time = read_once(std::uint32_t{record.head.time});
-      if (list_.lies_behind(time)) {
-        list_.append(time, {});
-      } else {
-        list_.append(time, PackedLogin(record).bytes());
-      }
+    while (!records.empty()) {
+      const std::size_t count = std::min(records.size(), kBlockRecords);
+      add_block(records.first(count));
+      records = records.subspan(count);
     }
   }
 
  private:
+  static constexpr std::size_t kBlockRecords = 4096;
+
+  /// Of the records of a block only as many are copied as the page could show if there were no
+  /// others: of a million records in the order of time a page of 20 takes 14 ms so, and 30 ms where
+  /// each is copied and dropped again.
+  void add_block(std::span<const Record> records) {
+    std::uint32_t count = 0;
+    for (std::uint32_t i = 0; i < records.size(); ++i) {
+      const std::uint32_t time = read_once(std::uint32_t{records[i].head.time});
+      if (!list_.lies_behind(time)) chosen_[count++] = std::uint64_t{~time} << 32 | i;
+    }
+    const std::uint32_t kept = keep_first({chosen_, count}, list_.page().end);
+    list_.count_behind(static_cast<std::uint32_t>(records.size()) - kept);
+    for (const std::uint64_t item : std::span(chosen_, kept)) {
+      const Record& record = records[static_cast<std::uint32_t>(item)];
+      list_.append(~static_cast<std::uint32_t>(item >> 32), PackedLogin(record).bytes());
+    }
+  }
+
   RecordList& list_;
+  std::uint64_t
+      chosen_[kBlockRecords];  ///< the time inverted in the upper half, the number in the lower
 };
 
 }  // namespace qsvmon

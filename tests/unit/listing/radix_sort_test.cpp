@@ -110,5 +110,42 @@ TEST(SortInPlace, BothHalvesCount) {
   EXPECT_EQ(items, (Items{item(0, 3), item(1, 1), item(1, 2)}));
 }
 
+TEST(SortIfInOrder, RisingAndFallingKeysAreSortedAndEqualOnesStayAsTheyStand) {
+  Items rising = {item(1, 5), item(1, 4), item(2, 9), item(7, 0)};
+  EXPECT_TRUE(sort_if_in_order(rising));
+  EXPECT_EQ(rising, (Items{item(1, 5), item(1, 4), item(2, 9), item(7, 0)}));
+  Items falling = {item(7, 1), item(7, 2), item(7, 3), item(5, 4), item(1, 5), item(1, 6)};
+  EXPECT_TRUE(sort_if_in_order(falling));
+  EXPECT_EQ(falling,
+            (Items{item(1, 5), item(1, 6), item(5, 4), item(7, 1), item(7, 2), item(7, 3)}));
+  Items equal = {item(3, 2), item(3, 1)};
+  EXPECT_TRUE(sort_if_in_order(equal));
+  EXPECT_EQ(equal, (Items{item(3, 2), item(3, 1)}));
+  Items none;
+  EXPECT_TRUE(sort_if_in_order(none));
+}
+
+TEST(SortIfInOrder, OtherOrdersAreLeftAsTheyAre) {
+  Items items = {item(2, 0), item(1, 1), item(2, 2)};
+  EXPECT_FALSE(sort_if_in_order(items));
+  EXPECT_EQ(items, (Items{item(2, 0), item(1, 1), item(2, 2)}));
+}
+
+TEST(KeepFirst, KeepsTheSmallestInTheOrderOfTheirNumbers) {
+  Items items = {item(9, 0), item(1, 1), item(4, 2), item(1, 3), item(4, 4)};
+  EXPECT_EQ(keep_first(items, 3), 3U);
+  EXPECT_EQ((Items{items.begin(), items.begin() + 3}), (Items{item(1, 1), item(4, 2), item(1, 3)}));
+  Items falling = {item(9, 0), item(8, 1), item(8, 2), item(7, 3)};
+  EXPECT_EQ(keep_first(falling, 2), 2U);
+  EXPECT_EQ((Items{falling.begin(), falling.begin() + 2}), (Items{item(8, 1), item(7, 3)}));
+}
+
+TEST(KeepFirst, FewerThanAskedForStayAsTheyAre) {
+  Items items = {item(9, 0), item(1, 1)};
+  EXPECT_EQ(keep_first(items, 2), 2U);
+  EXPECT_EQ(items, (Items{item(9, 0), item(1, 1)}));
+  EXPECT_EQ(keep_first(items, 0), 0U);
+}
+
 }  // namespace
 }  // namespace qsvmon

@@ -65,6 +65,37 @@ TEST(LoginFold, EveryRecordIsCountedAndThoseOfThePageAreKept) {
   EXPECT_EQ(std::uint32_t{LoginEntry(list[1]).head.time}, 8998U);
 }
 
+// Blocks of 4096 records are looked through before any is copied.
+TEST(LoginFold, OfEqualTimesTheFirstThatCameAreShown) {
+  RecordList list({1, 5});
+  LoginFold<TelnetLogRecord> fold(list);
+  std::vector<TelnetLogRecord> records(10000);
+  for (std::uint32_t i = 0; i < 10000; ++i) {
+    records[i].head.time = i % 3;
+    records[i].head.start = i;
+  }
+  fold.add(records);
+  list.sort();
+  EXPECT_EQ(list.count(), 10000U);
+  for (std::uint32_t at = 0; at < 5; ++at) {
+    EXPECT_EQ(std::uint32_t{LoginEntry(list[at]).head.start}, 2 + 3 * at);
+  }
+}
+
+// The largest times are 9999, 9998, ...; multiplying by 7919 scatters them over all blocks.
+TEST(LoginFold, ThePageOfScatteredTimesIsThatOfAllRecords) {
+  RecordList list({4000, 4003});
+  LoginFold<FtpLogRecord> fold(list);
+  std::vector<FtpLogRecord> records(10000);
+  for (std::uint32_t i = 0; i < 10000; ++i) records[i].head.time = i * 7919 % 10000;
+  fold.add(records);
+  list.sort();
+  EXPECT_EQ(list.count(), 10000U);
+  EXPECT_EQ(std::uint32_t{LoginEntry(list[4000]).head.time}, 5999U);
+  EXPECT_EQ(std::uint32_t{LoginEntry(list[4001]).head.time}, 5998U);
+  EXPECT_EQ(std::uint32_t{LoginEntry(list[4002]).head.time}, 5997U);
+}
+
 // A daemon may be writing the area: texts that grow or shrink meanwhile stay within the entry.
 TEST(LoginFold, RecordsMayChangeWhileTheyAreRead) {
   TelnetLogRecord record{};
