@@ -34,21 +34,29 @@ char* desc_lookup(const void* addr, int family, char* dest, std::size_t size);
 constexpr std::size_t kLabelRoom = 64;
 
 /// The label of an address as a value to print: `out.put("...", AddressLabel{net}, "...")`. Without
-/// a label nothing is printed. The text goes straight into the printer's buffer. Each costs a
-/// look-up in every pool up to the one that has the label.
-struct AddressLabel {
-  std::uint32_t net;  ///< IPv4, network order
+/// a label nothing is printed. Making it costs a look-up in every pool up to the one that has the
+/// label, and asks for the text's memory: a row that makes its labels before it prints what stands
+/// in front of them does not wait for it (full pools: 330 against 400 ns a row). The text stays in
+/// its pool; valid as long as what `desc_label` returns.
+class AddressLabel {
+ public:
+  explicit AddressLabel(std::uint32_t net);  ///< IPv4, network order
+  const char* text() const { return text_; }
+
+ protected:
+  explicit AddressLabel(const char* text) : text_(text) { __builtin_prefetch(text); }
+
+ private:
+  const char* text_;  ///< null without a label
+};
+/// The same for a MAC of 6 bytes, which one pool alone is asked for.
+class MacLabel : public AddressLabel {
+ public:
+  explicit MacLabel(const std::uint8_t* mac);
 };
 void put_value(Printer& out, AddressLabel label);
 /// The same into a row, at `at`; at most kLabelRoom bytes. Returns the label's end.
 char* write_value(char* at, AddressLabel label);
-
-/// The same for a MAC, which one pool alone is asked for.
-struct MacLabel {
-  const std::uint8_t* mac;  ///< 6 bytes, read when the label is printed
-};
-void put_value(Printer& out, MacLabel label);
-char* write_value(char* at, MacLabel label);
 
 /// Frees all pools, those of earlier calls too; for tests and fuzzing, which build them many times.
 void desc_pools_release();

@@ -21,12 +21,13 @@ Endpoints endpoints_of(const LoginHead& head) {
 /// All members up to "user".
 void print_head(RowText& row, const LoginEntry& entry) {
   const Endpoints endpoints = endpoints_of(entry.head);
+  const EndpointLabels labels(endpoints);
   row.put("{");
   print_endpoints(row, endpoints);
   print_mac(row, endpoints);
   row.put(",\"start\":", std::uint32_t{entry.head.start});
   print_request_time(row, entry.head.time);
-  print_labels(row, endpoints);
+  print_labels(row, labels);
   row.put(",\"user\":\"", entry.user, "\"");
 }
 

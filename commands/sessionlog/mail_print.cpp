@@ -55,6 +55,7 @@ bool MailRow::load(std::span<const char> elements) {
 }
 
 void MailRow::print(Printer& out) const {
+  const EndpointLabels labels(endpoints_);
   {
     RowText row(out, kSharedRowBytes);
     row.put("{");
@@ -67,7 +68,7 @@ void MailRow::print(Printer& out) const {
     RowText row(out, kSharedRowBytes);
     print_mac(row, endpoints_);
     print_request_time(row, time_);
-    print_labels(row, endpoints_);
+    print_labels(row, labels);
   }
   out.put(",\"from\":\"", CleanMailText{texts_.from()}, "\",\"to\":\"", CleanMailText{texts_.to()},
           "\",\"cc\":\"", CleanMailText{texts_.cc()}, "\",\"subject\":\"",

@@ -3,7 +3,6 @@
 #include "format/address.h"
 #include "format/byte_order.h"
 #include "format/time.h"
-#include "pools/desc_pools.h"
 
 namespace qsvmon {
 
@@ -22,9 +21,9 @@ void print_request_time(RowText& row, std::uint32_t seconds) {
   row.put(",\"req_time\":\"", LocalTimeText{seconds}, "\",\"time\":", seconds);
 }
 
-void print_labels(RowText& row, const Endpoints& endpoints) {
-  row.put(",\"srcip_desc\":\"", AddressLabel{endpoints.src_net}, "\",\"dstip_desc\":\"",
-          AddressLabel{endpoints.dst_net}, "\",\"ipmac_desc\":\"", MacLabel{endpoints.mac}, "\"");
+void print_labels(RowText& row, const EndpointLabels& labels) {
+  row.put(",\"srcip_desc\":\"", labels.src, "\",\"dstip_desc\":\"", labels.dst,
+          "\",\"ipmac_desc\":\"", labels.mac, "\"");
 }
 
 void csv_endpoints(CsvSheet& sheet, const Endpoints& endpoints, std::uint16_t sport,

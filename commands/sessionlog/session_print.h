@@ -6,6 +6,7 @@
 #include "commands/sessionlog/csv_sheet.h"
 #include "commands/sessionlog/endpoints.h"
 #include "format/row_text.h"
+#include "pools/desc_pools.h"
 
 /// The members and cells that the three session lists have in common.
 namespace qsvmon {
@@ -22,8 +23,17 @@ void print_mac(RowText& row, const Endpoints& endpoints);
 /// ,"req_time" and ,"time"
 void print_request_time(RowText& row, std::uint32_t seconds);
 
+/// The labels of a row, made before anything of it is printed.
+struct EndpointLabels {
+  explicit EndpointLabels(const Endpoints& endpoints)
+      : src(endpoints.src_net), dst(endpoints.dst_net), mac(endpoints.mac) {}
+  AddressLabel src;
+  AddressLabel dst;
+  MacLabel mac;
+};
+
 /// ,"srcip_desc" ,"dstip_desc" and ,"ipmac_desc"
-void print_labels(RowText& row, const Endpoints& endpoints);
+void print_labels(RowText& row, const EndpointLabels& labels);
 
 /// The two addresses and ports, four cells. The ports are written as they are handed over.
 void csv_endpoints(CsvSheet& sheet, const Endpoints& endpoints, std::uint16_t sport,
