@@ -56,18 +56,18 @@ struct NameKey {
   template <std::size_t Width>
   static NameKey up_to_nul(const char (&field)[Width]) {
     NameKey key = whole(field);
-    std::size_t length = 0;
+    std::size_t bytes = 0;
     for (const std::uint64_t word : key.word) {
       constexpr std::uint64_t kOnes = 0x0101010101010101;
       // The highest bit of every zero byte, and of some above the first one.
       const std::uint64_t zeros = (word - kOnes) & ~word & kOnes << 7;
       if (zeros != 0) {
-        length += static_cast<std::size_t>(std::countr_zero(zeros)) / 8;
+        bytes += static_cast<std::size_t>(std::countr_zero(zeros)) / 8;
         break;
       }
-      length += 8;
+      bytes += 8;
     }
-    key.end_at(length < Width ? length : Width);
+    key.end_at(bytes < Width ? bytes : Width);
     return key;
   }
 

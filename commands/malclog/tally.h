@@ -58,7 +58,7 @@ class TallyBlocks {
     if (tally.slots == 0) tally.slots = slots;  // an empty tally's counts are 0
     if (tally.slots != slots) return count_some(tally, slots);
     // Adding to all four, used or not, takes one instruction and no branch.
-    for (std::uint16_t& count : tally.few) ++count;
+    for (std::uint16_t& few : tally.few) ++few;
     return true;
   }
 
