@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -52,7 +51,7 @@ class LoginFold {
 
   void add(std::span<const Record> records) {
     while (!records.empty()) {
-      const std::size_t count = std::min(records.size(), kBlockRecords);
+      const std::size_t count = records.size() < kBlockRecords ? records.size() : kBlockRecords;
       add_block(records.first(count));
       records = records.subspan(count);
     }
