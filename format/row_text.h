@@ -37,6 +37,10 @@ class RowText {
   template <class Part>
   static char* write(char* at, const Part& part) {
     if constexpr (std::unsigned_integral<Part>) {
+      if (part < 10) {  // most counters: a listdns row takes 75 of 885 instructions less
+        *at = static_cast<char>('0' + part);
+        return at + 1;
+      }
       return std::to_chars(at, at + 20, part).ptr;
     } else if constexpr (std::same_as<Part, std::string_view>) {
       if (!part.empty()) std::memcpy(at, part.data(), part.size());

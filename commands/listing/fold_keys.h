@@ -3,6 +3,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "commands/listing/key_hash.h"
@@ -100,6 +101,14 @@ struct NameKey {
     word[Words - 1] |= std::uint64_t{length} << 56;
   }
 };
+
+/// Writes a name into a row (format/row_text.h), at `at`: whole words of a known number, of which
+/// the row then takes the name alone. Returns the name's end.
+template <std::size_t Words>
+char* write_value(char* at, const NameKey<Words>& name) {
+  std::memcpy(at, name.word, sizeof name.word);
+  return at + name.length();
+}
 
 /// Names; `Stat` has a member `name`, a NameKey, which this sets.
 template <class Stat>

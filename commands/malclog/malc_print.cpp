@@ -1,31 +1,32 @@
 #include "commands/malclog/malc_print.h"
 
-#include <bit>
-
 #include "commands/listing/row_page.h"
 #include "format/address.h"
 #include "format/byte_order.h"
+#include "format/row_text.h"
 #include "pools/desc_pools.h"
 #include "rpc/dict.h"
 
 namespace qsvmon {
 namespace {
 
-constexpr std::size_t kLabelBytes = 1024;
+/// More than a row takes in front of its list, and more than an entry of the list takes.
+constexpr std::size_t kHeadBytes = 256;
+constexpr std::size_t kEntryBytes = 256;
 
 struct Entry {
   std::uint16_t count;
-  int id;  ///< the category, 0 for a signature listed by itself
+  unsigned id;  ///< the category, 0 for a signature listed by itself
   std::uint8_t mkmode;
   std::string_view name, cname;
 };
 
-void print_entry(Printer& out, const Entry& entry, MalcEntryForm form) {
+void print_entry(RowText& row, const Entry& entry, MalcEntryForm form) {
   if (form == MalcEntryForm::kHost) {
-    out.put("{\"cnt\":", entry.count, ", \"name\":\"", entry.name, "\", \"mkmode\":", entry.mkmode,
+    row.put("{\"cnt\":", entry.count, ", \"name\":\"", entry.name, "\", \"mkmode\":", entry.mkmode,
             ", \"cname\":\"", entry.cname, "\"}");
   } else {
-    out.put("{\"cnt\":", entry.count, ", \"id\":", entry.id, ", \"name\":\"", entry.name,
+    row.put("{\"cnt\":", entry.count, ", \"id\":", entry.id, ", \"name\":\"", entry.name,
             "\", \"cname\":\"", entry.cname, "\"}");
   }
 }
@@ -38,18 +39,17 @@ std::string_view no_cname(MalcEntryForm form) {
 
 void print_ip_row(Printer& out, const MalcNames& names, const TallyBlocks& blocks,
                   const MalcIpRow& row) {
-  char label[kLabelBytes];
-  const char* text = desc_lookup(&row.ip, kFamilyIpv4, label, sizeof label);
-  out.put("{\"ip\":\"", Ipv4Text{from_net32(row.ip)}, "\",\"cnt\":", row.total, ",\"ip_desc\":\"",
-          text ? text : "", "\",\"list\":[");
+  RowText(out, kHeadBytes)
+      .put("{\"ip\":\"", Ipv4Text{from_net32(row.ip)}, "\",\"cnt\":", row.total, ",\"ip_desc\":\"",
+           AddressLabel{row.ip}, "\",\"list\":[");
   print_malc_entries(out, names, blocks, row.tally, MalcEntryForm::kAddress);
   out.put("]}");
 }
 
 void print_host_row(Printer& out, const MalcNames& names, const TallyBlocks& blocks,
                     const MalcHostRow& row) {
-  const char* const host = row.name.text().data();  // up to its first NUL
-  out.put("{\"host\":\"", host, "\",\"cnt\":", row.total, ",\"list\":[");
+  const std::string_view host = row.name.text().data();  // up to its first NUL
+  RowText(out, kHeadBytes).put("{\"host\":\"", host, "\",\"cnt\":", row.total, ",\"list\":[");
   print_malc_entries(out, names, blocks, row.tally, MalcEntryForm::kHost);
   out.put("]}");
 }
@@ -97,31 +97,27 @@ void print_malc_entries(Printer& out, const MalcNames& names, const TallyBlocks&
   // slots are not added to its entry; the pages show categories as "at least one of these".
   std::uint32_t listed = 0;
   bool first = true;
-  for (std::uint64_t slots = tally.slots; slots != 0; slots &= slots - 1) {
-    const int n = std::countr_zero(slots);
+  blocks.for_each(tally, [&](int n, std::uint16_t count) {
+    if (count == 0) return;
     const MalcTid& signature = names.tids.slot(n);
-    Entry entry{.count = blocks.count_of(tally, n),
-                .id = 0,
-                .mkmode = signature.mkmode,
-                .name = {},
-                .cname = {}};
-    if (entry.count == 0) continue;
+    Entry entry{.count = count, .id = 0, .mkmode = signature.mkmode, .name = {}, .cname = {}};
     if (signature.mkmode == kModeCategory) {
-      entry.id = names.tids.category_of(n);
-      const std::uint32_t bit = 1U << (static_cast<unsigned>(entry.id) & 31U);
-      if (listed & bit) continue;
+      entry.id = static_cast<unsigned>(names.tids.category_of(n));
+      const std::uint32_t bit = 1U << (entry.id & 31U);
+      if (listed & bit) return;
       listed |= bit;
-      const ItlgcEntry& category = names.category(entry.id);
+      const ItlgcEntry& category = names.category(names.tids.category_of(n));
       entry.name = category.name;
       entry.cname = category.cname;
     } else {
       entry.name = field_text(signature.name);
       entry.cname = no_cname(form);
     }
-    if (!first) out.put(",");
+    RowText row(out, kEntryBytes);
+    if (!first) row.put(",");
     first = false;
-    print_entry(out, entry, form);
-  }
+    print_entry(row, entry, form);
+  });
 }
 
 void print_malc_ip_page(Printer& out, const MalcNames& names, const MalcIpAgg& ips,

@@ -62,12 +62,23 @@ class TallyBlocks {
     return true;
   }
 
-  /// The count of `slot` in `tally`; 0 when it was never counted, or wrapped.
+  /// Calls `use(slot, count)` for every slot that was ever counted, in order; a count that wrapped
+  /// may be 0.
+  template <class Use>
+  void for_each(const Tally& tally, Use&& use) const {
+    const Block* const block = tally.has_block() ? &blocks_[tally.block] : nullptr;
+    const std::uint16_t* few = tally.few;
+    for (std::uint64_t rest = tally.slots; rest != 0; rest &= rest - 1) {
+      const int slot = std::countr_zero(rest);
+      use(slot, block != nullptr ? block->counts[slot] : *few++);
+    }
+  }
+
+  /// For tests: the count of `slot` in `tally`; 0 when it was never counted, or wrapped.
   std::uint16_t count_of(const Tally& tally, int slot) const {
-    const std::uint64_t bit = std::uint64_t{1} << slot;
-    if (!(tally.slots & bit)) return 0;
-    if (tally.has_block()) return blocks_[tally.block].counts[slot];
-    return tally.few[std::popcount(tally.slots & (bit - 1))];
+    std::uint16_t found = 0;
+    for_each(tally, [&](int n, std::uint16_t count) { found = n == slot ? count : found; });
+    return found;
   }
 
  private:

@@ -1,5 +1,7 @@
 #include "commands/tcpreset/reset_print.h"
 
+#include <bit>
+#include <cstddef>
 #include <string_view>
 
 #include "format/address.h"
@@ -11,29 +13,33 @@ namespace qsvmon {
 
 namespace {
 
-/// Prints the values of the slots in use with `print_value`, separated by commas.
-template <class PrintValue>
-void print_slots(Printer& out, const ValueSlots& slots, PrintValue&& print_value) {
-  bool comma = false;
-  for (unsigned place = 0; place < 8; ++place) {
-    if ((slots.used >> place & 1) == 0) continue;
-    if (comma) out.put(',');
-    comma = true;
-    print_value(slots.value[place]);
+/// More than a row takes without the application names: a name, nine counters, eight ports.
+constexpr std::size_t kRowBytes = 512;
+
+/// Calls `print_value` with the values of the slots in use and `print_comma` between them.
+template <class PrintValue, class PrintComma>
+void print_slots(const ValueSlots& slots, PrintValue&& print_value, PrintComma&& print_comma) {
+  for (unsigned rest = slots.used; rest != 0;) {
+    print_value(slots.value[std::countr_zero(rest)]);
+    rest &= rest - 1;
+    if (rest != 0) print_comma();
   }
 }
 
-void print_ports(Printer& out, const ValueSlots& slots) {
-  out.put(",\"port\":\"");
-  print_slots(out, slots, [&](std::uint16_t port) { out.put(port); });
-  out.put('"');
+void print_ports(RowText& row, const ValueSlots& slots) {
+  row.put(",\"port\":\"");
+  print_slots(
+      slots, [&](std::uint16_t port) { row.put(port); }, [&] { row.put(","); });
+  row.put("\"}");
 }
 
+/// The names have no bound, and so no place in a RowText.
 void print_apps(Printer& out, const ValueSlots& slots) {
   out.put(",\"app\":\"");
-  print_slots(out, slots,
-              [&](std::uint16_t id) { out.put(dict_appname(id), '|', dict_appcname(id)); });
-  out.put('"');
+  print_slots(
+      slots, [&](std::uint16_t id) { out.put(dict_appname(id), '|', dict_appcname(id)); },
+      [&] { out.put(','); });
+  out.put("\"}");
 }
 
 bool address_contains(const IpStat& stat, std::string_view text) {
@@ -50,29 +56,28 @@ std::string_view filter_text(const char* filter) {
 
 }  // namespace
 
-void print_counters(Printer& out, const FlowStat& stat) {
-  out.put("\"flowcnt\":", stat.flowcnt, ",\"http\":", stat.http, ",\"https\":\"", stat.https,
+void print_counters(RowText& row, const FlowStat& stat) {
+  row.put("\"flowcnt\":", stat.flowcnt, ",\"http\":", stat.http, ",\"https\":\"", stat.https,
           "\",\"maxtime\":", stat.maxtime, ", \"mintime\":", stat.mintime);
 }
 
 void print_ip_row(Printer& out, const IpStat& stat, IpSide side) {
-  out.put("{\"ip\":\"", Ipv4Text{from_net32(stat.ip)}, "\",");
-  print_counters(out, stat);
-  if (side == IpSide::kSrc) {
-    print_apps(out, stat.slots);
-  } else {
-    print_ports(out, stat.slots);
+  {
+    RowText row(out, kRowBytes);
+    row.put("{\"ip\":\"", Ipv4Text{from_net32(stat.ip)}, "\",");
+    print_counters(row, stat);
+    if (side == IpSide::kDst) print_ports(row, stat.slots);
   }
-  out.put('}');
+  if (side == IpSide::kSrc) print_apps(out, stat.slots);
 }
 
 void print_dns_row(Printer& out, const DnsStat& stat) {
-  out.put("{\"dns\":\"", stat.name.text(), "\",");
-  print_counters(out, stat);
-  out.put(",\"http20x\":", stat.http20x, ",\"http30x\":", stat.http30x,
+  RowText row(out, kRowBytes);
+  row.put("{\"dns\":\"", stat.name, "\",");
+  print_counters(row, stat);
+  row.put(",\"http20x\":", stat.http20x, ",\"http30x\":", stat.http30x,
           ",\"http40x\":", stat.http40x, ",\"http50x\":", stat.http50x);
-  print_ports(out, stat.slots);
-  out.put('}');
+  print_ports(row, stat.slots);
 }
 
 void print_ip_page(Printer& out, const IpFold& fold, const RowOrder& order, const IpQuery& query) {

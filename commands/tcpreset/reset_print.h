@@ -7,12 +7,13 @@
 #include "commands/tcpreset/reset_query.h"
 #include "commands/tcpreset/reset_record.h"
 #include "format/printer.h"
+#include "format/row_text.h"
 
 namespace qsvmon {
 
 /// Prints the counters that every row has, from "flowcnt" on.
 /// KEEP: https is a quoted string and a blank stands before "mintime"; the front end expects both.
-void print_counters(Printer& out, const FlowStat& stat);
+void print_counters(RowText& row, const FlowStat& stat);
 
 /// Prints one address with its braces; `side` says what its slots hold.
 void print_ip_row(Printer& out, const IpStat& stat, IpSide side);

@@ -15,18 +15,24 @@ namespace {
 TEST(FlowPrint, HttpsIsQuotedAndABlankPrecedesMintime) {
   MemoryPrinter out;
   const FlowStat stat{.flowcnt = 3, .http = 1, .https = 2, .maxtime = 9, .mintime = 5, .slots = {}};
-  print_counters(out, stat);
+  {
+    RowText row(out, 256);
+    print_counters(row, stat);
+  }
   EXPECT_EQ(out.str(), R"("flowcnt":3,"http":1,"https":"2","maxtime":9, "mintime":5)");
 }
 
 TEST(FlowPrint, CountersAreUnsigned) {
   MemoryPrinter out;
-  print_counters(out, {.flowcnt = 4294967295u,
-                       .http = 0,
-                       .https = 4294967295u,
-                       .maxtime = 4294967295u,
-                       .mintime = 4294967295u,
-                       .slots = {}});
+  {
+    RowText row(out, 256);
+    print_counters(row, {.flowcnt = 4294967295u,
+                         .http = 0,
+                         .https = 4294967295u,
+                         .maxtime = 4294967295u,
+                         .mintime = 4294967295u,
+                         .slots = {}});
+  }
   EXPECT_EQ(out.str(), R"("flowcnt":4294967295,"http":0,"https":"4294967295",)"
                        R"("maxtime":4294967295, "mintime":4294967295)");
 }
