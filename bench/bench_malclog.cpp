@@ -13,11 +13,11 @@
 
 /// The malicious-event listings from events in memory to printed bytes. Every listing is set beside
 /// a floor: one field of every event read, one cache line touched for every key that there is, and
-/// the finished output copied. Events come in chunks as large as the shared area has room for.
+/// the finished output copied. Events come in batches as large as the shared area has room for.
 namespace qsvmon {
 namespace {
 
-constexpr std::size_t kChunkEvents = (std::size_t{2} << 20) / sizeof(MalcEvent);
+constexpr std::size_t kBatchEvents = (std::size_t{2} << 20) / sizeof(MalcEvent);
 
 enum Keys : int {
   kFew,       ///< 64 keys in turn
@@ -98,28 +98,28 @@ std::string table_bytes() {
   return {reinterpret_cast<const char*>(table->data()), sizeof(SignatureTable)};
 }
 
-/// Chunks of events in memory, behind a first one that holds the signature table alone.
-class Chunks final : public BatchSource {
+/// Batches of events in memory, behind a first one that holds the signature table alone.
+class EventBatches final : public BatchSource {
  public:
-  explicit Chunks(std::span<const MalcEvent> events) : left_(events), table_(table_bytes()) {}
+  explicit EventBatches(std::span<const MalcEvent> events) : left_(events), table_(table_bytes()) {}
   bool done() const override { return next_ != 0 && left_.empty(); }
   Status fetch() override {
     if (next_++ == 0) return Status::good();
-    chunk_ = left_.first(std::min(left_.size(), kChunkEvents));
-    left_ = left_.subspan(chunk_.size());
+    batch_ = left_.first(std::min(left_.size(), kBatchEvents));
+    left_ = left_.subspan(batch_.size());
     return Status::good();
   }
   std::span<const char> bytes() const override {
     if (next_ == 1) return table_;
-    return {reinterpret_cast<const char*>(chunk_.data()), chunk_.size_bytes()};
+    return {reinterpret_cast<const char*>(batch_.data()), batch_.size_bytes()};
   }
   std::uint32_t claimed() const override {
-    return next_ == 1 ? 1 : static_cast<std::uint32_t>(chunk_.size());
+    return next_ == 1 ? 1 : static_cast<std::uint32_t>(batch_.size());
   }
 
  private:
   std::span<const MalcEvent> left_;
-  std::span<const MalcEvent> chunk_;
+  std::span<const MalcEvent> batch_;
   std::string table_;
   std::size_t next_ = 0;
 };
@@ -141,10 +141,10 @@ class CountingPrinter : public Printer {
 
 std::size_t run_listing(const MalcQuery& query, std::span<const MalcEvent> events) {
   std::array<ItlgcEntry, kItlgcCategories> categories{};
-  Chunks chunks(events);
+  EventBatches batches(events);
   TidPool tids(query);
   CountingPrinter out;
-  (void)list_events(out, query, chunks, tids, categories);
+  (void)list_events(out, query, batches, tids, categories);
   return out.bytes();
 }
 

@@ -168,9 +168,9 @@ const std::vector<MailRecord>& mails() {
     for (MailRecord& record : made) {
       record = MailRecord{};
       record.key = static_cast<std::uint32_t>(random() | 1);
-      std::string ends(12, '\0');
-      for (char& c : ends) c = static_cast<char>(random());
-      add(record, kMailAddresses, ends);
+      std::string endpoints(12, '\0');
+      for (char& c : endpoints) c = static_cast<char>(random());
+      add(record, kMailAddresses, endpoints);
       add(record, kMailTime, std::string("\xA9\xC4\xE6\x65", 4));
       add(record, kMailMac, std::string("\0\x11\x22\x33\x44\x55", 6));
       add(record, kMailFrom, "=?UTF-8?B?5rWB6YeP55uR5o6n?= <from@example.com>");
@@ -355,7 +355,7 @@ void BM_ftp_rows(benchmark::State& state) {
   ::close(null);
   state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kFtpRows));
 }
-// Operations of a session: 1 means that no two rows have the same ends.
+// Operations of a session: 1 means that no two rows have the same endpoints.
 BENCHMARK(BM_ftp_rows)->Arg(10)->Arg(1)->Unit(benchmark::kMillisecond);
 
 void BM_ftp_rows_printf_localtime(benchmark::State& state) {

@@ -46,7 +46,7 @@ std::span<const CommandGroup> command_table();
 /// The first group; the one that is listed and that serves the fallback verbs.
 const CommandGroup& log_group();
 
-/// Verbs that every module of the log daemon takes, in rows like the table's.
+/// Verbs that every module of the log daemon accepts, in rows like the table's.
 std::span<const SubcommandEntry> fallback_verbs();
 
 /// One row and where it was found.

@@ -6,9 +6,9 @@
 
 namespace {
 
-// Whoever started the program may have closed descriptors 0 to 2. The next one opened, the daemon's
-// socket, would then take such a number and get what is printed, so they are opened on nothing. In
-// order, since the lowest number that is free is given out.
+// The program may have been started with descriptors 0 to 2 closed. The daemon's socket would then
+// get one of these numbers and receive what is printed, so the closed ones are opened on /dev/null;
+// in ascending order, since open returns the lowest free number.
 void open_standard_descriptors() {
   for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
     if (::fcntl(fd, F_GETFD) < 0 && ::open("/dev/null", O_RDWR) < 0) return;

@@ -14,9 +14,9 @@ alignas(16) char fault_stack[32 * 1024];
 
 // While the process waits for a daemon the whole session can be closed from here; what was printed
 // was written out before the wait. At any other moment memory or the loader may be half changed, so
-// that only system calls are safe. The segment goes first in either case: unloading runs the
-// dictionary library's own code, which may fail, or take so long that the user asks again. The
-// second signal then finds a session that has forgotten the library, and ends the process.
+// that only system calls are safe. The segment is removed first in either case: unloading runs the
+// dictionary library's own code, which may fault, or hang until the user sends a second signal. The
+// session has then dropped the library already, so that the second signal ends the process.
 void end_quietly(int) {
   rpc_close_from_signal();
   if (socket_is_waiting()) rpc_close(true);

@@ -50,7 +50,7 @@ bool read_octet(const char*& text, unsigned& value) {
   return true;
 }
 
-/// Takes four plain octets, as addresses are nearly always written; anything else is refused.
+/// Reads four plain octets, as addresses are nearly always written; anything else is refused.
 bool parse_plain_ipv4(const char* text, std::uint32_t* addr) {
   unsigned a = 0, b = 0, c = 0, d = 0;
   if (!read_octet(text, a) || *text++ != '.') return false;
@@ -83,8 +83,8 @@ int hex_digit(char c) {
   return kHexDigits.value[static_cast<unsigned char>(c)];
 }
 
-/// Reads six plain fields (one to eight digits, nothing else) and takes what sscanf would; anything
-/// that sscanf may read differently is refused.
+/// Reads six plain fields (one to eight digits, nothing else) and accepts what sscanf would;
+/// anything that sscanf may read differently is refused.
 bool parse_plain_mac(const char* text, char separator, unsigned (&fields)[6]) {
   for (int i = 0;; ++i) {
     unsigned value = 0;

@@ -17,12 +17,12 @@ namespace qsvmon {
 ///   replylen  bytes of the buffer in use (read as signed); the next text starts there
 ///   shmsize   bytes of the buffer (read as signed); `replylen` never exceeds `shmsize` - 1
 ///   reply     the buffer, not owned; it is NUL-terminated after every text written
-/// A sink without stream or buffer, or with counts that make no sense, takes nothing.
+/// A sink without stream or buffer, or with impossible counts, ignores what is written.
 using OutputSink = RpcRequest;
 
 constexpr std::uint16_t kSinkToStream = 1;
 
-/// Bytes that the buffer has left, the NUL's included; 0 or less when it can take nothing.
+/// Bytes that the buffer has left, the NUL's included; 0 or less when it is full.
 std::int64_t out_room(const OutputSink& sink);
 
 /// Writes text made by `format`. Returns the number of characters written: what vfprintf returns

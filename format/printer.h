@@ -33,13 +33,13 @@ class Printer {
     (put_one(parts), ...);
   }
 
-  /// At least `bytes` (at most kMaxRoom) of buffer to write into; `advance` takes what was used.
-  /// The pointer is valid until the next call of any other member.
+  /// At least `bytes` (at most kMaxRoom) of buffer to write into; `advance` says how much of it was
+  /// used. The pointer is valid until the next call of any other member.
   char* room(std::size_t bytes) {
     if (static_cast<std::size_t>(limit_ - next_) < bytes) flush();
     return next_;
   }
-  /// Takes the bytes from the last `room` pointer up to `end` as written.
+  /// Counts the bytes from the last `room` pointer up to `end` as written.
   void advance(char* end) { next_ = end; }
 
   void text(std::string_view bytes) {

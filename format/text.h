@@ -13,7 +13,7 @@ namespace qsvmon {
 /// tab begins with a blank afterwards.
 char* trim(char* text);
 
-/// Takes the next blank-separated word of `text` and cuts it at its first "=". Returns the key and
+/// Reads the next blank-separated word of `text` and cuts it at its first "=". Returns the key and
 /// stores the value; a value that begins with a double quote loses it, and then one at its end.
 /// Null with `*value` null when `text` is null, holds no word, or its next word has no "=".
 /// `*save` is set to the rest of the text (null when `text` is), to be passed as the next `text`.

@@ -57,10 +57,10 @@ const AssetsObject* assetsobj_find_ip(std::uint32_t ip);
 /// hash to the same bucket.
 const AssetsObject* assetsobj_find_value(const char* text, std::size_t len);
 
-/// Takes a "group" line: keys id, pid, name. An id of 0 means the first free slot. Rejects with
+/// Stores a "group" line: keys id, pid, name. An id of 0 means the first free slot. Rejects with
 /// "INV_ID\n", "INV_PID\n", "INV_NAME\n" or "GRPPOOL_FULL\n".
 void assetsgrp_line(RpcRequest& line);
-/// Takes an "assets" line: keys id, logicid, pid, name, value (an address or any text). An id of 0
+/// Stores an "assets" line: keys id, logicid, pid, name, value (an address or any text). An id of 0
 /// means the first free slot; a line with an id above kAssetsObjects is ignored. Rejects with
 /// "INV_OBJECT\n", "INV_NAME\n", "INV_PID\n", "EXISTS\n" or "ASSETS_POOL_FULL\n".
 void assetsobj_line(RpcRequest& line);

@@ -9,7 +9,7 @@
 
 namespace qsvmon {
 
-/// Takes one line of a section: `line.errtext` holds the section word (at most 119 characters),
+/// Handles one line of a section: `line.errtext` holds the section word (at most 119 characters),
 /// `line.data` the rest of the line, which may be cut up. A line that is rejected is reported with
 /// `set_request_error`; nobody prints it.
 using ConfigLineHandler = void (*)(RpcRequest& line);
@@ -19,8 +19,8 @@ struct ConfigSection {
   ConfigLineHandler take_line;
 };
 
-/// A line is taken as fgets with a buffer of so many bytes gives it: the text behind its first
-/// 1,022 characters is taken as a line of its own.
+/// Lines are read as fgets reads them into a buffer of so many bytes: the text behind the first
+/// 1,022 characters of a line is a line of its own.
 constexpr int kConfigLineBytes = 1023;
 
 /// Passes every line of the file whose section word is in `sections` to its handler. Returns 0, or

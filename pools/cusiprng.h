@@ -35,7 +35,7 @@ const CusIpRange* cusiprng_find(std::uint32_t ip);
 /// The texts of a row, or null when its slot number is none of 1..kCusIpRanges.
 const CusIpInfo* cusiprng_info(const CusIpRange& range);
 
-/// Takes a "cusiprng" line: keys "iprng" (what `parse_ipv4_range` reads) and "info". Rejects with
+/// Stores a "cusiprng" line: keys "iprng" (what `parse_ipv4_range` reads) and "info". Rejects with
 /// INV_IP, INV_IP_INFO or POOL_FULL; a range that is stored already is dropped.
 void cusiprng_line(RpcRequest& line);
 

@@ -16,7 +16,7 @@ constexpr int kDescFamilyIpv4 = 4;
 /// not be opened, which leaves the later pools as they were; callers go on either way, look-ups
 /// then find nothing. What went wrong is printed to standard output, a missing main file to
 /// standard error; a missing assets file is no fault.
-/// A second call makes fresh pools; what the earlier ones handed out stays valid.
+/// A second call makes fresh pools; pointers into the earlier ones stay valid.
 int desc_pools_init();
 
 /// The label of an address, NUL-terminated, or null when there is none. `addr` points at the 6

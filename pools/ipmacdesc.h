@@ -43,15 +43,15 @@ int ipmacdesc_getdesc(const void* key, std::size_t len, char* dest,
 int ipmacdesc_getmacdesc(const void* mac, char* dest);
 /// The `pid` of the 6 bytes at `mac`, 0 without an entry.
 std::uint16_t ipmacdesc_getpid(const void* mac);
-/// Gives the 6 bytes at `mac` the description, cut to 33 characters, and `pid` 0. Returns 0, or -1
-/// when there is no room for one more entry.
+/// Sets the description of the 6 bytes at `mac`, cut to 33 characters, and its `pid` to 0. Returns
+/// 0, or -1 when there is no room for one more entry.
 int ipmacdesc_setmacdesc(const void* mac, const char* desc);
 /// Makes or updates the entry with the key of `entry`: its description and `pid`. Returns it, or
 /// null when there is no room for one more entry or the key is no address.
 IpMacDesc* ipmacdesc_set(const IpMacDesc& entry, std::uint16_t pid);
 
-/// Takes a "mac" line: keys "m" or "ip" (the address), "d" (the description), "pid". Rejects with
-/// INV_IPMAC, NO_DESC or INV_LEN; a line that finds the pool full is dropped.
+/// Stores a "mac" line: keys "m" or "ip" (the address), "d" (the description), "pid". Rejects with
+/// INV_IPMAC, NO_DESC or INV_LEN; a line for a full pool is dropped.
 /// KEEP: an address clears what the line gave before it, so "d" and "pid" must follow it.
 void ipmacdesc_line(RpcRequest& line);
 

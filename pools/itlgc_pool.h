@@ -26,8 +26,8 @@ ItlgcEntry* itlgc_pool();
 /// Makes a fresh pool of zeroed entries. Returns 0, or -1 without memory: there is then no pool.
 int itlgc_pool_init();
 
-/// Takes the rest of a "malcitlgc" line (keys id, name, cname, vendor) from `line.data` and stores
-/// it over the entry it names. A line without an id of 0..31 or without both names is ignored.
+/// Stores a "malcitlgc" line, whose rest (keys id, name, cname, vendor) is in `line.data`, over the
+/// entry that it names. A line without an id of 0..31 or without both names is ignored.
 void itlgc_pool_line(RpcRequest& line);
 
 /// Frees the pools; for tests.

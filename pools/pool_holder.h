@@ -11,8 +11,8 @@ namespace qsvmon {
 /// place.
 extern void* (*pool_allocate)(std::size_t bytes, Pages pages);
 
-/// Owns one kind of pool for the whole process: the current pool and, since what it handed out
-/// stays valid, those it took the place of. A pool starts as all zero bytes.
+/// Owns one kind of pool for the whole process: the current pool and those that it replaced, as
+/// pointers into them stay valid. A pool starts as all zero bytes.
 template <class Pool>
 class PoolHolder {
   static_assert(std::is_trivially_copyable_v<Pool> &&
@@ -22,7 +22,7 @@ class PoolHolder {
   /// The pool that was made last, or null when there is none.
   Pool* get() const { return current_; }
 
-  /// Puts a zeroed pool in the current one's place; null without memory, which leaves no pool. Most
+  /// Replaces the current pool with a zeroed one; null without memory, which leaves no pool. Most
   /// entries of a pool stay empty: their pages cost nothing.
   Pool* renew() {
     auto* chunk = static_cast<Chunk*>(pool_allocate(sizeof(Chunk), Pages::kOnTouch));

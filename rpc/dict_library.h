@@ -27,7 +27,7 @@ class DictLibrary {
 
   /// Copies the tables at the start of `reply` into the library's arrays, registers the entries in
   /// use and clears the pointer-sized word of the group entries. How many entries there are is the
-  /// library's word; whole entries beyond the end of `reply` are not taken.
+  /// library's word; whole entries beyond the end of `reply` are ignored.
   /// Returns the bytes of `reply` that the tables occupy, at most its size.
   /// REQUIRES: loaded().
   std::size_t take_tables(std::span<const char> reply);

@@ -29,7 +29,7 @@ int rpc_init(const char* path, std::size_t bytes);
 /// points into the area, behind the dictionary tables where the answer brought some. When `data` is
 /// set and is not the area's start, `datalen` bytes are copied there first.
 /// What came back is the daemon's word: `data` must be set again before the record is used for
-/// another call. An answer that stops part of the way has filled what came of it, `reply` too, so
+/// another call. An answer that breaks off has filled the fields that arrived, `reply` too, so
 /// read the reply through `rpc_reply_bytes` and `rpc_reply_text`, which look where it points.
 /// Returns the final `status`, 0 on success; the text of a failure is in `errtext`:
 /// status 5 with "can't connect <path>", "s_<error>_<number>" or "r_<error>_<number>".

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Handlers of the IP table commands and of the asset-object list. Each takes the words after the
+/// Handlers of the IP table commands and of the asset-object list. Each gets the words after the
 /// sub-command and returns 0, or -1 after printing a usage text or why it failed.
 /// REQUIRES: an open session.
 namespace qsvmon {

@@ -9,7 +9,7 @@
 
 namespace qsvmon {
 
-/// Where a listing has its memory from; tests hand in one that runs out.
+/// How a listing allocates and frees memory; tests pass functions that fail.
 struct FoldMemory {
   void* (*allocate)(std::size_t bytes, Pages pages) = large_memory_allocate;  ///< zeroes, or null
   void (*free)(void* memory, std::size_t bytes) = large_memory_free;
@@ -24,7 +24,7 @@ template <class Entry>
   __builtin_prefetch(first + sizeof(Entry) - 1);
 }
 
-/// The entries of a fold, numbered from 0 in the order they were made and handed out zeroed. They
+/// The entries of a fold, zeroed when they are added and numbered from 0 in that order. They
 /// lie in chunks, the first of them of 32 KiB at most and each of the others twice as large as the
 /// one before, so that few entries need little memory and many few chunks. An entry never moves:
 /// pointers to it are valid as long as the object.

@@ -7,7 +7,7 @@ namespace qsvmon {
 KeySecret new_key_secret() {
   KeySecret secret;
   random_seed(&secret, sizeof secret);
-  for (std::uint64_t& word : secret.word) word |= 1;  // an even factor would forget a bit
+  for (std::uint64_t& word : secret.word) word |= 1;  // an even factor would discard a bit
   return secret;
 }
 

@@ -31,12 +31,12 @@ class RecordStore {
   std::uint16_t mark(std::uint32_t place) const { return at(place)->mark; }
   void set_mark(std::uint32_t place, std::uint16_t mark) { at(place)->mark = mark; }
 
-  /// Leaves nothing of a record but its mark; the memory is used again after the next `rewind`.
+  /// Drops a record's bytes and keeps its mark. Their memory is reused after the next `rewind`.
   void empty(std::uint32_t place) { at(place)->bytes = 0; }
 
-  /// Moves records together at the start, the memory being kept: `rewind`, then `move` for each
-  /// that is to stay, in the order of their places. The others are gone. `move` returns the new
-  /// place, which is never behind the old one.
+  /// Compaction, which frees no memory: `rewind`, then `move` for each record that stays, in the
+  /// order of their places; the others are dropped. `move` returns the new place, which is never
+  /// behind the old one.
   void rewind() { end_ = 0; }
   std::uint32_t move(std::uint32_t place);
 

@@ -17,7 +17,7 @@ inline void print_detail_begin(Printer& out) {
 }
 
 /// The rest of the listing: filters events as they arrive and prints those of one page at once,
-/// so that nothing is kept. Borrows everything that it is given.
+/// so that none is stored. Borrows its arguments.
 class MalcDetail {
  public:
   /// The signature table must be filled before the first `add`.

@@ -16,7 +16,7 @@ constexpr std::size_t kEntryBytes = 256;
 
 struct Entry {
   std::uint16_t count;
-  unsigned id;  ///< the category, 0 for a signature listed by itself
+  unsigned id;  ///< the category, 0 for a signature under its own name
   std::uint8_t mkmode;
   std::string_view name, cname;
 };
@@ -31,8 +31,8 @@ void print_entry(RowText& row, const Entry& entry, MalcEntryForm form) {
   }
 }
 
-/// KEEP: a signature listed by itself has the text of a missing string as its category name: the
-/// one that the C library prints in the application listing, "NULL" in the others.
+/// KEEP: a signature listed under its own name has no category name. The application listing shows
+/// what the C library prints for a null pointer, the others "NULL".
 std::string_view no_cname(MalcEntryForm form) {
   return form == MalcEntryForm::kApp ? "(null)" : "NULL";
 }

@@ -25,7 +25,7 @@ struct MalcNames {
 };
 
 /// How an entry of a row's "list" is written: its members, and the "cname" of a signature that is
-/// listed by itself.
+/// listed under its own name.
 enum class MalcEntryForm {
   kAddress,  ///< cnt, id, name, cname; "NULL"
   kApp,      ///< cnt, id, name, cname; "(null)"

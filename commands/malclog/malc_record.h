@@ -29,8 +29,8 @@ static_assert(offsetof(MalcTid, mkmode) == 7);
 static_assert(offsetof(MalcTid, name) == 8);
 static_assert(std::is_trivially_copyable_v<MalcTid>);
 
-constexpr std::uint8_t kModeOwnName = 1;   ///< `MalcTid::mkmode`: listed by itself
-constexpr std::uint8_t kModeCategory = 2;  ///< `MalcTid::mkmode`: listed by its category
+constexpr std::uint8_t kModeOwnName = 1;   ///< `MalcTid::mkmode`: listed under its own name
+constexpr std::uint8_t kModeCategory = 2;  ///< `MalcTid::mkmode`: listed under its category
 
 /// One event, as the daemon writes it. Little-endian; `_net` = network order.
 struct [[gnu::packed]] MalcEvent {

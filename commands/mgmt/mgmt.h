@@ -1,6 +1,6 @@
 #pragma once
 
-/// Handlers of the management commands that the command table reaches. Each takes the words after
+/// Handlers of the management commands that the command table reaches. Each gets the words after
 /// the sub-command and returns the command's result (mgmt_command.h). REQUIRES: an open session.
 namespace qsvmon {
 

@@ -26,8 +26,8 @@ struct MgmtCommand {
   bool returns_result = false;  ///< the daemon's `result`, otherwise 0
 };
 
-/// Every management command: those that the command table reaches first, then those that are kept
-/// for a caller by name.
+/// Every management command: first those that the command table reaches, then those that a caller
+/// can reach by name alone.
 std::span<const MgmtCommand> mgmt_commands();
 
 /// The command of that module and verb, or null.

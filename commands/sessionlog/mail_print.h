@@ -39,8 +39,7 @@ class MailTexts {
   Text subject_;
 };
 
-/// Whether a mail of these elements is left out when it comes up on a page: a text cannot be
-/// decoded.
+/// Whether a mail of these elements is left out of the page: one of its texts cannot be decoded.
 bool is_hidden_mail(std::span<const char> elements);
 
 /// A mail as a row of the list.

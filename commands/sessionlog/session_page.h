@@ -13,8 +13,9 @@
 namespace qsvmon {
 
 /// Calls `show(row)` for each record on the sorted list's page. Returns the list's "count".
-/// KEEP: a hidden record is not counted and takes no place on the page, and only those that come up
-/// on the page are found to be hidden; so the count depends on the page.
+/// KEEP: a hidden record is not counted and has no place on the page. But a record is only looked
+/// at when its turn on the page comes; hidden ones elsewhere are counted, so that the count depends
+/// on the page.
 template <class Row, class Show>
 std::uint32_t show_page(const RecordList& list, Row& row, Show&& show) {
   const PageRange page = list.page();

@@ -35,7 +35,8 @@ struct EndpointLabels {
 /// ,"srcip_desc" ,"dstip_desc" and ,"ipmac_desc"
 void print_labels(RowText& row, const EndpointLabels& labels);
 
-/// The two addresses and ports, four cells. The ports are written as they are handed over.
+/// The two addresses and ports, four cells. The ports are written as passed: the mail list
+/// shows them in network order, the others in host order.
 void csv_endpoints(CsvSheet& sheet, const Endpoints& endpoints, std::uint16_t sport,
                    std::uint16_t dport);
 

@@ -7,8 +7,8 @@
 #include "commands/tcpreset/reset_record.h"
 #include "commands/tcpreset/reset_stat.h"
 
-/// The folds of the reset-session listings: records in, entries numbered as first seen out. They
-/// take any number of batches; a record that finds no memory is dropped.
+/// The folds of the reset-session listings: records in, entries out, numbered as first seen, over
+/// any number of batches. A record is dropped when there is no memory for its entry.
 namespace qsvmon {
 
 /// One entry per address.

@@ -45,7 +45,7 @@ Direction parse_order(std::string_view text, const OrderWords& words, Direction 
   return present;
 }
 
-/// Takes one of the words "row=", "filter=", "order=" and "sort=".
+/// Reads one of the words "row=", "filter=", "order=" and "sort=".
 template <class Stat>
 Status parse_stat_word(const char* word, std::span<const SortKey<Stat>> keys,
                        const OrderWords& orders, StatQuery<Stat>& query) {

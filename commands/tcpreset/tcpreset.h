@@ -1,6 +1,6 @@
 #pragma once
 
-/// The listings of TCP sessions that the appliance reset. Each handler takes the words after its
+/// The listings of TCP sessions that the appliance reset. Each handler receives the words after its
 /// sub-command, fetches the records from the management daemon and returns 0, or -1 after printing
 /// why it failed.
 namespace qsvmon {

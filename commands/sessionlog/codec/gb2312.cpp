@@ -71,7 +71,7 @@ bool bad_arguments(const char* out, int outcap, const char* in, int inlen) {
   return out == nullptr || in == nullptr || outcap < 1 || inlen < 1;
 }
 
-/// Takes one character of UTF-8 as 16 bits.
+/// Reads one character of UTF-8 as 16 bits.
 std::uint32_t take_utf8(GbConversion& c) {
   std::uint32_t cp = byte_at(c.p);
   if (cp < 0x80) {
@@ -86,7 +86,7 @@ std::uint32_t take_utf8(GbConversion& c) {
   return cp & 0xFFFF;
 }
 
-/// Takes one character of GB2312; 0 ends the text.
+/// Reads one character of GB2312; 0 ends the text.
 std::uint32_t take_gb(GbConversion& c) {
   const unsigned char first = byte_at(c.p);
   if (first >= 0x20 && first <= kLastSingle) {

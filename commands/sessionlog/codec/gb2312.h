@@ -17,7 +17,7 @@ constexpr unsigned kMaxGbCodes = 1024;
 /// room for the NUL ends the conversion.
 /// Returns 0, or -1 when a pointer is null, `outcap` < 1 or `inlen` < 1.
 /// KEEP: a character that GB2312 lacks becomes a NUL and the conversion goes on behind it, so that
-/// for a caller who takes the text up to its NUL it ends there.
+/// for a caller that reads the text up to its NUL it ends there.
 int utf8_to_gb2312(char* out, int outcap, const char* in, int inlen);
 
 /// Converts the `inlen` bytes of GB2312 at `in` to NUL-terminated UTF-8 in `out`. The text ends
@@ -36,7 +36,7 @@ int uni_to_gb2312_char(std::uint32_t cp, unsigned char* out2, int len);
 
 /// Reads one character of the NUL-terminated UTF-8 text at `p`; returns the bytes it takes, 1 to 6.
 /// Lenient: continuation bytes are not checked, and a stray one stands for its own value. A
-/// character that the NUL cuts off takes the bytes there are, its missing bits zero. At the NUL
+/// character that the NUL cuts off has the bytes before it, its missing bits zero. At the NUL
 /// itself it is 1 byte with value 0.
 int utf8_decode_char(const char* p, std::uint32_t* cp);
 

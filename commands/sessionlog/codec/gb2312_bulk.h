@@ -7,12 +7,12 @@
 
 #include "commands/sessionlog/codec/gb2312_tables.h"
 
-// The converters' way for runs of characters of one kind; part of gb2312.cpp, where the conversion
-// stays in registers.
+// What the converters do with runs of characters of one kind; part of gb2312.cpp, where the
+// conversion stays in registers.
 namespace qsvmon {
 
-/// A conversion under way: the input that is left, the output so far and the characters that may
-/// still be taken.
+/// The state of a conversion: the input that is left, the output so far and how many more
+/// characters may be converted.
 struct GbConversion {
   const char* p;
   const char* end;
@@ -23,7 +23,7 @@ struct GbConversion {
   bool more() const { return p < end && codes > 0; }
   /// True when `bytes` and the NUL fit.
   bool fits(int bytes) const { return limit - at > bytes; }
-  /// How many characters of `from` bytes, the last of them with `spare` behind it, can be taken and
+  /// How many characters of `from` bytes, the last of them with `spare` behind it, can be read and
   /// become `to` bytes each.
   std::size_t run(std::size_t from, std::size_t spare, std::size_t to) const {
     const auto in = static_cast<std::size_t>(end - p);
