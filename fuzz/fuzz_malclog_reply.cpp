@@ -10,10 +10,10 @@
 
 #include "commands/malclog/malc_listing.h"
 
-// Words and reply chunks through every malicious-event listing. The input begins with the words,
-// one a line, up to an empty line; the rest is the reply: the length of its first chunk (two bytes,
-// little-endian), the count that every chunk claims (two bytes; 65535 stands for the largest), then
-// the bytes. Every byte lent out is in an allocation of its own size.
+// Words and reply batches through every malicious-event listing. The input begins with the words,
+// one a line, up to an empty line; the rest is the reply: the length of its first batch (two bytes,
+// little-endian), the count that every batch claims (two bytes; 65535 stands for the largest), then
+// the bytes. Each batch is in an allocation of its own size.
 namespace qsvmon {
 namespace {
 
@@ -48,25 +48,25 @@ Input read_input(std::string_view bytes) {
   return input;
 }
 
-class Chunks final : public BatchSource {
+class ReplyBatches final : public BatchSource {
  public:
-  explicit Chunks(const Input& input) : claimed_(input.claimed) {
+  explicit ReplyBatches(const Input& input) : claimed_(input.claimed) {
     const std::size_t first = std::min(input.first_bytes, input.reply.size());
     add(input.reply.substr(0, first));
     add(input.reply.substr(first));
   }
-  bool done() const override { return next_ == chunks_.size(); }
+  bool done() const override { return next_ == batches_.size(); }
   Status fetch() override {
     ++next_;
     return Status::good();
   }
-  std::span<const char> bytes() const override { return chunks_[next_ - 1]; }
+  std::span<const char> bytes() const override { return batches_[next_ - 1]; }
   std::uint32_t claimed() const override { return claimed_; }
 
  private:
-  void add(std::string_view bytes) { chunks_.emplace_back(bytes.begin(), bytes.end()); }
+  void add(std::string_view bytes) { batches_.emplace_back(bytes.begin(), bytes.end()); }
 
-  std::vector<std::vector<char>> chunks_;
+  std::vector<std::vector<char>> batches_;
   std::uint32_t claimed_;
   std::size_t next_ = 0;
 };
@@ -91,10 +91,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     query.listtype = static_cast<MalcListType>(listtype);
     std::array<ItlgcEntry, kItlgcCategories> categories{};
     std::strcpy(categories[7].name, "botnet");
-    Chunks chunks(input);
+    ReplyBatches batches(input);
     TidPool tids(query);
     NoOutput out;
-    if (!list_events(out, query, chunks, tids, categories).ok()) std::abort();
+    if (!list_events(out, query, batches, tids, categories).ok()) std::abort();
   }
   return 0;
 }

@@ -1,6 +1,6 @@
-// A daemon may write the shared area while a listing reads it: every record walk runs over records
-// that another thread changes all the time. Built without and with optimisation, since whether a
-// value is read twice is the compiler's choice, and with the address sanitizer.
+// A daemon may write the shared area while a listing reads it: every loop over records runs over
+// ones that another thread changes all the time. Built without and with optimisation, since whether
+// a value is read twice is the compiler's choice, and with the address sanitizer.
 #include <gtest/gtest.h>
 
 #include <array>

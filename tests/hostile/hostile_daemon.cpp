@@ -100,7 +100,7 @@ bool HostileDaemon::is_asked() const {
 }
 
 // Values that are small at one time and large at another, where the client reads: ids, lengths,
-// slots and counts lie in the first words of a record and at its end. The client walks the records
+// slots and counts lie in the first words of a record and at its end. The client reads the records
 // meanwhile; it is done within the time, or asks for the next batch.
 void HostileDaemon::go_on_changing(char* area, std::size_t bytes) {
   const std::size_t used = std::min<std::size_t>(bytes, 1 + draw(8000));

@@ -38,7 +38,7 @@ TimedOutcome run_with(const Reply& reply) {
   return timed;
 }
 
-TEST(LateAnswer, IsHeardHoweverLateItIs) {
+TEST(LateAnswer, IsReceivedHoweverLateItIs) {
   for (const int late : {1300, 2400, 3400}) {
     const TimedOutcome timed = run_with(Reply::text("late\n").late(late));
     EXPECT_EQ(timed.outcome.out, "late\n");

@@ -74,7 +74,7 @@ TEST(Number, SizesWithSuffixes) {
   EXPECT_EQ(parse_size(nullptr), 0u);
 }
 
-TEST(Number, SizeForgetsEarlierErrors) {
+TEST(Number, SizeIgnoresEarlierErrors) {
   errno = ERANGE;
   EXPECT_EQ(parse_size("7"), 7u);
 }

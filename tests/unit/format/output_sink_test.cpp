@@ -98,7 +98,7 @@ TEST(OutputSink, WhatCannotBeFormattedIsNotThere) {
   EXPECT_EQ(b.text(), "head tail");
 }
 
-TEST(OutputSink, StreamTakesEverything) {
+TEST(OutputSink, StreamReceivesEverything) {
   StreamSink s;
   s.sink.replylen = 7;
   EXPECT_EQ(out_printf(s.sink, "%05d", 42), 5);
@@ -117,7 +117,7 @@ TEST(OutputSink, OnlyTheLowestFlagChoosesTheStream) {
   EXPECT_EQ(s.text(), "x");
 }
 
-TEST(OutputSink, WithoutDestinationTakesNothing) {
+TEST(OutputSink, WithoutDestinationIgnoresWhatIsWritten) {
   OutputSink nowhere{};
   nowhere.shmsize = 100;
   EXPECT_EQ(out_printf(nowhere, "x"), 0);

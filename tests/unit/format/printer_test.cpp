@@ -27,7 +27,7 @@ class Pieces : public Printer {
   void drain(std::string_view bytes) override { pieces.emplace_back(bytes); }
 };
 
-TEST(Printer, TextsAsLongAsItsBufferPassItBy) {
+TEST(Printer, TextsAsLongAsItsBufferAreWrittenDirectly) {
   const std::string fits(Printer::kBufferBytes - 1, 'f');
   const std::string whole(Printer::kBufferBytes, 'w');
   const std::string longer(Printer::kBufferBytes * 3 + 1, 'l');

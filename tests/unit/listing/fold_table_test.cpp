@@ -44,7 +44,7 @@ std::string crowding_name(std::uint32_t i) {
   return "sixteen-bytes-on" + std::to_string(i);
 }
 
-TEST(FoldTable, FindsWhatItMadeAndNumbersByFirstSight) {
+TEST(FoldTable, NumbersEntriesInTheOrderOfTheirFirstRecords) {
   AddressTable table;
   EXPECT_EQ(table.size(), 0u);
   EXPECT_EQ(table.slot_count(), 0u);  // no memory before the first key
@@ -180,7 +180,7 @@ double mean_probe(Table& table, std::uint32_t keys, KeyOf&& key_of) {
 
 // At half of the slots used, linear probing expects 1.5 slots for a key of the table and 2.5 for
 // another one.
-TEST(FoldTable, ProbesStayShortWhoeverChoseTheKeys) {
+TEST(FoldTable, ProbesStayShortForChosenKeys) {
   AddressTable addresses;
   NameTable names;
   for (std::uint32_t i = 0; i < 65536; ++i) {
@@ -272,7 +272,7 @@ TEST(FoldTable, FoldDropsWhatHasNoEntry) {
   memory_is_back();
 }
 
-TEST(FoldTable, EqualsAPlainMapOverMixedWork) {
+TEST(FoldTable, AgreesWithAPlainMapOverMixedOperations) {
   AddressTable table;
   std::unordered_map<std::uint32_t, std::uint32_t> counts;
   std::uint32_t state = 1;

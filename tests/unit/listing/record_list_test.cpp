@@ -182,7 +182,7 @@ std::vector<PageRange> pages_of(std::uint32_t count, std::mt19937& random) {
   return pages;
 }
 
-TEST(RecordList, EveryPageIsThatOfAllRecordsSorted) {
+TEST(RecordList, EveryPageEqualsThatOfAllRecordsSorted) {
   std::mt19937 random(1);
   for (int kind = 0; kind < 6; ++kind) {
     for (const std::uint32_t count : {0U, 1U, 4096U, 4097U, 9500U}) {

@@ -31,7 +31,7 @@ MalcQuery by_app() {
 }
 
 std::string list(const MalcQuery& query, const std::vector<MalcEvent>& events) {
-  FakeBatches batches = one_chunk(kTable, events);
+  FakeBatches batches = one_batch(kTable, events);
   return listing(query, batches, categories());
 }
 

@@ -420,18 +420,18 @@ TEST_F(MalcDetailPageTest, RowsAreSeparatedFromTheFirstShownOn) {
             std::string::npos);
 }
 
-TEST_F(MalcDetailTest, CountingGoesOnOverChunks) {
+TEST_F(MalcDetailTest, CountingContinuesOverBatches) {
   MalcQuery query;
   query.page = 2;
   query.limit = 2;
   const TidPool tids = pool(query, kSignatures);
   MemoryPrinter out;
   MalcDetail detail(out, query, {tids, categories_});
-  std::vector<MalcEvent> chunk(3, full_event());
-  detail.add(chunk);
+  std::vector<MalcEvent> batch(3, full_event());
+  detail.add(batch);
   detail.add({});
-  chunk.resize(2);
-  detail.add(chunk);
+  batch.resize(2);
+  detail.add(batch);
   EXPECT_EQ(detail.count(), 5U);
   const std::string text = out.str();
   EXPECT_EQ(std::count(text.begin(), text.end(), '{'), 2 * 3);  // two rows with two entries each

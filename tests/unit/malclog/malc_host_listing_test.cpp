@@ -34,7 +34,7 @@ MalcQuery by_host() {
 }
 
 std::string list(const MalcQuery& query, const std::vector<MalcEvent>& events) {
-  FakeBatches batches = one_chunk(kTable, events);
+  FakeBatches batches = one_batch(kTable, events);
   return listing(query, batches, categories());
 }
 
@@ -55,7 +55,7 @@ TEST(MalcHostListing, ACategoryBeyondThePoolHasNoNames) {
             R"("list":[{"cnt":1, "name":"", "mkmode":2, "cname":""}]}],"count":1})");
 }
 
-TEST(MalcHostListing, EventsWithoutHostOrBitsAreNotTaken) {
+TEST(MalcHostListing, EventsWithoutHostOrBitsAreNotCounted) {
   MalcEvent empty = of_host("a", bit(1));
   empty.time_secs = 0;
   EXPECT_EQ(list(by_host(), {of_host("", bit(1)), of_host("a", 0), empty}),
@@ -148,7 +148,7 @@ TEST(MalcHostListing, AHostOf42BytesJoinsTheNewestRowOfALongerOne) {
                 R"("count":3})");
 }
 
-TEST(MalcHostListing, A42ByteRowIsLeftBehindByALongerHost) {
+TEST(MalcHostListing, ALongerHostReplacesTheRowOfItsFirst42Bytes) {
   EXPECT_EQ(rows(by_host(), {h(k42), h(k42), h(k44), h(k42)}),
             k42 + "*2 " + k42 + R"(*2 ],"count":2})");
   // One that differs in its last byte is another host.
@@ -164,7 +164,7 @@ TEST(MalcHostListing, LengthsBeyondTheFieldUseItsFirst42Bytes) {
   }
 }
 
-TEST(MalcHostListing, AThousandsEventsOfOneLongHost) {
+TEST(MalcHostListing, CountsEventsOfAHostLongerThanItsField) {
   EXPECT_EQ(rows(by_host(), std::vector<MalcEvent>(5000, h(k45))).substr(42 * 99 + 3 * 99),
             R"(],"count":5000})");
 }

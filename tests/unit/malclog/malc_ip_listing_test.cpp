@@ -37,7 +37,7 @@ MalcQuery dst() {
 }
 
 std::string list(const MalcQuery& query, const std::vector<MalcEvent>& events) {
-  FakeBatches batches = one_chunk(kTable, events);
+  FakeBatches batches = one_batch(kTable, events);
   return listing(query, batches, categories());
 }
 
@@ -75,7 +75,7 @@ TEST(MalcIpListing, AddressZeroIsAnAddress) {
             R"("list":[{"cnt":1, "id":0, "name":"one", "cname":"NULL"}]}],"count":1})");
 }
 
-TEST(MalcIpListing, EmptyRecordsAndEventsWithoutBitsAreNotTaken) {
+TEST(MalcIpListing, EmptyRecordsAndEventsWithoutBitsAreNotCounted) {
   MalcEvent empty = at(kA, bit(1));
   empty.time_secs = 0;
   EXPECT_EQ(list(dst(), {empty, at(kA, 0)}), R"({"data":[],"count":0})");

@@ -35,7 +35,7 @@ std::string no_rows(MalcListType listtype) {
 
 TEST(MalcListing, AnEmptyReplyListsNothing) {
   for (const MalcListType listtype : kAllTypes) {
-    FakeBatches batches = one_chunk(kTable, {});
+    FakeBatches batches = one_batch(kTable, {});
     EXPECT_EQ(listing(query_of(listtype), batches, {}), no_rows(listtype));
     FakeBatches nothing;
     nothing.batch("", 0);
@@ -54,7 +54,7 @@ TEST(MalcListing, RecordsThatTheAreaHasNoRoomForAreNotRead) {
   }
 }
 
-TEST(MalcListing, EveryTypeFoldsAllChunks) {
+TEST(MalcListing, EveryTypeFoldsAllBatches) {
   MalcEvent e = of_host("h", bit(1));
   e.dst_net = net(1, 1, 1, 1);
   e.src_net = net(2, 2, 2, 2);
@@ -75,30 +75,30 @@ TEST(MalcListing, EveryTypeFoldsAllChunks) {
        R"~("list":[{"cnt":3, "name":"one", "mkmode":1, "cname":"NULL"}]}],"count":1})~"},
   };
   for (const auto& [listtype, text] : expected) {
-    FakeBatches batches = one_chunk(kTable, {e});
+    FakeBatches batches = one_batch(kTable, {e});
     batches.batch(bytes_of({e}), 1).batch("", 0).batch(bytes_of({e, MalcEvent{}}), 2);
     EXPECT_EQ(listing(query_of(listtype), batches, {}), text);
     EXPECT_EQ(batches.fetched(), 4U);
   }
 }
 
-TEST(MalcListing, AFirstChunkWithoutRecordsLeavesNoSignatures) {
-  FakeBatches batches = one_chunk(kTable, {});
+TEST(MalcListing, AFirstBatchWithoutRecordsLeavesNoSignatures) {
+  FakeBatches batches = one_batch(kTable, {});
   batches.batch(bytes_of({to(net(9, 9, 9, 9), bit(1))}), 1);
   EXPECT_EQ(listing(query_of(MalcListType::kDst), batches, {}),
             R"~({"data":[{"ip":"9.9.9.9","cnt":1,"ip_desc":"",)~"
             R"~("list":[{"cnt":1, "id":0, "name":"", "cname":"NULL"}]}],"count":1})~");
-  FakeBatches detail = one_chunk(kTable, {});
+  FakeBatches detail = one_batch(kTable, {});
   detail.batch(bytes_of({to(net(9, 9, 9, 9), bit(1))}), 1);
   EXPECT_EQ(listing(query_of(MalcListType::kDetail), detail, {}), R"~(], "count":0})~");
-  FakeBatches signatures = one_chunk(kTable, {});
+  FakeBatches signatures = one_batch(kTable, {});
   signatures.batch(bytes_of({to(net(9, 9, 9, 9), bit(1))}), 1);
   EXPECT_EQ(listing(query_of(MalcListType::kTable), signatures, {}), R"~({"data":[],"count":0})~");
 }
 
-TEST(MalcListing, LaterChunksBeginWithRecords) {
-  // What looks like a table in a second chunk is records.
-  FakeBatches batches = one_chunk(kTable, {to(net(9, 9, 9, 9), bit(1))});
+TEST(MalcListing, LaterBatchesBeginWithRecords) {
+  // What looks like a table in a second batch is records.
+  FakeBatches batches = one_batch(kTable, {to(net(9, 9, 9, 9), bit(1))});
   std::vector<MalcEvent> many(40, to(net(8, 8, 8, 8), bit(2)));
   batches.batch(bytes_of(many), 40);
   EXPECT_EQ(listing(query_of(MalcListType::kDst), batches, {}),
@@ -113,14 +113,14 @@ TEST(MalcListing, AFailedCallEndsTheListing) {
     FakeBatches at_once;
     at_once.then_fail("can't connect to it");
     EXPECT_EQ(listing(query_of(listtype), at_once, {}), "!can't connect to it");
-    FakeBatches later = one_chunk(kTable, {});
+    FakeBatches later = one_batch(kTable, {});
     later.then_fail("BUSY");
     EXPECT_EQ(listing(query_of(listtype), later, {}), "!BUSY");
   }
 }
 
 TEST(MalcListing, EventsPrintedBeforeAFailureStay) {
-  FakeBatches batches = one_chunk(kTable, {event(bit(1))});
+  FakeBatches batches = one_batch(kTable, {event(bit(1))});
   batches.then_fail("BUSY");
   const std::string text = listing(query_of(MalcListType::kDetail), batches, {});
   EXPECT_EQ(text.substr(0, 19), R"~({"list":[{"tid":11,)~");
@@ -129,7 +129,7 @@ TEST(MalcListing, EventsPrintedBeforeAFailureStay) {
 
 TEST(MalcListing, WithoutMemoryForTheTableNothingMoreIsRead) {
   for (const MalcListType listtype : kAllTypes) {
-    FakeBatches batches = one_chunk(kTable, {event(bit(1))});
+    FakeBatches batches = one_batch(kTable, {event(bit(1))});
     batches.batch("", 0);
     const MalcQuery query = query_of(listtype);
     TidPool tids(query, [] { return static_cast<SignatureTable*>(nullptr); });

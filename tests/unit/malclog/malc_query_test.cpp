@@ -194,7 +194,7 @@ TEST(MalcQuery, ASignatureIdNeedsItsTypeOrACategory) {
   EXPECT_EQ(parse({"type=dns", "id=5", "listtype=dst"}, typed), "");
 }
 
-TEST(MalcQuery, UnknownWordsArePassedOver) {
+TEST(MalcQuery, UnknownWordsAreIgnored) {
   MalcQuery query;
   EXPECT_EQ(parse({"", "json=1", "listtype=app", "Host=x", "xtid=4", "limi=4"}, query), "");
   EXPECT_EQ(query.listtype, MalcListType::kApp);

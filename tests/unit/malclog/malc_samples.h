@@ -17,7 +17,7 @@
 #include "pools/itlgc_pool.h"
 #include "tests/unit/support/fake_batches.h"
 
-/// Signatures, events and chunks for the malicious-event tests.
+/// Signatures, events and batches for the malicious-event tests.
 namespace qsvmon::malc_samples {
 
 /// An address in network order from its four octets, as the bytes lie in a record.
@@ -66,7 +66,7 @@ inline std::string bytes_of(const SignatureTable& table) {
   return {reinterpret_cast<const char*>(table.data()), sizeof(SignatureTable)};
 }
 
-/// The pool of a query after a first chunk that brought `table` and some records.
+/// The pool of a query after a first batch that brought `table` and some records.
 inline TidPool pool(const MalcQuery& query, const SignatureTable& table) {
   TidPool result(query);
   const std::string bytes = bytes_of(table);
@@ -100,13 +100,13 @@ inline MalcEvent of_host(std::string_view host, std::uint64_t bitmap) {
   return e;
 }
 
-/// The bytes of `events`, as a later chunk holds them.
+/// The bytes of `events`, as a later batch holds them.
 inline std::string bytes_of(const std::vector<MalcEvent>& events) {
   return {reinterpret_cast<const char*>(events.data()), events.size() * sizeof(MalcEvent)};
 }
 
-/// One chunk with the table and all events.
-inline FakeBatches one_chunk(const SignatureTable& table, const std::vector<MalcEvent>& events) {
+/// One batch with the table and all events.
+inline FakeBatches one_batch(const SignatureTable& table, const std::vector<MalcEvent>& events) {
   FakeBatches batches;
   batches.batch(bytes_of(table) + bytes_of(events), static_cast<std::uint32_t>(events.size()));
   return batches;

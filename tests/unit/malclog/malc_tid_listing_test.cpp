@@ -40,7 +40,7 @@ MalcQuery signatures() {
 }
 
 std::string list(const MalcQuery& query, const std::vector<MalcEvent>& events) {
-  FakeBatches batches = one_chunk(kTable, events);
+  FakeBatches batches = one_batch(kTable, events);
   return listing(query, batches, categories());
 }
 

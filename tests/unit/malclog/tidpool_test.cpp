@@ -132,7 +132,7 @@ TEST(TidPool, SlotsByMode) {
   EXPECT_EQ(tids.category_slots(), bit(3) | bit(4));
 }
 
-TEST(TidPool, AFirstChunkWithoutRecordsLeavesTheTableEmpty) {
+TEST(TidPool, AFirstBatchWithoutRecordsLeavesTheTableEmpty) {
   TidPool tids(query_for(5, 0));
   EXPECT_FALSE(tids.filled());
   EXPECT_TRUE(tids.fill(bytes_of(kTable), false));
@@ -142,7 +142,7 @@ TEST(TidPool, AFirstChunkWithoutRecordsLeavesTheTableEmpty) {
   EXPECT_FALSE(tids.tid_match(bit(0)));
 }
 
-TEST(TidPool, AShortChunkFillsTheSlotsThatItHolds) {
+TEST(TidPool, AShortBatchFillsTheSlotsThatItHolds) {
   const std::string bytes = bytes_of(kTable);
   TidPool tids(query_for(-1, -1));
   EXPECT_TRUE(tids.fill({bytes.data(), 4 * 40 + 2}, true));

@@ -65,7 +65,7 @@ TEST_F(ConfigFile, TheTextEndsAtANul) {
   EXPECT_EQ(lines_of(std::string("mac\0 b\ngroup c\n", 15)), Lines{"group|c"});
 }
 
-TEST_F(ConfigFile, ALongLineIsTakenInPiecesOf1022Characters) {
+TEST_F(ConfigFile, ALongLineIsReadInPiecesOf1022Characters) {
   const std::string fill(1018, 'x');  // with "mac " a full piece
   EXPECT_EQ(lines_of("mac " + fill + "mac y\ngroup z\n"),
             (Lines{"mac|" + fill, "mac|y", "group|z"}));
@@ -77,7 +77,7 @@ TEST_F(ConfigFile, ALongLineIsTakenInPiecesOf1022Characters) {
   EXPECT_EQ(lines_of("mac " + fill.substr(1) + "mac y"), Lines{"mac|" + fill.substr(1) + "m"});
 }
 
-TEST_F(ConfigFile, TakesEveryLineOfALongFile) {
+TEST_F(ConfigFile, ReadsEveryLineOfALongFile) {
   std::string text;
   Lines wanted;
   for (unsigned i = 0; i < 3000; ++i) {  // some 250 KB, with line ends at every offset of a buffer

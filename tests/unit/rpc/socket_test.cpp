@@ -297,7 +297,7 @@ TEST(SocketListen, OnePortMayBeListenedOnTwice) {
 }
 
 #ifdef __linux__
-TEST(SocketListen, LetsAThousandWait) {
+TEST(SocketListen, AThousandConnectionsMayWait) {
   int most = 0;
   std::ifstream("/proc/sys/net/core/somaxconn") >> most;
   std::string text = "127.0.0.1:" + std::to_string(free_port());
@@ -311,7 +311,7 @@ TEST(SocketListen, LetsAThousandWait) {
 #endif
 
 // Whoever closed standard input gets its number for the next descriptor.
-TEST(Sockets, DescriptorZeroIsAGoodOne) {
+TEST(Sockets, DescriptorZeroIsValid) {
   const ScratchFolder folder;
   const std::string path = folder.file("z");
   CapturedOut out;

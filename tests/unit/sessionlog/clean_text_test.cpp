@@ -24,7 +24,7 @@ std::string command(std::string_view text) {
   return out.str();
 }
 
-TEST(CleanText, MailTextsLoseBlanksAndWhatJsonCannotBear) {
+TEST(CleanText, MailTextsLoseBlanksAndCharactersThatBreakJson) {
   EXPECT_EQ(mail(""), "");
   EXPECT_EQ(mail("Bob Smith"), "BobSmith");
   EXPECT_EQ(mail("a\"b\x1b"

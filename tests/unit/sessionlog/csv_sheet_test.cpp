@@ -61,7 +61,7 @@ TEST_F(CsvSheetTest, RowsBeginWithALineEndAndNothingIsEscaped) {
   EXPECT_EQ(read(name), "\nfirst,second\n10.0.0.1,6400,a,\"b\"\n,");
 }
 
-TEST_F(CsvSheetTest, AClosedSheetTakesNothing) {
+TEST_F(CsvSheetTest, AClosedSheetIgnoresCells) {
   CsvSheet sheet;
   csv_text(sheet, "x");
   csv_number(sheet, 1);

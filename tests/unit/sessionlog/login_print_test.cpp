@@ -91,7 +91,7 @@ TEST_F(LoginPrintTest, TelnetMembers) {
             std::string(kJsonHead) + ",\"user\":\"root\",\"cmd\":\"uname -a\"}");
 }
 
-TEST_F(LoginPrintTest, EndsAreLabelled) {
+TEST_F(LoginPrintTest, EndpointsAreLabelled) {
   load_labels();
   for (const std::string& row :
        {json<FtpRow>(ftp(2, "x", "y")), json<TelnetRow>(telnet(1, "x", "y"))}) {

@@ -10,7 +10,7 @@ namespace qsvmon {
 
 /// Makes mail records for tests, element by element.
 ///
-///     MailRecord record = MailBuilder(7).ends().time(100).text(kMailFrom, "a@x.com").record();
+///     MailBuilder(7).endpoints().time(100).text(kMailFrom, "a@x.com").record()
 class MailBuilder {
  public:
   explicit MailBuilder(std::uint32_t key) { record_.key = key; }
@@ -33,7 +33,7 @@ class MailBuilder {
   }
 
   /// 10.0.0.1:1025 to 192.168.1.2:25.
-  MailBuilder& ends() {
+  MailBuilder& endpoints() {
     return element(kMailAddresses,
                    std::string_view("\x0A\0\0\x01\xC0\xA8\x01\x02\x04\x01\0\x19", 12));
   }
@@ -61,7 +61,7 @@ class MailBuilder {
 
 /// A record that has all that is required.
 inline MailBuilder whole_mail(std::uint32_t key = 1) {
-  return MailBuilder(key).ends().time();
+  return MailBuilder(key).endpoints().time();
 }
 
 }  // namespace qsvmon

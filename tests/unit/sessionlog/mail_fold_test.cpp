@@ -34,12 +34,12 @@ TEST(MailFold, AMailNeedsAKeyAddressesAndATime) {
   const MailQuery any;
   EXPECT_TRUE(passes(whole_mail().record(), any));
   EXPECT_FALSE(passes(whole_mail(0).record(), any));
-  EXPECT_FALSE(passes(MailBuilder(1).ends().from("a@x.com").record(), any));
+  EXPECT_FALSE(passes(MailBuilder(1).endpoints().from("a@x.com").record(), any));
   EXPECT_FALSE(passes(MailBuilder(1).time().from("a@x.com").record(), any));
   EXPECT_FALSE(passes(MailBuilder(1).time().element(kMailAddresses, "\1\2\3"sv).record(), any));
 }
 
-TEST(MailFold, EitherEndMayHaveTheAddress) {
+TEST(MailFold, EitherEndpointMayHaveTheAddress) {
   MailQuery query;
   query.ip_net = 0x0100000A;
   EXPECT_TRUE(passes(whole_mail().record(), query));

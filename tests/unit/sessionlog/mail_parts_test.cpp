@@ -28,7 +28,7 @@ TEST(MailParts, EveryElementTypeIsFoundInAnyOrder) {
                                 .mac()
                                 .element(77, "unknown")
                                 .cc("c@x.com")
-                                .ends()
+                                .endpoints()
                                 .to("t@x.com")
                                 .attachment("a.txt")
                                 .time()
@@ -55,7 +55,7 @@ TEST(MailParts, EveryElementTypeIsFoundInAnyOrder) {
   EXPECT_EQ(parts.apid, 0x1234U);
 }
 
-TEST(MailParts, NothingIsThereByItself) {
+TEST(MailParts, WithoutElementsEverythingIsAbsent) {
   MailElements elements(MailBuilder(1).record());
   const MailParts parts = elements.parts();
   for (const std::span<char> text : {parts.from, parts.to, parts.cc, parts.subject}) {
@@ -132,7 +132,7 @@ bool has_to(const MailRecord& record) {
   return is_there(elements.parts().to);
 }
 
-TEST(MailParts, AnElementBeyondTheElementsEndsTheWalk) {
+TEST(MailParts, AnElementBeyondTheElementsIsIgnored) {
   // It claims one byte more than there is; the one before it counts.
   MailRecord record = MailBuilder(1).from("abc").element(kMailTo, 5, "defg").record();
   EXPECT_EQ(from_of(record), "abc");

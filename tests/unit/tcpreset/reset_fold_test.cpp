@@ -71,7 +71,7 @@ TEST(IpFold, APortsPlaceComesFromItsNetworkOrder) {
   EXPECT_EQ(fold[0].slots.value[7], 8080);
 }
 
-TEST(IpFold, OfTenPortsInOnePlaceTheLastStays) {
+TEST(IpFold, TheLastOfTenPortsInOnePlaceIsKept) {
   IpFold fold(IpSide::kDst);
   // Ports below 256 all have raw values of whole multiples of 256.
   for (std::uint16_t port = 100; port < 110; ++port) {
