@@ -50,6 +50,8 @@ bool DictLibrary::load(const char* path, char* error, std::size_t capacity) {
   return true;
 }
 
+// The members are cleared first: dlclose runs the library's own code, and a signal handler that
+// interrupts it must not find the library still loaded.
 void DictLibrary::unload() {
   void* handle = handle_;
   handle_ = nullptr;

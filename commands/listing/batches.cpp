@@ -13,12 +13,13 @@ Status RpcBatches::fetch() {
     request_.syncdesc = 0;
   }
   first_ = false;
+  // The last reply replaced the whole record, so these are set for every batch.
   request_.msgcode = plan_.msgcode;
   request_.data = rpc_shmbuf();
   request_.datalen = plan_.style == WordStyle::kBlankAfter ? *length + 1 : *length;
   if (plan_.clear_result) request_.result = 0;
   set_errtext(request_, plan_.module);
-  bytes_ = {};
+  bytes_ = {};  // the last batch is overwritten by the call, also by one that fails
   if (rpc_call(daemon_path(plan_.daemon), request_) != 0)
     return Status::error(request_errtext(request_));
   bytes_ = rpc_reply_bytes(request_);

@@ -32,7 +32,7 @@ char* write_value(char* at, CleanMailText clean) {
   const char* const limit = at + kCleanBytes;
   for (const char c : up_to_nul(clean.text)) {
     if (at == limit) break;
-    *at = c;
+    *at = c;  // a dropped byte is overwritten by the next: no branch depends on it
     at += kMailCopies[static_cast<unsigned char>(c)];
   }
   return at;

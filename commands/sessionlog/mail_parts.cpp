@@ -84,7 +84,7 @@ MailParts MailElements::parts() {
     std::uint16_t length;
     std::memcpy(&length, rest.data() + 1, sizeof length);
     rest = rest.subspan(kElementHead);
-    if (length > rest.size()) break;
+    if (length > rest.size()) break;  // nothing says where another element would begin
     read_element(type, rest.first(length), parts);
     rest = rest.subspan(length);
   }
