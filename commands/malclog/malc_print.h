@@ -24,19 +24,6 @@ struct MalcNames {
   }
 };
 
-/// How an entry of a row's "list" is written: its members, and the "cname" of a signature that is
-/// listed under its own name.
-enum class MalcEntryForm {
-  kAddress,  ///< cnt, id, name, cname; "NULL"
-  kApp,      ///< cnt, id, name, cname; "(null)"
-  kHost,     ///< cnt, name, mkmode, cname; "NULL"
-};
-
-/// The entries of a row's "list" without its brackets: one for each slot that was counted, a
-/// category once with the count of its first slot.
-void print_malc_entries(Printer& out, const MalcNames& names, const TallyBlocks& blocks,
-                        const Tally& tally, MalcEntryForm form);
-
 /// Print the rows of `order` that lie on the page `range`, without a newline; "count" counts all
 /// rows. Application 0 (not recognised) is neither shown nor counted.
 /// KEEP: rows are counted from 1 and compared with a range counted from 0, so that the first page
