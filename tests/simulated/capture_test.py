@@ -84,10 +84,12 @@ class Capture(unittest.TestCase):
             root = os.path.join(scratch, "root")
             subprocess.run([harness.SIMULATOR, "--root", root, "--data", harness.DATA, "--capture", "here",
                             "--background"], cwd=scratch, check=True, timeout=60)
-            subprocess.run([*harness.CLIENT_COMMAND, "module", "list"], cwd=root, check=True,
-                           stdout=subprocess.DEVNULL, timeout=60)
-            self.assertEqual(len(os.listdir(os.path.join(scratch, "here"))), 4)
-            subprocess.run([harness.SIMULATOR, "--root", root, "--stop"], check=True, timeout=60)
+            try:
+                subprocess.run([*harness.CLIENT_COMMAND, "module", "list"], cwd=root, check=True,
+                               stdout=subprocess.DEVNULL, timeout=60)
+                self.assertEqual(len(os.listdir(os.path.join(scratch, "here"))), 4)
+            finally:
+                subprocess.run([harness.SIMULATOR, "--root", root, "--stop"], check=True, timeout=60)
 
 
 if __name__ == "__main__":
