@@ -1,5 +1,5 @@
 /* A plain C program that makes the same exchange as `qsvmon module stat`: the floor that the
- * instruction count of the whole command is compared with (bench/instructions.sh). */
+ * instruction count of the whole command is compared with (bench/instructions.py). */
 #include <signal.h>
 #include <stdint.h>
 #include <stdio.h>

@@ -78,8 +78,8 @@ class LoginFold {
   }
 
   RecordList& list_;
-  std::uint64_t
-      chosen_[kBlockRecords];  ///< the time inverted in the upper half, the number in the lower
+  /// Of a block: the time inverted in the upper half, the record's number in the lower.
+  std::uint64_t chosen_[kBlockRecords];
 };
 
 }  // namespace qsvmon
