@@ -11,13 +11,16 @@ namespace qsvmon {
 namespace {
 
 constexpr Action forward(MessageCode code) {
-  return {Action::Kind::kForward, code, nullptr};
+  return {.kind = Action::Kind::kForward, .code = code};
 }
 constexpr Action forward_module(MessageCode verb) {
-  return {Action::Kind::kForwardModule, verb, nullptr};
+  return {.kind = Action::Kind::kForwardModule, .code = verb};
+}
+constexpr Action exchange(const Exchange& row) {
+  return {.kind = Action::Kind::kExchange, .exchange = &row};
 }
 constexpr Action handler(Handler function) {
-  return {Action::Kind::kHandler, 0, function};
+  return {.kind = Action::Kind::kHandler, .handler = function};
 }
 
 // Group A: the log daemon.
@@ -25,14 +28,14 @@ constexpr SubcommandEntry kModule[] = {
     {"list", forward(kCodeModuleList), 8},
     {"stat", forward(kCodeModuleStat), 32},
 };
-constexpr SubcommandEntry kQsvLog[] = {{"stat", handler(qsvlog_stat), 32}};
-constexpr SubcommandEntry kQsvQuery[] = {{"stat", handler(qsvquery_stat), 32}};
+constexpr SubcommandEntry kQsvLog[] = {{"stat", exchange(kQsvLogStat), 32}};
+constexpr SubcommandEntry kQsvQuery[] = {{"stat", exchange(kQsvQueryStat), 32}};
 constexpr SubcommandEntry kWorker[] = {
-    {"stat", handler(worker_stat), 2048},
-    {"list", handler(worker_list), 8192},
-    {"add", handler(worker_add), 4096},
+    {"stat", exchange(kWorkerStat), 2048},
+    {"list", exchange(kWorkerList), 8192},
+    {"add", exchange(kWorkerAdd), 4096},
 };
-constexpr SubcommandEntry kDisk[] = {{"stat", handler(disk_stat), 2048}};
+constexpr SubcommandEntry kDisk[] = {{"stat", exchange(kDiskStat), 2048}};
 constexpr SubcommandEntry kAssetsGroup2[] = {
     {"add", forward_module(kVerbAdd), 8},         {"list", forward_module(kVerbList), 2048},
     {"set", forward_module(kVerbSet), 8},         {"stat", forward_module(kVerbStat), 8},
@@ -44,9 +47,9 @@ constexpr SubcommandEntry kAssetsObj2[] = {
     {"remove", forward_module(kVerbRemove), 256},
 };
 constexpr SubcommandEntry kTable[] = {
-    {"get", handler(table_get), 2048},       {"addip", handler(table_addip), 4},
-    {"rmvip", handler(table_rmvip), 4},      {"clear", handler(table_clear), 4},
-    {"getcmp", handler(table_getcmp), 2048}, {"loadfile", forward(kCodeTableLoadFile), 4},
+    {"get", handler(table_get), 2048},        {"addip", exchange(kTableAddIp), 4},
+    {"rmvip", exchange(kTableRemoveIp), 4},   {"clear", exchange(kTableClear), 4},
+    {"getcmp", exchange(kTableGetCmp), 2048}, {"loadfile", forward(kCodeTableLoadFile), 4},
 };
 constexpr ModuleEntry kLogModules[] = {
     {"module", kModule},         {"qsvlog", kQsvLog}, {"qsvquery", kQsvQuery},
@@ -65,9 +68,9 @@ constexpr SubcommandEntry kFtpLog[] = {{"list", handler(ftplog_list), 2048}};
 constexpr SubcommandEntry kTelnetLog[] = {{"list", handler(telnetlog_list), 2048}};
 constexpr SubcommandEntry kMalcLog[] = {{"list", handler(malclog_list), 2048}};
 constexpr SubcommandEntry kQsvIpTable[] = {
-    {"get", handler(qsviptable_get), 2048},       {"addip", handler(qsviptable_addip), 4},
-    {"remove", handler(qsviptable_remove), 4},    {"clear", handler(qsviptable_clear), 4},
-    {"getcmp", handler(qsviptable_getcmp), 2048}, {"loadfile", forward_module(kVerbLoad), 4},
+    {"get", handler(qsviptable_get), 2048},        {"addip", exchange(kQsvIpTableAddIp), 4},
+    {"remove", exchange(kQsvIpTableRemove), 4},    {"clear", exchange(kQsvIpTableClear), 4},
+    {"getcmp", exchange(kQsvIpTableGetCmp), 2048}, {"loadfile", forward_module(kVerbLoad), 4},
 };
 constexpr SubcommandEntry kQsvTable[] = {
     {"add", forward_module(kVerbAdd), 8},         {"list", forward_module(kVerbList), 2048},

@@ -4,6 +4,7 @@
 #include <span>
 #include <string_view>
 
+#include "rpc/exchange.h"
 #include "rpc/wire/daemon.h"
 
 namespace qsvmon {
@@ -16,11 +17,13 @@ struct Action {
   enum class Kind {
     kForward,        ///< sends them with `code`
     kForwardModule,  ///< sends them with `code`, addressed to the row's module
+    kExchange,       ///< runs `exchange`
     kHandler,        ///< calls `handler`
   };
   Kind kind;
-  std::uint32_t code;
-  Handler handler;
+  std::uint32_t code = 0;
+  const Exchange* exchange = nullptr;
+  Handler handler = nullptr;
 };
 
 struct SubcommandEntry {

@@ -1,13 +1,13 @@
 #include "cli/dispatch.h"
 
+#include <algorithm>
 #include <string_view>
 
-#include "cli/command_table.h"
-#include "cli/forward.h"
 #include "cli/signals.h"
 #include "format/printer.h"
 #include "platform/boot_time.h"
 #include "rpc/dict.h"
+#include "rpc/exchange.h"
 #include "rpc/session.h"
 #include "rpc/wire/message_codes.h"
 #include "rpc/words.h"
@@ -20,9 +20,9 @@ constexpr std::uint32_t kMinRowAreaKib = 64;
 constexpr int kFailed = -1;
 constexpr int kInvalidCommand = 1;
 
-// The words after module and sub-command.
-Words words_after(int argc, char** argv) {
-  return words_of(argc - 3, argv + 3);
+// An empty module names none.
+int rpc_forward(Daemon daemon, std::string_view module, Words words, std::uint32_t code) {
+  return run_exchange(standard_out(), {.daemon = daemon, .module = module, .code = code}, words);
 }
 
 int list_modules() {
@@ -55,25 +55,10 @@ int invalid_command(const char* module, const char* subcommand) {
   return kInvalidCommand;
 }
 
-int run_action(const CommandMatch& match, int argc, char** argv) {
-  const Daemon daemon = match.group->daemon;
-  const Action& action = match.row->action;
-  switch (action.kind) {
-    case Action::Kind::kForward:
-      return rpc_forward(daemon, words_after(argc, argv), action.code);
-    case Action::Kind::kForwardModule:
-      return rpc_forward_module(daemon, match.module->name, words_after(argc, argv), action.code);
-    case Action::Kind::kHandler:
-      break;
-  }
-  return action.handler(argc - 3, argv + 3);
-}
-
-int run_row(const CommandMatch& match, int argc, char** argv) {
-  const std::uint32_t kib =
-      match.row->area_kib < kMinRowAreaKib ? kMinRowAreaKib : match.row->area_kib;
-  if (rpc_init(daemon_path(match.group->daemon), std::size_t{kib} << 10) != 0) return kFailed;
-  const int result = run_action(match, argc, argv);
+// The row's action on the words after the sub-command, in a session of its own.
+int run_in_session(const CommandMatch& match, std::uint32_t area_kib, int argc, char** argv) {
+  if (rpc_init(daemon_path(match.group->daemon), std::size_t{area_kib} << 10) != 0) return kFailed;
+  const int result = run_action(match, argc - 3, argv + 3);
   rpc_close(true);
   return result;
 }
@@ -82,28 +67,25 @@ int run_row(const CommandMatch& match, int argc, char** argv) {
 // answer does not show in the exit status; callers count on both.
 int list_key_table(int argc, char** argv) {
   if (rpc_init(daemon_path(Daemon::kLog), kKeyTableAreaBytes) != 0) return kFailed;
-  (void)rpc_forward(Daemon::kLog, words_of(argc - 3, argv), kCodeKeyTableList);
+  (void)rpc_forward(Daemon::kLog, {}, words_of(argc - 3, argv), kCodeKeyTableList);
   rpc_close(true);
   return 0;
 }
 
 // A verb for a module that has no row. KEEP: always the log daemon's, also for modules of the
-// other.
+// other, and with an area of just the size that the verb's row says.
 int run_fallback_verb(int argc, char** argv) {
   const SubcommandEntry* verb = find_fallback_verb(argv[2]);
   if (verb == nullptr) return invalid_command(argv[1], argv[2]);
-  if (rpc_init(daemon_path(Daemon::kLog), std::size_t{verb->area_kib} << 10) != 0) return kFailed;
-  const int result =
-      rpc_forward_module(Daemon::kLog, argv[1], words_after(argc, argv), verb->action.code);
-  rpc_close(true);
-  return result;
+  const ModuleEntry module = {argv[1], {}};
+  return run_in_session({&log_group(), &module, verb}, verb->area_kib, argc, argv);
 }
 
 int run_command(int argc, char** argv) {
   install_signal_handlers();
   (void)dict_startup();
   if (const CommandMatch match = find_command(argv[1], argv[2]); match.row != nullptr) {
-    return run_row(match, argc, argv);
+    return run_in_session(match, std::max(match.row->area_kib, kMinRowAreaKib), argc, argv);
   }
   if (std::string_view(argv[1]) == "keytbl") {
     if (std::string_view(argv[2]) != "list") return invalid_command(argv[1], argv[2]);
@@ -113,6 +95,23 @@ int run_command(int argc, char** argv) {
 }
 
 }  // namespace
+
+int run_action(const CommandMatch& match, int argc, char** argv) {
+  const Daemon daemon = match.group->daemon;
+  const Action& action = match.row->action;
+  const Words words = words_of(argc, argv);
+  switch (action.kind) {
+    case Action::Kind::kForward:
+      return rpc_forward(daemon, {}, words, action.code);
+    case Action::Kind::kForwardModule:
+      return rpc_forward(daemon, match.module->name, words, action.code);
+    case Action::Kind::kExchange:
+      return run_exchange(standard_out(), *action.exchange, words);
+    case Action::Kind::kHandler:
+      break;
+  }
+  return action.handler(argc, argv);
+}
 
 int dispatch(int argc, char** argv) {
   if (argc <= 1) return list_modules();

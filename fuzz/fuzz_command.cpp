@@ -130,7 +130,7 @@ struct Setting {
   ScratchRoot root;
   MutedOut muted;
   CannedDaemon daemon;
-  std::vector<CommandRow> rows = command_rows();
+  std::vector<CommandMatch> rows = command_rows();
 };
 
 }  // namespace

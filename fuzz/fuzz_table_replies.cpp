@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "commands/iptable/address_list.h"
 #include "commands/iptable/asset_objects.h"
+#include "commands/iptable/iptable.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 

@@ -1,25 +1,42 @@
 #pragma once
 
-/// Handlers of the IP table commands and of the asset-object list. Each gets the words after the
-/// sub-command and returns 0, or -1 after printing a usage text or why it failed.
-/// REQUIRES: an open session.
+#include <cstdint>
+#include <span>
+
+#include "format/printer.h"
+#include "rpc/exchange.h"
+
+/// The IP table commands and the asset-object list (asset_objects.h).
 namespace qsvmon {
 
 // Served by the management daemon.
-int qsviptable_get(int argc, char** argv);
-int qsviptable_addip(int argc, char** argv);
-int qsviptable_remove(int argc, char** argv);
-int qsviptable_clear(int argc, char** argv);
-int qsviptable_getcmp(int argc, char** argv);
+extern const Exchange kQsvIpTableAddIp;
+extern const Exchange kQsvIpTableRemove;
+extern const Exchange kQsvIpTableClear;
+extern const Exchange kQsvIpTableGetCmp;
 
 // Served by the log daemon.
+extern const Exchange kTableAddIp;
+extern const Exchange kTableRemoveIp;
+extern const Exchange kTableClear;
+extern const Exchange kTableGetCmp;
+/// Asks whether a table, by its number, matches an address. No command reaches it.
+extern const Exchange kTableMatchTest;
+
+/// Handlers: each gets the words after the sub-command and returns 0, or -1 after printing why it
+/// failed. `get` prints the addresses of the tables that the words name, or the daemon's text.
+/// REQUIRES: an open session.
+int qsviptable_get(int argc, char** argv);
 int table_get(int argc, char** argv);
-int table_addip(int argc, char** argv);
-int table_rmvip(int argc, char** argv);
-int table_clear(int argc, char** argv);
-int table_getcmp(int argc, char** argv);
-/// Asks whether table `argv[0]` matches address `argv[1]`. No command reaches it.
-int table_matchtest(int argc, char** argv);
 int assetsobj2_list(int argc, char** argv);
+
+/// One address of a table's binary reply: host order, the first octet in the high byte.
+struct [[gnu::packed]] TableAddress {
+  std::uint32_t host;
+};
+static_assert(sizeof(TableAddress) == 4 && alignof(TableAddress) == 1);
+
+/// Prints each address in dotted form on a line.
+void print_addresses(Printer& out, std::span<const TableAddress> addresses);
 
 }  // namespace qsvmon

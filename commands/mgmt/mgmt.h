@@ -1,14 +1,32 @@
 #pragma once
 
-/// Handlers of the management commands that the command table reaches. Each gets the words after
-/// the sub-command and returns the command's result (mgmt_command.h). REQUIRES: an open session.
+#include <span>
+#include <string_view>
+
+#include "rpc/exchange.h"
+
+/// Management commands: words that go to the log daemon as they are, addressed to a module, and the
+/// text that it answers with, whatever `replylen` says.
 namespace qsvmon {
 
-int qsvlog_stat(int argc, char** argv);
-int qsvquery_stat(int argc, char** argv);
-int worker_stat(int argc, char** argv);
-int worker_list(int argc, char** argv);
-int worker_add(int argc, char** argv);
-int disk_stat(int argc, char** argv);
+// The commands that the command table reaches.
+extern const Exchange kQsvLogStat;
+extern const Exchange kQsvQueryStat;
+extern const Exchange kWorkerAdd;
+extern const Exchange kWorkerList;
+extern const Exchange kWorkerStat;
+extern const Exchange kDiskStat;
+
+/// A command of a module that the table has no row for.
+struct MgmtCommand {
+  const char* verb;
+  Exchange exchange;
+};
+
+/// Every command that a caller can reach by name alone.
+std::span<const MgmtCommand> unlisted_mgmt_commands();
+
+/// The unlisted command of that module and verb, or null.
+const Exchange* find_mgmt_command(std::string_view module, std::string_view verb);
 
 }  // namespace qsvmon

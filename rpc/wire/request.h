@@ -68,12 +68,13 @@ inline std::string_view request_errtext(const RpcRequest& request) {
 }
 
 /// Writes `text` and a NUL at the start of `errtext`, cut to 127 bytes; later bytes stay as they
-/// are.
-inline void set_errtext(RpcRequest& request, std::string_view text) {
-  const std::size_t n =
-      text.size() < sizeof request.errtext ? text.size() : sizeof request.errtext - 1;
+/// are. Returns false when it was cut.
+inline bool set_errtext(RpcRequest& request, std::string_view text) {
+  const bool fits = text.size() < sizeof request.errtext;
+  const std::size_t n = fits ? text.size() : sizeof request.errtext - 1;
   if (n > 0) std::memcpy(request.errtext, text.data(), n);
   request.errtext[n] = '\0';
+  return fits;
 }
 
 }  // namespace qsvmon

@@ -103,7 +103,7 @@ void change_dictionary(std::uint64_t block) {
 
 /// Runs of commands against one daemon.
 struct Attack {
-  std::vector<hostile::CommandRow> rows;
+  std::vector<CommandMatch> rows;
   std::span<const char* const> always;  ///< one of these words comes with every command
   std::span<const char* const> words;   ///< and some of these
   hostile::Mix mix;
@@ -133,7 +133,8 @@ void withstand(const Attack& attack) {
       for (std::string& text : texts) words.push_back(text.data());
       daemon.begin_command(run);
       const bool block_ends = (run + 1) % kRunsWithOneDictionary == 0;
-      EXPECT_TRUE(run_command(attack.rows[random() % attack.rows.size()], words, block_ends))
+      EXPECT_TRUE(
+          hostile::run_command(attack.rows[random() % attack.rows.size()], words, block_ends))
           << "run " << run;
     }
   }
@@ -157,9 +158,9 @@ TEST(HostileReplies, NoListingIsHurtByAnAreaThatChangesWhileItIsRead) {
   constexpr const char* kReadingWords[] = {
       "type=src", "type=ip",    "filter=1", "sort=flowcnt", "order=asc", "tid=1",    "itlgc_id=3",
       "host=a",   "download=1", "keywd=a",  "json=1",       "apid=7",    "limit=10", "ip=10.0.0.1"};
-  std::vector<hostile::CommandRow> listings = hostile::command_rows();
-  std::erase_if(listings, [](const hostile::CommandRow& row) {
-    return row.entry->action.kind != Action::Kind::kHandler;
+  std::vector<CommandMatch> listings = hostile::command_rows();
+  std::erase_if(listings, [](const CommandMatch& row) {
+    return row.row->action.kind != Action::Kind::kHandler;
   });
   withstand({.rows = listings,
              .always = kListTypes,

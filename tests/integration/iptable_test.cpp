@@ -430,7 +430,8 @@ MatchTestCall match_test(const std::vector<std::string>& given, const Reply& rep
     OpenSession session(appliance, kLogSocketPath, 65536);
     CapturedOut out;
     HandlerWords words(given);
-    call.result = table_matchtest(words.count(), words.words());
+    call.result =
+        run_exchange(standard_out(), kTableMatchTest, words_of(words.count(), words.words()));
     call.out = out.text();
   }
   call.requests = daemon.requests();

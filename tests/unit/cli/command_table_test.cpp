@@ -15,6 +15,8 @@ std::string action_text(const Action& action) {
       return "forward " + std::to_string(action.code);
     case Action::Kind::kForwardModule:
       return "module " + std::to_string(action.code);
+    case Action::Kind::kExchange:
+      return "exchange " + std::to_string(action.exchange->code);
     case Action::Kind::kHandler:
       return action.handler != nullptr ? "handler" : "nothing";
   }
@@ -40,12 +42,12 @@ TEST(CommandTable, HasTheseRowsInThisOrder) {
             "./var/tmp/qsvlog.d\n"
             "module list forward 387 8\n"
             "module stat forward 388 32\n"
-            "qsvlog stat handler 32\n"
-            "qsvquery stat handler 32\n"
-            "worker stat handler 2048\n"
-            "worker list handler 8192\n"
-            "worker add handler 4096\n"
-            "disk stat handler 2048\n"
+            "qsvlog stat exchange 2050 32\n"
+            "qsvquery stat exchange 2050 32\n"
+            "worker stat exchange 2050 2048\n"
+            "worker list exchange 2055 8192\n"
+            "worker add exchange 2051 4096\n"
+            "disk stat exchange 2050 2048\n"
             "assetsgroup2 add module 2051 8\n"
             "assetsgroup2 list module 2055 2048\n"
             "assetsgroup2 set module 2053 8\n"
@@ -57,10 +59,10 @@ TEST(CommandTable, HasTheseRowsInThisOrder) {
             "assetsobj2 stat module 2050 8\n"
             "assetsobj2 remove module 2052 256\n"
             "table get handler 2048\n"
-            "table addip handler 4\n"
-            "table rmvip handler 4\n"
-            "table clear handler 4\n"
-            "table getcmp handler 2048\n"
+            "table addip exchange 121 4\n"
+            "table rmvip exchange 122 4\n"
+            "table clear exchange 125 4\n"
+            "table getcmp exchange 126 2048\n"
             "table loadfile forward 249 4\n"
             "./usr/ramdisk/var/mgmt.d\n"
             "tcpreset listip handler 2048\n"
@@ -71,10 +73,10 @@ TEST(CommandTable, HasTheseRowsInThisOrder) {
             "telnetlog list handler 2048\n"
             "malclog list handler 2048\n"
             "qsviptable get handler 2048\n"
-            "qsviptable addip handler 4\n"
-            "qsviptable remove handler 4\n"
-            "qsviptable clear handler 4\n"
-            "qsviptable getcmp handler 2048\n"
+            "qsviptable addip exchange 2051 4\n"
+            "qsviptable remove exchange 2052 4\n"
+            "qsviptable clear exchange 2052 4\n"
+            "qsviptable getcmp exchange 2054 2048\n"
             "qsviptable loadfile module 2056 4\n"
             "qsvtable add module 2051 8\n"
             "qsvtable list module 2055 2048\n"

@@ -71,9 +71,10 @@ void expect_documented(const std::string& module, const SubcommandEntry& row) {
   const std::string area = " | " + std::to_string(row.area_kib);
   ASSERT_GE(text.size(), area.size()) << command;
   EXPECT_EQ(text.substr(text.size() - area.size()), area) << command;
-  if (row.action.kind != Action::Kind::kHandler) {
-    EXPECT_EQ(text, std::to_string(row.action.code) + area) << command;
-  }
+  if (row.action.kind == Action::Kind::kHandler) return;
+  const Exchange* exchange = row.action.exchange;
+  const std::uint32_t code = exchange != nullptr ? exchange->code : row.action.code;
+  EXPECT_EQ(text, std::to_string(code) + area) << command;
 }
 
 TEST(CommandList, DocumentsCodeAndAreaOfEveryRow) {

@@ -1,4 +1,4 @@
-#include "commands/iptable/iptable_command.h"
+#include "commands/iptable/iptable.h"
 
 #include <gtest/gtest.h>
 
@@ -6,17 +6,13 @@
 #include <string>
 #include <vector>
 
-#include "commands/iptable/address_list.h"
 #include "commands/iptable/asset_objects.h"
-#include "commands/iptable/iptable.h"
 #include "tests/unit/support/captured_out.h"
 
 namespace qsvmon {
 namespace {
 
-using Put = bool (*)(Words, std::span<char>, RpcRequest&);
-
-// The text that `put` writes for `words` into an area of `bytes`, and what it says of it.
+// The text that the command writes for `words` into an area of `bytes`, and what it says of it.
 struct Written {
   bool fits;
   std::string text;
@@ -26,12 +22,12 @@ struct Written {
   bool has_data;
 };
 
-Written write(Put put, std::vector<std::string> words, std::size_t bytes = 4096) {
+Written write(const Exchange& command, std::vector<std::string> words, std::size_t bytes = 4096) {
   std::vector<char*> pointers;
   for (std::string& word : words) pointers.push_back(word.data());
   std::vector<char> area(bytes, '#');
   RpcRequest request{};
-  const bool fits = put(pointers, area, request);
+  const bool fits = command.put_words(pointers, area, request);
   return {fits,
           request.data != nullptr ? std::string(area.data()) : "",
           request.datalen,
@@ -55,7 +51,7 @@ TEST(IpTableText, AddIpTakesBothArgumentForms) {
       {{"", ""}, "tid= ip=", 9},
   };
   for (const Case& c : cases) {
-    const Written w = write(put_table_addip, c.words);
+    const Written w = write(kTableAddIp, c.words);
     EXPECT_TRUE(w.fits);
     EXPECT_EQ(w.text, c.text);
     EXPECT_EQ(w.datalen, c.datalen);
@@ -64,56 +60,56 @@ TEST(IpTableText, AddIpTakesBothArgumentForms) {
 }
 
 TEST(IpTableText, RemoveJoinAndErrtextForms) {
-  Written w = write(put_table_rmvip, {"5", "10.1.1.1"});
+  Written w = write(kTableRemoveIp, {"5", "10.1.1.1"});
   EXPECT_EQ(w.text, "table=5 ip=10.1.1.1");
   EXPECT_EQ(w.datalen, 20u);
-  w = write(put_joined_words, {"tag=a", "tid=5", "x"});
+  w = write(kQsvIpTableAddIp, {"tag=a", "tid=5", "x"});
   EXPECT_EQ(w.text, "tag=a tid=5 x ");
   EXPECT_EQ(w.datalen, 15u);
-  w = write(put_word_in_errtext, {"mytable"});
+  w = write(kTableClear, {"mytable"});
   EXPECT_EQ(w.errtext, "mytable");
   EXPECT_EQ(w.datalen, 0u);
   EXPECT_FALSE(w.has_data);
-  w = write(put_matchtest, {"12x", "10.1.1.1"});
+  w = write(kTableMatchTest, {"12x", "10.1.1.1"});
   EXPECT_EQ(w.argval, 12u);
   EXPECT_EQ(w.errtext, "10.1.1.1");
   EXPECT_FALSE(w.has_data);
 }
 
 TEST(IpTableText, WhatDoesNotFitIsRefusedWhole) {
-  EXPECT_TRUE(write(put_table_addip, {"5", "1.1.1.1"}, 17).fits);  // 16 characters and the NUL
-  EXPECT_FALSE(write(put_table_addip, {"5", "1.1.1.1"}, 16).fits);
-  EXPECT_TRUE(write(put_joined_words, {"abc"}, 5).fits);
-  EXPECT_FALSE(write(put_joined_words, {"abc"}, 4).fits);
-  EXPECT_TRUE(write(put_word_in_errtext, {std::string(127, 'a')}).fits);
-  EXPECT_FALSE(write(put_word_in_errtext, {std::string(128, 'a')}).fits);
-  EXPECT_FALSE(write(put_matchtest, {"1", std::string(128, 'a')}).fits);
+  EXPECT_TRUE(write(kTableAddIp, {"5", "1.1.1.1"}, 17).fits);  // 16 characters and the NUL
+  EXPECT_FALSE(write(kTableAddIp, {"5", "1.1.1.1"}, 16).fits);
+  EXPECT_TRUE(write(kQsvIpTableAddIp, {"abc"}, 5).fits);
+  EXPECT_FALSE(write(kQsvIpTableAddIp, {"abc"}, 4).fits);
+  EXPECT_TRUE(write(kTableClear, {std::string(127, 'a')}).fits);
+  EXPECT_FALSE(write(kTableClear, {std::string(128, 'a')}).fits);
+  EXPECT_FALSE(write(kTableMatchTest, {"1", std::string(128, 'a')}).fits);
 }
 
 TEST(IpTableCommands, AWrongCountOfWordsPrintsTheUsageText) {
   struct Case {
-    int (*handler)(int, char**);
-    std::vector<int> wrong_counts;
+    const Exchange& command;
+    std::vector<std::size_t> wrong_counts;
     const char* usage;
   };
   const Case cases[] = {
-      {qsviptable_addip, {0, 1}, "qsvmon qsviptable|table addip tid=n ip=xxx info=xxxx\n"},
-      {qsviptable_remove, {0, 1, 3}, "qsviptable remove tid=n ip=xxxx\n"},
-      {qsviptable_clear, {0, 2}, "qsvmon qsviptable remove clear=1 table=xxx\n"},
-      {qsviptable_getcmp, {0, 2}, "qsvmon qsviptable get getcmp=1 table=xxx\n"},
-      {table_addip, {0, 1}, "iptbl addip table ip\n"},
-      {table_rmvip, {0, 1, 3}, "iptbl rmvip table ip\n"},
-      {table_clear, {0, 2}, "vexacli iptbl clear tblid|tblname\n"},
-      {table_getcmp, {0, 2}, "vexacli iptbl getcmp tblid|tblname\n"},
-      {table_matchtest, {0, 1, 3}, "vexacli table matchtest tblid ip\n"},
+      {kQsvIpTableAddIp, {0, 1}, "qsvmon qsviptable|table addip tid=n ip=xxx info=xxxx\n"},
+      {kQsvIpTableRemove, {0, 1, 3}, "qsviptable remove tid=n ip=xxxx\n"},
+      {kQsvIpTableClear, {0, 2}, "qsvmon qsviptable remove clear=1 table=xxx\n"},
+      {kQsvIpTableGetCmp, {0, 2}, "qsvmon qsviptable get getcmp=1 table=xxx\n"},
+      {kTableAddIp, {0, 1}, "iptbl addip table ip\n"},
+      {kTableRemoveIp, {0, 1, 3}, "iptbl rmvip table ip\n"},
+      {kTableClear, {0, 2}, "vexacli iptbl clear tblid|tblname\n"},
+      {kTableGetCmp, {0, 2}, "vexacli iptbl getcmp tblid|tblname\n"},
+      {kTableMatchTest, {0, 1, 3}, "vexacli table matchtest tblid ip\n"},
   };
   char word[] = "w";
   char* words[] = {word, word, word};
   for (const Case& c : cases) {
-    for (const int count : c.wrong_counts) {
-      CapturedOut out;
-      EXPECT_EQ(c.handler(count, words), -1);
-      EXPECT_EQ(out.text(), c.usage);
+    for (const std::size_t count : c.wrong_counts) {
+      MemoryPrinter out;
+      EXPECT_EQ(run_exchange(out, c.command, std::span(words, count)), -1);
+      EXPECT_EQ(out.str(), c.usage);
     }
   }
 }
