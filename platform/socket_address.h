@@ -11,6 +11,7 @@ struct SocketAddress {
   sockaddr_storage storage;  ///< zero-filled behind the record
   socklen_t length;          ///< what is passed to `bind` and `connect`
 
+  int family() const { return storage.ss_family; }
   const sockaddr* get() const { return reinterpret_cast<const sockaddr*>(&storage); }
 };
 

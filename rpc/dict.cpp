@@ -1,12 +1,15 @@
 #include "rpc/dict.h"
 
+#include "rpc/dict_library.h"
 #include "rpc/session.h"
-#include "rpc/session_dict.h"
 
 namespace qsvmon {
 namespace {
 
-constexpr char kUndefinedName[] = "undname";
+const char* or_undefined(const char* name) {
+  return name != nullptr ? name : "undname";
+}
+
 // Asks the daemon for the dictionary when none has come yet. A daemon that answers without tables
 // leaves no function table to ask.
 bool dict_ready() {
@@ -22,14 +25,12 @@ const DictEntry* entry_of(std::uint16_t id) {
 
 const char* dict_appname(std::uint16_t id) {
   const DictLibrary& dict = session_dict();
-  const char* name = dict.loaded() ? dict.name(id) : nullptr;
-  return name != nullptr ? name : kUndefinedName;
+  return or_undefined(dict.loaded() ? dict.name(id) : nullptr);
 }
 
 const char* dict_appcname(std::uint16_t id) {
   const DictLibrary& dict = session_dict();
-  const char* name = dict.loaded() ? dict.display_name(id) : nullptr;
-  return name != nullptr ? name : kUndefinedName;
+  return or_undefined(dict.loaded() ? dict.display_name(id) : nullptr);
 }
 
 int dict_appid(const char* name) {

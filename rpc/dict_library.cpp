@@ -5,21 +5,10 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <string_view>
 
 #include "rpc/elf_check.h"
 
 namespace qsvmon {
-namespace {
-
-void set_error(char* error, std::size_t capacity, std::string_view text) {
-  if (capacity == 0) return;
-  const std::size_t n = std::min(text.size(), capacity - 1);
-  std::memcpy(error, text.data(), n);
-  error[n] = '\0';
-}
-
-}  // namespace
 
 bool DictLibrary::load(const char* path, char* error, std::size_t capacity) {
   if (loaded()) return true;
@@ -30,7 +19,7 @@ bool DictLibrary::load(const char* path, char* error, std::size_t capacity) {
   handle_ = ::dlopen(path, RTLD_NOW);
   if (handle_ == nullptr) {
     const char* why = ::dlerror();
-    set_error(error, capacity, why != nullptr ? why : "dlopen");
+    std::snprintf(error, capacity, "%s", why != nullptr ? why : "dlopen");
     return false;
   }
   const auto* table = static_cast<void* const* const*>(::dlsym(handle_, "_axpdict"));
@@ -42,7 +31,7 @@ bool DictLibrary::load(const char* path, char* error, std::size_t capacity) {
                         : groups_ == nullptr  ? "USRAGPS_NOT_FOUND"
                                               : nullptr;
   if (missing != nullptr) {
-    set_error(error, capacity, missing);
+    std::snprintf(error, capacity, "%s", missing);
     unload();
     return false;
   }
@@ -61,58 +50,27 @@ void DictLibrary::unload() {
   if (handle != nullptr) ::dlclose(handle);
 }
 
-void DictLibrary::initialise() {
-  if (auto run = slot<void (*)()>(kInitialise)) run();
-}
-
-const char* DictLibrary::name(std::uint16_t id) const {
-  auto ask = slot<const char* (*)(int)>(kName);
-  return ask != nullptr ? ask(id) : nullptr;
-}
-
-const char* DictLibrary::display_name(std::uint16_t id) const {
-  auto ask = slot<const char* (*)(int)>(kDisplayName);
-  return ask != nullptr ? ask(id) : nullptr;
-}
-
-const std::uint16_t* DictLibrary::id_of(const char* name) const {
-  auto ask = slot<const std::uint16_t* (*)(const char*)>(kIdOf);
-  return ask != nullptr ? ask(name) : nullptr;
-}
-
-const DictEntry* DictLibrary::entry(std::uint16_t id) const {
-  auto ask = slot<const DictEntry* (*)(int)>(kEntry);
-  return ask != nullptr ? ask(id) : nullptr;
-}
-
-std::size_t DictLibrary::count(Slot index) const {
-  auto ask = slot<int (*)()>(index);
-  const int n = ask != nullptr ? ask() : 0;
-  return n > 0 ? static_cast<std::size_t>(n) : 0;
-}
-
-std::size_t DictLibrary::copy_table(std::span<const char> from, DictEntry* to,
-                                    Slot count_slot) const {
-  const std::size_t entries = std::min(count(count_slot), from.size() / sizeof(DictEntry));
+// A count below 0 is none.
+std::span<DictEntry> DictLibrary::copy_table(std::span<const char> from, DictEntry* to,
+                                             Slot count) const {
+  const auto claimed = static_cast<std::size_t>(std::max(call<int>(count), 0));
+  const std::size_t entries = std::min(claimed, from.size() / sizeof(DictEntry));
   if (entries > 0) std::memcpy(to, from.data(), entries * sizeof(DictEntry));
-  return entries;
+  return {to, entries};
 }
 
-void DictLibrary::register_if_used(DictEntry& entry) const {
-  if (!entry.in_use()) return;
-  if (auto take = slot<void (*)(void*)>(kRegister)) take(&entry);
-}
-
-std::size_t DictLibrary::take_tables(std::span<const char> reply) {
-  const std::size_t apps = copy_table(reply, apps_, kAppCount);
-  const std::size_t group_at = apps * sizeof(DictEntry);
-  const std::size_t groups = copy_table(reply.subspan(group_at), groups_, kGroupCount);
-  for (DictEntry& app : std::span(apps_, apps)) register_if_used(app);
-  for (DictEntry& group : std::span(groups_, groups)) {
-    register_if_used(group);
+std::size_t DictLibrary::copy_tables(std::span<const char> reply) {
+  const std::span<DictEntry> apps = copy_table(reply, apps_, kAppCount);
+  const std::span<DictEntry> groups =
+      copy_table(reply.subspan(apps.size_bytes()), groups_, kGroupCount);
+  for (DictEntry& app : apps) {
+    if (app.in_use()) call<void, void*>(kRegister, &app);
+  }
+  for (DictEntry& group : groups) {
+    if (group.in_use()) call<void, void*>(kRegister, &group);
     group.pointer = 0;
   }
-  return group_at + groups * sizeof(DictEntry);
+  return apps.size_bytes() + groups.size_bytes();
 }
 
 }  // namespace qsvmon

@@ -30,16 +30,20 @@ class DictLibrary {
   /// library's word; whole entries beyond the end of `reply` are ignored.
   /// Returns the bytes of `reply` that the tables occupy, at most its size.
   /// REQUIRES: loaded().
-  std::size_t take_tables(std::span<const char> reply);
+  std::size_t copy_tables(std::span<const char> reply);
 
   /// Runs the initialiser (slot 0). REQUIRES: loaded().
-  void initialise();
+  void initialise() const { call<void>(kInitialise); }
 
   /// The library's answers about an application; null when it has none. REQUIRES: loaded().
-  const char* name(std::uint16_t id) const;
-  const char* display_name(std::uint16_t id) const;
-  const std::uint16_t* id_of(const char* name) const;
-  const DictEntry* entry(std::uint16_t id) const;
+  const char* name(std::uint16_t id) const { return call<const char*>(kName, int{id}); }
+  const char* display_name(std::uint16_t id) const {
+    return call<const char*>(kDisplayName, int{id});
+  }
+  const std::uint16_t* id_of(const char* name) const {
+    return call<const std::uint16_t*>(kIdOf, name);
+  }
+  const DictEntry* entry(std::uint16_t id) const { return call<const DictEntry*>(kEntry, int{id}); }
 
  private:
   enum Slot : std::size_t {
@@ -53,13 +57,13 @@ class DictLibrary {
     kRegister = 42,
   };
 
-  template <class Function>
-  Function slot(Slot index) const {
-    return reinterpret_cast<Function>(functions_[index]);
+  /// What the function in the slot returns; null or 0 where the table has none.
+  template <class Result, class... Args>
+  Result call(Slot slot, Args... args) const {
+    const auto function = reinterpret_cast<Result (*)(Args...)>(functions_[slot]);
+    return function != nullptr ? function(args...) : Result();
   }
-  std::size_t count(Slot index) const;
-  std::size_t copy_table(std::span<const char> from, DictEntry* to, Slot count_slot) const;
-  void register_if_used(DictEntry& entry) const;
+  std::span<DictEntry> copy_table(std::span<const char> from, DictEntry* to, Slot count) const;
 
   void* handle_ = nullptr;
   void* const* functions_ = nullptr;

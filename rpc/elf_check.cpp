@@ -117,19 +117,13 @@ constexpr Table kTables[] = {
     {DT_VERDEF, 0},
 };
 
+// The first entry of that tag before the section's end, or the end itself for DT_NULL.
 const Elf64_Dyn* find_entry(std::span<const Elf64_Dyn> entries, Elf64_Sxword tag) {
   for (const Elf64_Dyn& entry : entries) {
-    if (entry.d_tag == DT_NULL) break;
     if (entry.d_tag == tag) return &entry;
+    if (entry.d_tag == DT_NULL) break;
   }
   return nullptr;
-}
-
-bool ends(std::span<const Elf64_Dyn> entries) {
-  for (const Elf64_Dyn& entry : entries) {
-    if (entry.d_tag == DT_NULL) return true;
-  }
-  return false;
 }
 
 const char* dynamic_damage(const File& file, std::span<const Elf64_Phdr> headers,
@@ -139,7 +133,7 @@ const char* dynamic_damage(const File& file, std::span<const Elf64_Phdr> headers
   if (count > kMostEntries) return "the dynamic section is too long";
   const std::span<Elf64_Dyn> entries(room, count);
   if (!file.read(dynamic.p_offset, entries)) return "the dynamic section cannot be read";
-  if (!ends(entries)) return "the dynamic section has no end";
+  if (find_entry(entries, DT_NULL) == nullptr) return "the dynamic section has no end";
   if (find_entry(entries, DT_STRTAB) == nullptr || find_entry(entries, DT_SYMTAB) == nullptr) {
     return "the dynamic section names no symbols";
   }

@@ -13,7 +13,7 @@
 
 #include "format/message.h"
 #include "platform/appliance_paths.h"
-#include "rpc/session_dict.h"
+#include "rpc/dict_library.h"
 #include "rpc/socket.h"
 #include "rpc/wire/message_codes.h"
 #include "rpc/words.h"
@@ -38,33 +38,10 @@ static_assert(std::atomic<int>::is_always_lock_free);
 
 RpcSession session;
 
-// Holds back the signals that tear the session down, so that none falls between the moment when the
-// kernel made the segment and the moment when its identifier is known.
-class TeardownSignalsHeld {
- public:
-  TeardownSignalsHeld() {
-    sigset_t held;
-    sigfillset(&held);
-    sigprocmask(SIG_BLOCK, &held, &saved_);
-  }
-  ~TeardownSignalsHeld() { sigprocmask(SIG_SETMASK, &saved_, nullptr); }
-  TeardownSignalsHeld(const TeardownSignalsHeld&) = delete;
-  TeardownSignalsHeld& operator=(const TeardownSignalsHeld&) = delete;
-
- private:
-  sigset_t saved_;
-};
-
-void copy_path(char (&to)[kPathBytes], const char* path) {
-  const std::size_t length = ::strnlen(path, kPathBytes - 1);
-  std::memcpy(to, path, length);
-  to[length] = '\0';
-}
-
 // Parsing an address changes its text, so the caller's path is copied first.
 int connect_to(const char* path) {
   char text[kPathBytes];
-  copy_path(text, path);
+  std::snprintf(text, sizeof text, "%s", path);
   return socket_connect(text);
 }
 
@@ -78,43 +55,44 @@ int init_failed(const char* what) {
   return -1;
 }
 
+// Signals are held back meanwhile, so that none whose handler removes the segment falls between the
+// moment when the kernel made it and the moment when its identifier is known.
 bool create_segment(std::size_t bytes) {
-  const TeardownSignalsHeld held;
-  const int id = ::shmget(IPC_PRIVATE, bytes, IPC_CREAT | 0600);
-  if (id >= 0) session.segment = id;
-  return id >= 0;
+  sigset_t all;
+  sigset_t before;
+  sigfillset(&all);
+  sigprocmask(SIG_BLOCK, &all, &before);
+  session.segment = ::shmget(IPC_PRIVATE, bytes, IPC_CREAT | 0600);
+  sigprocmask(SIG_SETMASK, &before, nullptr);
+  return session.segment >= 0;
 }
 
-void transport_failed(RpcRequest& request, char direction) {
+bool transport_failed(RpcRequest& request, char direction) {
   const int error = errno;
   request.status = kRpcTransportFailed;
   std::snprintf(request.errtext, sizeof request.errtext, "%c_%s_%d", direction,
                 std::strerror(error), error);
+  return false;
 }
 
 // The bytes that an earlier failure in this process left in errno say nothing about this exchange.
 bool exchange_record(RpcRequest& request) {
   errno = 0;
-  if (send_all(session.socket, &request, sizeof request) != 0) {
-    transport_failed(request, 's');
-    return false;
-  }
+  if (send_all(session.socket, &request, sizeof request) != 0)
+    return transport_failed(request, 's');
   // KEEP: into the same record, so that an answer that stops part of the way leaves what came of
   // it; a command that goes on after a failed call returns the `result` that it got.
-  if (receive_all(session.socket, &request, sizeof request) != 0) {
-    transport_failed(request, 'r');
-    return false;
-  }
-  return true;
+  return receive_all(session.socket, &request, sizeof request) == 0 ||
+         transport_failed(request, 'r');
 }
 
-bool take_dictionary(RpcRequest& request) {
+bool receive_dictionary(RpcRequest& request) {
   if (!session.dict.load(kDictLibraryPath, request.errtext, sizeof request.errtext)) {
     request.status = kRpcDictFailed;
     return false;
   }
   session.dict_received = true;
-  request.reply += session.dict.take_tables(rpc_area());
+  request.reply += session.dict.copy_tables(rpc_area());
   return true;
 }
 
@@ -138,7 +116,7 @@ int rpc_init(const char* path, std::size_t bytes) {
   if (area == reinterpret_cast<void*>(-1)) return init_failed("shmat");
   session.area = static_cast<char*>(area);
   session.area_bytes = bytes;
-  copy_path(session.path, path);
+  std::snprintf(session.path, sizeof session.path, "%s", path);
   return 0;
 }
 
@@ -167,7 +145,8 @@ int rpc_call(const char* path, RpcRequest& request) {
   if (exchange_record(request)) {
     request.reply = session.area;
     // KEEP: a dictionary failure leaves the connection open; the next call or the close ends it.
-    if (request.status == kRpcOk && request.syncdesc != 0 && !take_dictionary(request)) return -1;
+    if (request.status == kRpcOk && request.syncdesc != 0 && !receive_dictionary(request))
+      return -1;
   }
   close_socket();
   return static_cast<int>(request.status);

@@ -13,6 +13,8 @@
 /// call. Not thread-safe; `rpc_close_from_signal` alone may interrupt the others.
 namespace qsvmon {
 
+class DictLibrary;
+
 /// The socket of a daemon.
 const char* daemon_path(Daemon daemon);
 
@@ -67,6 +69,9 @@ int rpc_fetch_dictionary();
 
 /// True once dictionary tables were received, until they are unloaded.
 bool rpc_dict_loaded();
+
+/// The session's dictionary library; the look-ups of rpc/dict.h ask it.
+DictLibrary& session_dict();
 
 /// The bytes from `request.reply` to the end of the area; empty when `reply` is not in the area.
 /// Valid until the next call.

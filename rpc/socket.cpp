@@ -20,7 +20,7 @@
 namespace qsvmon {
 namespace {
 
-constexpr std::size_t kPieceBytes = 1400;
+constexpr std::size_t kChunkBytes = 1400;
 constexpr int kWaitMs = 1000;
 constexpr int kBacklog = 1024;
 constexpr std::string_view kUdpPrefix = "udp:";
@@ -38,14 +38,9 @@ class Wait {
   Wait& operator=(const Wait&) = delete;
 };
 
-struct ParsedAddress {
-  int family;
-  SocketAddress record;
-};
-
 // The "host:port" form. The host was checked in the dotted syntax; the address itself is the C
-// library's reading of it, which takes a leading zero for octal.
-bool parse_host_port(char* text, char* colon, ParsedAddress& out) {
+// library's reading of it, to which a leading zero means octal.
+bool parse_host_port(char* text, char* colon, SocketAddress& out) {
   *colon = '\0';
   const int port = parse_atoi(colon + 1);
   if (port < 1 || port > 65535) return false;
@@ -55,17 +50,13 @@ bool parse_host_port(char* text, char* colon, ParsedAddress& out) {
   }
   in_addr addr{};
   if (::inet_aton(text, &addr) == 0) addr.s_addr = 0;
-  out.family = AF_INET;
-  make_ipv4_address(addr.s_addr, static_cast<std::uint16_t>(port), out.record);
+  make_ipv4_address(addr.s_addr, static_cast<std::uint16_t>(port), out);
   return true;
 }
 
-bool parse_address(char* text, ParsedAddress& out) {
-  if (char* colon = std::strchr(text, ':'); colon != nullptr) {
-    return parse_host_port(text, colon, out);
-  }
-  out.family = AF_UNIX;
-  return make_unix_address(text, out.record);
+bool parse_address(char* text, SocketAddress& out) {
+  char* colon = std::strchr(text, ':');
+  return colon != nullptr ? parse_host_port(text, colon, out) : make_unix_address(text, out);
 }
 
 bool skip_udp(char*& text) {
@@ -76,6 +67,12 @@ bool skip_udp(char*& text) {
 
 const char* error_text() {
   return std::strerror(errno);
+}
+
+template <class... Parts>
+int failed(const Parts&... parts) {
+  put_message(parts...);
+  return -1;
 }
 
 // Closes `fd` without disturbing the errno of the call that failed; returns -1.
@@ -102,9 +99,9 @@ int connect_address(int fd, const SocketAddress& address) {
   return ::connect(fd, address.get(), address.length);
 }
 
-bool bind_ipv4(int fd, const SocketAddress& address) {
+bool bind_address(int fd, const SocketAddress& address) {
   const int on = 1;
-  ::setsockopt(fd, SOL_SOCKET, SO_REUSEPORT, &on, sizeof on);
+  if (address.family() == AF_INET) ::setsockopt(fd, SOL_SOCKET, SO_REUSEPORT, &on, sizeof on);
   return ::bind(fd, address.get(), address.length) == 0;
 }
 
@@ -112,39 +109,25 @@ bool bind_ipv4(int fd, const SocketAddress& address) {
 
 int socket_connect(char* text) {
   skip_udp(text);
-  ParsedAddress address;
-  if (!parse_address(text, address)) {
-    put_message("socket_connect: invalid path\n");
-    return -1;
-  }
-  const int fd = ::socket(address.family, SOCK_STREAM, 0);
-  if (fd < 0) {
-    put_message("socket_connect: socket fail with ", error_text(), '\n');
-    return -1;
-  }
-  return connect_address(fd, address.record) == 0 ? fd : close_failed(fd);
+  SocketAddress address;
+  if (!parse_address(text, address)) return failed("socket_connect: invalid path\n");
+  const int fd = ::socket(address.family(), SOCK_STREAM, 0);
+  if (fd < 0) return failed("socket_connect: socket fail with ", error_text(), '\n');
+  return connect_address(fd, address) == 0 ? fd : close_failed(fd);
 }
 
 int socket_listen(char* text) {
   const char* whole = text;
   const int type = skip_udp(text) ? SOCK_DGRAM : SOCK_STREAM;
-  ParsedAddress address;
-  if (!parse_address(text, address)) {
-    put_message("socket_listen: invalid path\n");
-    return -1;
-  }
-  const int fd = ::socket(address.family, type, 0);
+  SocketAddress address;
+  if (!parse_address(text, address)) return failed("socket_listen: invalid path\n");
+  const int fd = ::socket(address.family(), type, 0);
   if (fd < 0) {
-    put_message("socket_listen: socket fail with ", error_text(), ", path=", whole, '\n');
-    return -1;
+    return failed("socket_listen: socket fail with ", error_text(), ", path=", whole, '\n');
   }
-  if (address.family == AF_UNIX) {
-    ::unlink(text);
-    if (::bind(fd, address.record.get(), address.record.length) != 0) {
-      return bind_failed(fd, "bind unix fail ");
-    }
-  } else if (!bind_ipv4(fd, address.record)) {
-    return bind_failed(fd, "bind tcp fail ");
+  if (address.family() == AF_UNIX) ::unlink(text);
+  if (!bind_address(fd, address)) {
+    return bind_failed(fd, address.family() == AF_UNIX ? "bind unix fail " : "bind tcp fail ");
   }
   if (type == SOCK_STREAM && ::listen(fd, kBacklog) != 0) return bind_failed(fd, "listen fail ");
   return set_nonblocking(fd);
@@ -152,14 +135,11 @@ int socket_listen(char* text) {
 
 int udp_listen(std::uint16_t port) {
   const int fd = ::socket(AF_INET, SOCK_DGRAM, 0);
-  if (fd < 0) {
-    put_message("udp_listen: socket fail with ", error_text(), '\n');
-    return -1;
-  }
+  if (fd < 0) return failed("udp_listen: socket fail with ", error_text(), '\n');
   SocketAddress address;
   make_ipv4_address(INADDR_ANY, port, address);
   // KEEP: the same text as for TCP; log readers look for it.
-  if (!bind_ipv4(fd, address)) return bind_failed(fd, "bind tcp fail ");
+  if (!bind_address(fd, address)) return bind_failed(fd, "bind tcp fail ");
   return set_nonblocking(fd);
 }
 
@@ -185,7 +165,7 @@ int send_all(int fd, const void* bytes, std::size_t length) {
   const Wait wait;
   const char* at = static_cast<const char*>(bytes);
   while (length > 0) {
-    const ssize_t n = ::send(fd, at, length < kPieceBytes ? length : kPieceBytes, 0);
+    const ssize_t n = ::send(fd, at, length < kChunkBytes ? length : kChunkBytes, 0);
     if (n < 1) return -1;
     at += n;
     length -= static_cast<std::size_t>(n);
@@ -199,7 +179,7 @@ int receive_all(int fd, void* bytes, std::size_t length) {
   std::size_t timeouts = length / 8192 + 2;
   while (length > 0) {
     if (!wait_readable(fd, kWaitMs) && --timeouts == 0) return -1;
-    const ssize_t n = ::recv(fd, at, length < kPieceBytes ? length : kPieceBytes, 0);
+    const ssize_t n = ::recv(fd, at, length < kChunkBytes ? length : kChunkBytes, 0);
     if (n < 1) return -1;
     at += n;
     length -= static_cast<std::size_t>(n);

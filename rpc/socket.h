@@ -4,7 +4,7 @@
 #include <cstdint>
 
 /// A small socket library for the client and for daemons: one address syntax, connect, listen,
-/// accept with a time-out, and loops that move a buffer of known length in pieces.
+/// accept with a time-out, and loops that move a buffer of known length in chunks.
 ///
 /// Address text: an optional "udp:", then a UNIX-domain path (no ':'; the empty text is one, which
 /// no socket has) or "host:port" with an IPv4 host in dotted form (the classic short forms
@@ -48,12 +48,12 @@ bool socket_is_waiting();
 /// out.
 bool wait_readable(int fd, int timeout_ms);
 
-/// Sends all of the buffer in pieces of at most 1400 bytes. Returns 0, or -1 when a send moves
+/// Sends all of the buffer in chunks of at most 1400 bytes. Returns 0, or -1 when a send moves
 /// nothing.
 int send_all(int fd, const void* bytes, std::size_t length);
 
-/// Receives exactly `length` bytes in pieces of at most 1400. Waits up to one second before each
-/// piece; length / 8192 + 2 waits may run out, the last of which fails. After a forgiven one the
+/// Receives exactly `length` bytes in chunks of at most 1400. Waits up to one second before each
+/// chunk; length / 8192 + 2 waits may run out, the last of which fails. After a forgiven one the
 /// read blocks, so that a daemon that answers late is heard. Returns 0, or -1 when time ran out,
 /// the peer closed, or a read failed.
 int receive_all(int fd, void* bytes, std::size_t length);

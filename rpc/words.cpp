@@ -6,17 +6,17 @@
 
 namespace qsvmon {
 
-ArgumentText& ArgumentText::add(std::string_view piece) {
-  fits_ = fits_ && argument_fits(used_ + piece.size() + 1, area_);
-  if (fits_ && !piece.empty()) {
-    std::memcpy(area_.data() + used_, piece.data(), piece.size());
-    used_ += piece.size();
+ArgumentText& ArgumentText::add(std::string_view part) {
+  fits_ = fits_ && argument_fits(used_ + part.size() + 1, area_);
+  if (fits_ && !part.empty()) {
+    std::memcpy(area_.data() + used_, part.data(), part.size());
+    used_ += part.size();
   }
   return *this;
 }
 
 std::optional<std::uint32_t> ArgumentText::finish() {
-  add({});  // room for the NUL of a text without pieces
+  add({});  // room for the NUL of a text without parts
   if (!fits_) return std::nullopt;
   area_[used_] = '\0';
   return static_cast<std::uint32_t>(used_);

@@ -26,12 +26,12 @@ inline Status argument_too_long() {
   return Status::error("argument text too long");
 }
 
-/// Argument text at the start of the area, built from pieces.
+/// Argument text at the start of the area, built from parts.
 class ArgumentText {
  public:
   explicit ArgumentText(std::span<char> area) : area_(area) {}
 
-  ArgumentText& add(std::string_view piece);
+  ArgumentText& add(std::string_view part);
   /// Ends the text with a NUL. Returns its length without it, or nothing when text and NUL do not
   /// fit the area (whose content is then unspecified).
   std::optional<std::uint32_t> finish();

@@ -140,7 +140,7 @@ class Messages(unittest.TestCase):
     UNREACHED = ("socket_listen: ", "udp_listen: ", "bind ", "listen fail ", "usage:", "socket_accept: ",
                  "vexacli table matchtest", "shminit fail", "rpc_syncdesc: ", "dlopen")
     # What a call prints begins with its first literal.
-    PRINTS = (r"(?:Status::error|put_message|standard_out\(\)\.(?:put|text)|std::perror|bind_failed|missing ="
+    PRINTS = (r"(?:Status::error|put_message|standard_out\(\)\.(?:put|text)|std::perror|\b(?:bind_)?failed\(|missing ="
               r"|snprintf\([a-z.]*errtext, sizeof [a-z.]*errtext,)")
     LITERAL = r'"((?:[^"\\\n]|\\.)*)"'
 
