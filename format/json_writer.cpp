@@ -15,6 +15,15 @@ const char* text_or_empty(const char* text) {
   return text == nullptr ? "" : text;
 }
 
+// A member whose value `write` puts between quotes.
+template <class Write>
+void json_quoted(OutputSink& sink, const char* key, Write write) {
+  json_key(sink, key);
+  out_printf(sink, "\"");
+  write();
+  out_printf(sink, "\"");
+}
+
 }  // namespace
 
 void json_key(OutputSink& sink, const char* key) {
@@ -63,10 +72,7 @@ void json_strf(OutputSink& sink, const char* key, const char* format, ...) {
 }
 
 void json_ip(OutputSink& sink, const char* key, std::uint32_t host) {
-  json_key(sink, key);
-  out_printf(sink, "\"");
-  out_ip(sink, nullptr, host);
-  out_printf(sink, "\"");
+  json_quoted(sink, key, [&] { out_ip(sink, nullptr, host); });
 }
 
 void json_ip_net(OutputSink& sink, const char* key, std::uint32_t net) {
@@ -80,36 +86,25 @@ void json_ip6(OutputSink& sink, const char* key, const std::uint8_t* address16) 
 }
 
 void json_iprange(OutputSink& sink, const char* key, std::uint32_t low, std::uint32_t high) {
-  json_key(sink, key);
-  if (low == 0 && high == 0xffffffff) {
-    out_printf(sink, "\"any\"");
-    return;
-  }
-  out_printf(sink, "\"");
-  out_ip(sink, nullptr, low);
-  if (high != 32 && high != low) {
+  if (low == 0 && high == 0xffffffff) return json_str(sink, key, "any");
+  json_quoted(sink, key, [&] {
+    out_ip(sink, nullptr, low);
+    if (high == 32 || high == low) return;
     if (high < 32 && high < low) {
       out_printf(sink, "/%u", high);
     } else {
       out_printf(sink, "-");
       out_ip(sink, nullptr, high);
     }
-  }
-  out_printf(sink, "\"");
+  });
 }
 
 void json_mac(OutputSink& sink, const char* key, const std::uint8_t* mac6) {
-  json_key(sink, key);
-  out_printf(sink, "\"");
-  out_mac(sink, nullptr, mac6);
-  out_printf(sink, "\"");
+  json_quoted(sink, key, [&] { out_mac(sink, nullptr, mac6); });
 }
 
 void json_time(OutputSink& sink, const char* key, std::uint32_t seconds) {
-  json_key(sink, key);
-  out_printf(sink, "\"");
-  out_time(sink, nullptr, seconds);
-  out_printf(sink, "\"");
+  json_quoted(sink, key, [&] { out_time(sink, nullptr, seconds); });
 }
 
 void json_date(OutputSink& sink, const char* key, std::uint32_t seconds) {

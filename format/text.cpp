@@ -1,7 +1,9 @@
 #include "format/text.h"
 
+#include <cstdarg>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 
 namespace qsvmon {
@@ -95,6 +97,22 @@ int copy_len_in(const char* text, int min, int max, char* dst) {
   if (length < min || length > max) return 0;
   if (dst != nullptr) std::memcpy(dst, text, static_cast<std::size_t>(length) + 1);
   return 1;
+}
+
+int field32_printf(char* dst, const char* format, ...) {
+  std::memset(dst, 0, kField32Bytes);
+  std::va_list args;
+  va_start(args, format);
+  const int length = std::vsnprintf(dst, kField32Bytes, format, args);
+  va_end(args);
+  constexpr int kMaxText = static_cast<int>(kField32Bytes) - 1;
+  if (length < 0) return 0;
+  return length < kMaxText ? length : kMaxText;
+}
+
+void field32_copy(char* dst, const char* src) {
+  std::memset(dst, 0, kField32Bytes);
+  if (src != nullptr) std::memcpy(dst, src, ::strnlen(src, kField32Bytes));
 }
 
 }  // namespace qsvmon

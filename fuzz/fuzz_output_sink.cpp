@@ -7,9 +7,9 @@
 #include <memory>
 #include <string>
 
-#include "format/fixed_field.h"
 #include "format/json_writer.h"
 #include "format/output_sink.h"
+#include "format/text.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
-#include "format/fixed_field.h"
-
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <string>
+
+#include "format/text.h"
 
 namespace qsvmon {
 namespace {
