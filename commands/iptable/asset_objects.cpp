@@ -1,22 +1,13 @@
 #include "commands/iptable/asset_objects.h"
 
 #include <cstdlib>
-#include <memory>
 
 #include "commands/listing/batches.h"
 #include "format/number.h"
 #include "format/text.h"
 
 namespace qsvmon {
-namespace {
-
 constexpr std::size_t kWorkAreaBytes = 4096 * sizeof(AssetObjectRecord);
-
-struct Free {
-  void operator()(void* memory) const { std::free(memory); }
-};
-
-}  // namespace
 
 Status parse_asset_query(Words words, AssetQuery& query) {
   for (const char* word : words) {
@@ -38,9 +29,11 @@ void print_asset_objects(Printer& out, std::span<const AssetObjectRecord> object
 int list_asset_objects(Words words, AllocateWorkArea allocate) {
   AssetQuery query;
   if (Status s = parse_asset_query(words, query); !s.ok()) return fail(s);
-  // A list that could not hold its largest page says so before anything is asked.
-  const std::unique_ptr<void, Free> work_area(allocate(kWorkAreaBytes));
+  // KEEP: a list that could not hold its largest page says so before anything is asked; nothing is
+  // stored, since each batch is printed as it comes.
+  void* const work_area = allocate(kWorkAreaBytes);
   if (work_area == nullptr) return fail(Status::error("CMPBASE_MALLOC_ERROR"));
+  std::free(work_area);
   RpcBatches batches(
       {.module = "assetsobj", .daemon = Daemon::kLog, .style = WordStyle::kBlankAfter}, words);
   while (!batches.done()) {
