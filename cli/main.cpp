@@ -4,6 +4,13 @@
 #include "cli/dispatch.h"
 #include "format/printer.h"
 
+// What what(1) and strings(1) find in the program; nothing prints it, and the linker is told to
+// keep it.
+extern "C" {
+extern const char qsvmon_version[];
+const char qsvmon_version[] = "@(#)qsvmon " QSVMON_VERSION;
+}
+
 namespace {
 
 // The program may have been started with descriptors 0 to 2 closed. The daemon's socket would then
