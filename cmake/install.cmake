@@ -72,10 +72,10 @@ Asks the resident daemons of the appliance for their listings, tables and
 state and prints the answer as JSON, CSV or text for operators, scripts and
 the appliance's web pages.")
 set(CPACK_COMPONENT_SIM_DESCRIPTION "simulated appliance for users of qsvmon's output
-Plays both daemons that qsvmon asks below a folder of its own, from sample
-data, from data that a page or script must survive, or from any number of
-generated records, and misbehaves on demand. With it come the client that
-talks to it, the schemas of the output and TypeScript types.")
+Stands in for both daemons that qsvmon asks, in a folder of its own, with
+sample data, with data that is hostile to pages and scripts, or with any
+number of generated records, and answers wrongly on demand. With it come the
+client that talks to it, the schemas of the output and TypeScript types.")
 set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/packaging/debian/finish.cmake)
 set(CPACK_QSVMON_SOURCE ${PROJECT_SOURCE_DIR})
 if(CMAKE_SYSTEM_NAME STREQUAL "FreeBSD")

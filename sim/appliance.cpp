@@ -32,7 +32,7 @@ AssetObjectRecord asset_record(const Item& item) {
   return record;
 }
 
-// A listing's text in batches: bytes instead of records.
+// A text in batches: its records are its bytes.
 RecordSource text_source(std::string text) {
   return stored_records(std::vector<char>(text.begin(), text.end()));
 }
@@ -174,10 +174,10 @@ bool Appliance::route_mgmt_module(Call& call) {
   }
   if (call.target == "qsviptable") return route_ip_table(call), true;
   if (call.target != "qsvtable") return false;
-  // The tables themselves: what is added is a table, and its addresses go when it is removed.
+  // The items of this module are the tables: removing one removes its addresses.
   if (call.request.msgcode == kVerbGet) return get_table(call), true;
   modules_.answer(call);
-  mgmt_tables_.keep_only(modules_.state(Daemon::kMgmt, "qsvtable").items());
+  mgmt_tables_.set_tables(modules_.state(Daemon::kMgmt, "qsvtable").items());
   return true;
 }
 
@@ -231,7 +231,8 @@ void Appliance::list_assets(Call& call) {
   });
 }
 
-// "module list": the modules that have commands; "module stat": with how often each was asked.
+// "module list": the modules that have commands; "module stat": with the number of requests to
+// each.
 void Appliance::show_modules(Call& call) {
   begin_text(call);
   for (const char* module : kModules) {

@@ -14,11 +14,11 @@
 
 namespace qsvmon::sim {
 
-/// The two daemons behind the sockets: takes one request at a time and answers it from its data
-/// files and its memory.
+/// Both daemons behind the sockets: answers one request at a time, from the data files and from
+/// what earlier requests stored.
 class Appliance {
  public:
-  /// Reads the data files and what `conf_folder` says of assets. `batch` bounds the records of a
+  /// Reads the data files and the assets of `conf_folder`. `batch` bounds the records of a
   /// batch (0: only the area does). Throws std::runtime_error when a file cannot be used.
   Appliance(const DataOptions& options, const std::string& conf_folder, std::size_t batch);
 
@@ -50,7 +50,7 @@ class Appliance {
   Workers workers_;
   std::string data_folder_;
   std::uint32_t started_at_;
-  std::map<std::string, unsigned long> requests_;  ///< how many each module was asked
+  std::map<std::string, unsigned long> requests_;  ///< number of requests by module
 };
 
 }  // namespace qsvmon::sim

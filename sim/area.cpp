@@ -30,7 +30,7 @@ ClientArea::~ClientArea() {
   if (data_ != nullptr) ::shmdt(data_);
 }
 
-bool client_lives(const ClientKey& client) {
+bool segment_exists(const ClientKey& client) {
   shmid_ds info{};
   if (!stat_segment(client.shmid, info)) return false;
   const ClientKey now = key_of(client.shmid, info);

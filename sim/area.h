@@ -8,19 +8,20 @@
 
 namespace qsvmon::sim {
 
-/// Tells one client run from another: a segment's number may come back, its maker and its time of
-/// making do not come back with it.
+/// Identifies one run of a client. A segment's number may be used again, but not with the same
+/// creator and time of creation.
 struct ClientKey {
   int shmid = -1;
-  int maker_pid = 0;
-  std::time_t made_at = 0;
+  int creator_pid = 0;
+  std::time_t created_at = 0;
   friend bool operator<(const ClientKey& a, const ClientKey& b) {
-    return std::tie(a.shmid, a.maker_pid, a.made_at) < std::tie(b.shmid, b.maker_pid, b.made_at);
+    return std::tie(a.shmid, a.creator_pid, a.created_at) <
+           std::tie(b.shmid, b.creator_pid, b.created_at);
   }
 };
 
-/// A client's shared segment, attached as long as the object lives. Its size is the kernel's word,
-/// never the request's.
+/// A client's shared segment, attached as long as the object lives. Its size is what the
+/// kernel says, never what the request says.
 class ClientArea {
  public:
   explicit ClientArea(int shmid);
@@ -39,6 +40,6 @@ class ClientArea {
 };
 
 /// True while the client's segment exists.
-bool client_lives(const ClientKey& client);
+bool segment_exists(const ClientKey& client);
 
 }  // namespace qsvmon::sim

@@ -24,19 +24,19 @@ std::string word_value(const Words& words, std::string_view key);
 /// The value of an unsigned number word, or `absent`.
 unsigned long word_number(const Words& words, std::string_view key, unsigned long absent);
 
-/// One request on its way through the appliance. What is asked is copied out of the area first,
+/// One request and its answer in the making. The request's text is copied out of the area first,
 /// since the answer is written over it.
 struct Call {
   Daemon daemon;
-  RpcRequest& request;   ///< the record that goes back
+  RpcRequest& request;   ///< the record that is sent back
   std::string target;    ///< the module or argument in `errtext`
   std::string text;      ///< the argument text
   Words words;           ///< its words
   std::span<char> body;  ///< where the reply goes: the area behind dictionary tables
   ClientKey client;
-  std::string out;  ///< the text reply as it is made, see begin_text
+  std::string out;  ///< the text reply so far, see begin_text
 
-  /// Makes the record refuse with `status` 22 and `why`.
+  /// Refuses the request: `status` 22, `why` as the error text.
   void fail(const char* why);
   bool failed() const { return request.status != 0; }
 };

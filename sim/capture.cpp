@@ -20,7 +20,7 @@ std::span<const char> bytes_of(const RpcRequest& record) {
 Capture::Capture(const std::string& folder) {
   if (folder.empty()) return;
   std::filesystem::create_directories(folder);
-  folder_ = std::filesystem::absolute(folder).string();  // the working directory moves
+  folder_ = std::filesystem::absolute(folder).string();  // the working directory changes later
 }
 
 void Capture::before(const RpcRequest& request) {

@@ -9,12 +9,12 @@
 namespace qsvmon::sim {
 namespace {
 
-// What some programs put in front of UTF-8: the byte-order mark.
+// The byte-order mark, which some programs put in front of UTF-8.
 constexpr std::string_view kMark = "\xef\xbb\xbf";
 
 // Reads the cells of one row from `text` at `at`, which moves behind the row's line end. `quoted`
 // is set when the text ends within quotes.
-std::vector<std::string> take_row(const std::string& text, std::size_t& at, std::size_t& line,
+std::vector<std::string> read_row(const std::string& text, std::size_t& at, std::size_t& line,
                                   bool& quoted) {
   std::vector<std::string> cells(1);
   quoted = false;
@@ -62,13 +62,13 @@ CsvTable CsvTable::read(const std::string& path) {
   std::size_t line = 1;
   for (std::size_t at = text.rfind(kMark, 0) == 0 ? kMark.size() : 0; at < text.size();) {
     const std::size_t row_line = line;
-    if (text[at] == '#') {  // quotes mean nothing there
+    if (text[at] == '#') {  // quotes have no meaning in a comment
       at = std::min(text.find('\n', at), text.size() - 1) + 1;
       ++line;
       continue;
     }
     bool quoted = false;
-    Row row{&table, row_line, take_row(text, at, line, quoted)};
+    Row row{&table, row_line, read_row(text, at, line, quoted)};
     if (quoted) row.fail("a quote that is not closed");
     if (row.cells.size() == 1 && row.cells[0].empty()) continue;
     if (table.header_.empty()) {

@@ -12,7 +12,7 @@ namespace qsvmon::sim {
 class CsvTable {
  public:
   /// Throws std::runtime_error, naming the file and the line, when the file cannot be opened or a
-  /// row has another number of cells than the header.
+  /// row has not as many cells as the header.
   static CsvTable read(const std::string& path);
 
   /// The rows' number in the file, for messages, and their cells.

@@ -1,5 +1,5 @@
-// The demo dictionary library, loaded by the client as usr/ramdisk/bin/dict.so. It knows some
-// applications of its own; the user-defined ones come from the daemon, in front of a reply.
+// The demo dictionary library, loaded by the client as usr/ramdisk/bin/dict.so. Some
+// applications are built in; the daemon sends the user-defined ones in front of a reply.
 #include <array>
 #include <cstring>
 
@@ -49,7 +49,8 @@ const char* app_display_name(int id) {
   return entry != nullptr ? entry->display_name : "Unknown";
 }
 
-// The answer stays valid until the next call: an entry's own id may lie at an odd address.
+// The result is valid until the next call. It is a copy, since an entry's own id may lie at an odd
+// address.
 const std::uint16_t* id_of(const char* name) {
   static std::uint16_t id;
   for (const DictEntry* entry : registered) {
@@ -83,7 +84,7 @@ const void* slot(Function* function) {
   return reinterpret_cast<const void*>(function);
 }
 
-// Fills the function table before anybody can look the symbol up.
+// Fills the function table before the symbol can be looked up.
 struct Functions {
   std::array<const void*, 64> slots{};
   Functions() {

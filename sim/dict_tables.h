@@ -12,7 +12,7 @@ constexpr std::size_t kUserApps = 64;    ///< entries of the table of user-defin
 constexpr std::size_t kUserGroups = 16;  ///< entries of the table of user-defined groups
 constexpr std::size_t kDictTableBytes = (kUserApps + kUserGroups) * sizeof(DictEntry);
 
-/// An application that the library knows without being told.
+/// An application that is built into the library.
 struct BuiltinApp {
   std::uint16_t id;
   const char* name;

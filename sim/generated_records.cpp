@@ -15,12 +15,12 @@ namespace {
 
 constexpr std::uint32_t kFirstTime = 1700000000;
 
-// The numbers of one record: its place, its key's number and as many random bits as are asked for.
+// The numbers of one record: its index, its key and as many random bits as it needs.
 class Draw {
  public:
-  Draw(std::uint64_t seed, std::size_t distinct, std::size_t place)
-      : state_(seed * 0x9e3779b97f4a7c15U + place), place_(place) {
-    key_ = static_cast<std::uint32_t>(distinct == 0 ? place : bits() % distinct);
+  Draw(std::uint64_t seed, std::size_t distinct, std::size_t index)
+      : state_(seed * 0x9e3779b97f4a7c15U + index), index_(index) {
+    key_ = static_cast<std::uint32_t>(distinct == 0 ? index : bits() % distinct);
   }
   // One step of the splitmix64 generator.
   std::uint64_t bits() {
@@ -30,9 +30,9 @@ class Draw {
     return z ^ z >> 31;
   }
   std::uint32_t below(std::uint32_t limit) { return static_cast<std::uint32_t>(bits() % limit); }
-  std::uint32_t time() const { return kFirstTime + static_cast<std::uint32_t>(place_); }
+  std::uint32_t time() const { return kFirstTime + static_cast<std::uint32_t>(index_); }
   std::uint32_t key() const { return key_; }
-  // An address that belongs to the key; odd multipliers keep different keys apart.
+  // An address that belongs to the key; an odd multiplier maps no two keys to one.
   std::uint32_t address_net(std::uint32_t multiplier) const {
     return htonl(key_ * multiplier + 0x0a000001U);
   }
@@ -40,7 +40,7 @@ class Draw {
 
  private:
   std::uint64_t state_;
-  std::size_t place_;
+  std::size_t index_;
   std::uint32_t key_;
 };
 

@@ -7,8 +7,8 @@
 
 namespace qsvmon::sim {
 
-/// Listings of any length for measuring: record n follows from the seed and n alone, so that the
-/// same options give the same bytes anywhere, and nothing is kept.
+/// Listings of any length, for measuring. Record n depends on the seed and n alone, so that the
+/// same options give the same bytes on any machine and no record is stored.
 class GeneratedRecords {
  public:
   /// `distinct` addresses and names among the records; 0: every record has its own.

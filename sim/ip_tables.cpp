@@ -15,8 +15,8 @@ bool is_number(const std::string& text) {
          std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
-// Sorted, with what touches or overlaps made one.
-std::vector<IpEntry> joined(std::vector<IpEntry> entries) {
+// Sorted, with adjacent and overlapping entries merged.
+std::vector<IpEntry> merged(std::vector<IpEntry> entries) {
   std::sort(entries.begin(), entries.end(),
             [](const IpEntry& a, const IpEntry& b) { return a.low < b.low; });
   std::vector<IpEntry> out;
@@ -70,16 +70,16 @@ void IpTables::create(unsigned long id, const std::string& name) {
   tables_.emplace(id, IpTable{id, name, {}});
 }
 
-void IpTables::keep_only(const std::vector<Item>& items) {
-  std::map<unsigned long, IpTable> kept;
+void IpTables::set_tables(const std::vector<Item>& items) {
+  std::map<unsigned long, IpTable> tables;
   for (const Item& item : items) {
     const std::string name = word_value(item.words, "name");
     const auto old = tables_.find(item.id);
     IpTable table = old != tables_.end() ? std::move(old->second) : IpTable{item.id, "", {}};
     table.name = name.empty() ? std::to_string(item.id) : name;
-    kept.emplace(item.id, std::move(table));
+    tables.emplace(item.id, std::move(table));
   }
-  tables_ = std::move(kept);
+  tables_ = std::move(tables);
 }
 
 IpTable* IpTables::find(const std::string& id_or_name) {
@@ -177,7 +177,7 @@ void IpTables::compiled(Call& call, const std::string& name) {
   const IpTable* table = find_or_fail(call, name);
   if (table == nullptr) return;
   begin_text(call);
-  for (const IpEntry& entry : joined(table->entries)) {
+  for (const IpEntry& entry : merged(table->entries)) {
     append(call.out, "%s\n", range_text(entry.low, entry.high).c_str());
   }
   end_text(call);

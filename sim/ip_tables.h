@@ -27,26 +27,26 @@ struct IpTable {
   std::vector<std::uint32_t> addresses() const;
 };
 
-/// The IP tables of one daemon. A table is asked for by its number or its name; a number that does
-/// not exist yet becomes a table when an address is added to it.
+/// The IP tables of one daemon. A table is named by its number or its name; adding an
+/// address to a number without a table creates the table.
 class IpTables {
  public:
   void create(unsigned long id, const std::string& name);
   IpTable* find(const std::string& id_or_name);
-  /// Makes the tables those of `items`: creates what is missing, drops what is not there.
-  void keep_only(const std::vector<Item>& items);
+  /// Makes the tables those of `items`: creates the missing ones, removes the others.
+  void set_tables(const std::vector<Item>& items);
 
   /// The commands, on the words "tid=" or "table=" (or a bare first word) and "ip=". Each fails
   /// with "NO_TABLE", "INV_IP", "RANGE_TOO_LARGE", "NOT_FOUND" or "NO_FILE".
   void add(Call& call);
   void remove(Call& call);  ///< one entry; without an address every entry of the table
   void load(Call& call);    ///< a file with an address or a range, and a label, on each line
-  /// The table's compiled form: addresses sorted and joined, one "a" or "a-b" a line.
+  /// The table's compiled form: addresses sorted and merged, one "a" or "a-b" a line.
   void compiled(Call& call, const std::string& table);
   void clear(Call& call, const std::string& table);
   /// Whether an address is in a table: "match <table> <ip>" or "no match".
   void match(Call& call, const std::string& table, const std::string& ip);
-  /// Adds without a call, for what the appliance starts with. False when `range` is no address.
+  /// Adds an entry without a call, when the appliance starts. False when `range` is no address.
   bool seed(const std::string& table, const std::string& range, const std::string& info);
 
  private:

@@ -5,19 +5,19 @@
 namespace qsvmon::sim {
 namespace {
 
-constexpr std::size_t kManyClients = 1024;  // from here on, dead ones are looked for
+constexpr std::size_t kManyClients = 1024;  // from this number on, ended ones are looked for
 
 }  // namespace
 
 void Batches::answer(Call& call, const std::string& listing, const RecordSource& source) {
-  forget_dead();
+  forget_ended_clients();
   const Key key{call.client, listing};
   advance(call, key, progress_[key], source);
 }
 
 void Batches::answer_snapshot(Call& call, const std::string& listing,
                               const std::function<RecordSource()>& make) {
-  forget_dead();
+  forget_ended_clients();
   const Key key{call.client, listing};
   const auto [it, first] = progress_.try_emplace(key);
   if (first) it->second.snapshot = make();
@@ -46,10 +46,10 @@ void Batches::advance(Call& call, const Key& key, Progress& progress, const Reco
   if (call.request.islast != 0) progress_.erase(key);
 }
 
-void Batches::forget_dead() {
+void Batches::forget_ended_clients() {
   if (progress_.size() < kManyClients) return;
   for (auto it = progress_.begin(); it != progress_.end();) {
-    it = client_lives(it->first.first) ? std::next(it) : progress_.erase(it);
+    it = segment_exists(it->first.first) ? std::next(it) : progress_.erase(it);
   }
 }
 

@@ -13,23 +13,22 @@
 
 namespace qsvmon::sim {
 
-/// The records of one listing, in order: stored ones, or any number generated as they are asked
-/// for.
+/// The records of one listing, in order: stored ones, or any number generated on demand.
 struct RecordSource {
   std::size_t count = 0;
   std::size_t record_bytes = 0;
   /// Writes records [first, first + n) to `to`.
   std::function<void(std::size_t first, std::size_t n, char* to)> fill;
-  std::vector<char> head;  ///< goes ahead of the first batch's records
+  std::vector<char> head;  ///< sent in front of the first batch's records
 };
 
-/// A source of records that are kept as they are.
+/// A source of stored records.
 template <class Record>
 RecordSource stored_records(std::vector<Record> records) {
   static_assert(std::is_trivially_copyable_v<Record>);
   RecordSource source{records.size(), sizeof(Record), nullptr, {}};
-  source.fill = [kept = std::move(records)](std::size_t first, std::size_t n, char* to) {
-    if (n > 0) std::memcpy(to, &kept[first], n * sizeof(Record));
+  source.fill = [stored = std::move(records)](std::size_t first, std::size_t n, char* to) {
+    if (n > 0) std::memcpy(to, &stored[first], n * sizeof(Record));
   };
   return source;
 }
@@ -48,7 +47,7 @@ RecordSource generated_records(std::size_t count, std::function<Record(std::size
   return source;
 }
 
-/// Hands listings out in batches, and remembers for each client how far it got.
+/// Serves listings in batches and stores how far each client has read.
 class Batches {
  public:
   /// At most `records` in a batch, whatever the area holds; 0 for no limit.
@@ -58,8 +57,7 @@ class Batches {
   /// `islast` is set with the last of them. Fails with "AREA_TOO_SMALL" when not one fits.
   void answer(Call& call, const std::string& listing, const RecordSource& source);
 
-  /// The same for a source that is only made when the client's first batch is asked for, and kept
-  /// for its later ones.
+  /// The same for a source that is made for the client's first batch and stored for its later ones.
   void answer_snapshot(Call& call, const std::string& listing,
                        const std::function<RecordSource()>& make);
 
@@ -70,7 +68,7 @@ class Batches {
     RecordSource snapshot;
   };
   void advance(Call& call, const Key& key, Progress& progress, const RecordSource& source);
-  void forget_dead();
+  void forget_ended_clients();
 
   std::size_t limit_;
   std::map<Key, Progress> progress_;

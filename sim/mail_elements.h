@@ -9,7 +9,7 @@
 
 namespace qsvmon::sim {
 
-/// Packs a mail record's elements one behind the other. What does not fit is left out whole.
+/// Packs the elements of a mail record one after the other. What does not fit is left out whole.
 class MailElements {
  public:
   void add_text(std::uint8_t type, std::string_view text) { add(type, text.data(), text.size()); }

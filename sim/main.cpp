@@ -1,4 +1,4 @@
-// qsvsim: a simulated appliance. Plays both daemons below an appliance root of its own, for
+// qsvsim: a simulated appliance. Stands in for both daemons below an appliance root of its own, for
 // trying the client out, for web development without an appliance, and for the tests.
 #include <fcntl.h>
 #include <signal.h>
@@ -21,13 +21,13 @@ namespace {
 
 using namespace qsvmon::sim;
 
-volatile std::sig_atomic_t stop_asked = 0;
+volatile std::sig_atomic_t stop_requested = 0;
 
-void ask_stop(int) {
-  stop_asked = 1;
+void request_stop(int) {
+  stop_requested = 1;
 }
 
-int complain(const std::string& why) {
+int failed(const std::string& why) {
   std::fprintf(stderr, "qsvsim: %s\n", why.c_str());
   return 1;
 }
@@ -38,15 +38,15 @@ int pretty_stdin() {
   for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, stdin)) > 0;) {
     text.append(buffer, n);
   }
-  std::string shown;
-  std::string trouble;
-  const bool readable = pretty_json(text, shown, trouble);
-  std::fwrite(shown.data(), 1, shown.size(), stdout);
-  return readable ? 0 : complain(trouble);
+  std::string indented;
+  std::string error;
+  const bool readable = pretty_json(text, indented, error);
+  std::fwrite(indented.data(), 1, indented.size(), stdout);
+  return readable ? 0 : failed(error);
 }
 
-// Cuts a serving process loose and ends this one, which first notes the other's number: whoever
-// started it may stop it at once.
+// A child goes on serving, without a terminal, and this process ends. It first writes the child's
+// number, so that --stop works as soon as it has ended.
 void go_background(const PidFile& pid_file) {
   const pid_t pid = ::fork();
   if (pid < 0) throw std::runtime_error("cannot fork");
@@ -59,15 +59,15 @@ void go_background(const PidFile& pid_file) {
   for (int fd = 0; fd <= 2; ++fd) ::dup2(null, fd);
 }
 
-// Below a root that is not there, nothing serves, and none is created.
+// A root that does not exist is served by nobody, and is not created.
 int stop(const std::string& root) {
   std::error_code none;
   std::filesystem::current_path(root, none);
-  return !none && PidFile::stop_holder() ? 0 : complain("nothing serves " + root);
+  return !none && PidFile::stop_holder() ? 0 : failed("nothing serves " + root);
 }
 
 int serve(Options& o) {
-  // Before the working directory moves.
+  // These paths are relative to the working directory, which then changes.
   const ProgramFiles files = find_program_files();
   o.data.folder = data_folder(files, o.data.folder);
   const std::string library = dict_library(files, o.dict_library);
@@ -77,8 +77,8 @@ int serve(Options& o) {
   std::filesystem::current_path(o.root);
 
   PidFile pid_file;
-  if (!pid_file.lock()) return complain("another qsvsim serves " + o.root);
-  lay_out_tree(o.data.folder, library);
+  if (!pid_file.lock()) return failed("another qsvsim serves " + o.root);
+  create_tree(o.data.folder, library);
   Appliance appliance(o.data, "conf", o.batch);
   o.fault.seed = o.data.seed;
   Server server(appliance, o.fault, capture);
@@ -88,7 +88,7 @@ int serve(Options& o) {
   } else {
     pid_file.write(::getpid());
   }
-  server.run(stop_asked);
+  server.run(stop_requested);
   pid_file.remove();
   return 0;
 }
@@ -98,9 +98,9 @@ int run(Options& options) {
     if (options.pretty) return pretty_stdin();
     return options.stop ? stop(options.root) : serve(options);
   } catch (const std::filesystem::filesystem_error& error) {
-    return complain(error.path1().string() + ": " + error.code().message());
+    return failed(error.path1().string() + ": " + error.code().message());
   } catch (const std::exception& error) {
-    return complain(error.what());
+    return failed(error.what());
   }
 }
 
@@ -112,7 +112,7 @@ int main(int argc, char** argv) {
   if (!read_options(argc, argv, options, status)) return status;
   ::signal(SIGPIPE, SIG_IGN);
   struct sigaction action {};
-  action.sa_handler = ask_stop;
+  action.sa_handler = request_stop;
   ::sigaction(SIGTERM, &action, nullptr);
   ::sigaction(SIGINT, &action, nullptr);
   return run(options);

@@ -50,7 +50,7 @@ void write_stat(std::string& out, const std::string& module, const ModuleState& 
   append(out, "}\n");
 }
 
-void keep_settings(ModuleState& state, const Words& words, const char* fallback_key) {
+void store_settings(ModuleState& state, const Words& words, const char* fallback_key) {
   for (const std::string& word : words) {
     const std::size_t at = word.find('=');
     if (at == std::string::npos) {
@@ -119,11 +119,11 @@ bool ModuleState::set(const Words& words) {
 
 std::size_t ModuleState::remove(const Words& words) {
   const std::vector<const Item*> found = find(words);
-  std::vector<Item> kept;
+  std::vector<Item> left;
   for (Item& item : items_) {
-    if (!std::binary_search(found.begin(), found.end(), &item)) kept.push_back(std::move(item));
+    if (!std::binary_search(found.begin(), found.end(), &item)) left.push_back(std::move(item));
   }
-  items_ = std::move(kept);
+  items_ = std::move(left);
   return found.size();
 }
 
@@ -156,7 +156,7 @@ void Modules::answer(Call& call) {
       return load_file(call, module);
     case kVerbConfig:
     case kVerbDebug:
-      keep_settings(module, call.words, request.msgcode == kVerbDebug ? "debug" : "config");
+      store_settings(module, call.words, request.msgcode == kVerbDebug ? "debug" : "config");
       [[fallthrough]];
     case kVerbStat:
       begin_text(call);

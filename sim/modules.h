@@ -11,23 +11,23 @@
 
 namespace qsvmon::sim {
 
-/// One thing in a module's list: a number and the words it was added with.
+/// One item of a module's list: a number and the words it was added with.
 struct Item {
   unsigned long id;
   Words words;  ///< without the id
 };
 
-/// What a module remembers of the generic verbs. An item is named by its "id=", or by any of its
-/// words: "remove name=x" removes what was added with the word "name=x".
+/// The state of a module, which the generic verbs change. An item is named by its "id=", or by any
+/// of its words: "remove name=x" removes what was added with the word "name=x".
 class ModuleState {
  public:
-  /// Adds an item under its "id=" or the next free number. Returns the number, 0 when taken.
+  /// Adds an item under its "id=" or the next free number. Returns the number, 0 when it is in use.
   unsigned long add(const Words& words);
   /// The items that have every one of `words` ("page=" and "limit=" aside).
   std::vector<const Item*> find(const Words& words) const;
-  /// Gives the item that the first word names the values of the other words. False: no such item.
+  /// Sets the values of the other words in the item that the first word names. False: no such item.
   bool set(const Words& words);
-  /// Removes the items that `find` gives; returns how many.
+  /// Removes the items that `find` finds; returns how many.
   std::size_t remove(const Words& words);
 
   const std::vector<Item>& items() const { return items_; }
@@ -36,11 +36,11 @@ class ModuleState {
 
  private:
   std::vector<Item> items_;
-  std::map<std::string, std::string> settings_;  ///< what "config" and "debug" were given
+  std::map<std::string, std::string> settings_;  ///< set by "config" and "debug"
   unsigned long last_id_ = 0;
 };
 
-/// The modules that have no behaviour of their own: any name, each with its state, per daemon.
+/// The modules that have the generic verbs only: any name, each with its state, for each daemon.
 class Modules {
  public:
   /// Answers a generic verb for `call.target`:
@@ -50,7 +50,7 @@ class Modules {
   ///   set     changes the item that the first word names
   ///   remove  removes the items that have all the words; result is how many
   ///   load    adds every line of the file "file=" (or of the first word)
-  ///   stat    a JSON object; config and debug keep and show "key=value" settings
+  ///   stat    a JSON object; config and debug store and show "key=value" settings
   /// Fails with "NO_ARGUMENT", "EXISTS", "NOT_FOUND", "NO_FILE" or "UNKNOWN_CODE".
   void answer(Call& call);
 
@@ -60,8 +60,8 @@ class Modules {
   std::map<std::pair<Daemon, std::string>, ModuleState> states_;
 };
 
-/// Makes a text reply: between the two, text goes to the end of `call.out`; then `body` gets what
-/// of it fits and a NUL, `replylen` its length.
+/// Make a text reply: between the two calls, text is appended to `call.out`; `end_text` copies what
+/// fits of it and a NUL to `body` and sets `replylen` to its length.
 void begin_text(Call& call);
 void end_text(Call& call);
 

@@ -12,15 +12,15 @@ constexpr char kHelp[] = R"(Usage: qsvsim [--root DIR] [--data SET] [--backgroun
        qsvsim [--root DIR] --stop
        qsvsim --pretty <FILE
 
-Plays both daemons of an appliance below a folder of its own. Run the client as qsvmon-here in that
-folder. Without --background it serves until it is interrupted.
+Stands in for both daemons of an appliance, in a folder of its own. Run the client as qsvmon-here in
+that folder. Without --background it serves until it is interrupted.
 
   --root DIR         the appliance's folder, created when it is missing; the current one without
-  --data SET         what the daemons know: "sample", "nasty" (what a page or script must survive),
-                     or a folder of data files; "sample" without
+  --data SET         the data to serve: "sample", "nasty" (hostile to pages and scripts), or a
+                     folder of data files; "sample" without
   --dict FILE        the dictionary library that the appliance gets instead of the program's own
   --background       return when the sockets are open
-  --stop             end the one that serves DIR
+  --stop             end the qsvsim that serves DIR
   --capture DIR      write every request, its words, its answer and its area into files of DIR
   --pretty           serve nothing: indent the JSON document on standard input
   --version          print the version
@@ -28,12 +28,12 @@ folder. Without --background it serves until it is interrupted.
 
 Generated records:
   --records N        serve N generated records of each listing instead of those of the data files
-  --distinct N       give them N different addresses and names; all different without, or with 0
-  --seed N           begin the random numbers with N; the same N gives the same records; 1 without
+  --distinct N       use N different addresses and names; all different without, or with 0
+  --seed N           seed of the random numbers; the same N gives the same records; 1 without
   --batch N          put at most N records into one reply; as many as fit without, or with 0
 
 Faults:
-  --fault KIND       misbehave; KIND is one of
+  --fault KIND       answer wrongly; KIND is one of
       refuse         nobody listens
       close          the connection closes in place of a reply
       half           half a reply, then the connection closes
@@ -42,13 +42,13 @@ Faults:
       error          status 16 with the text DAEMON_BUSY
       count          the reply claims 2147483647 records
       replylen       the reply claims 4294967295 bytes
-      garbage        noise in place of the reply's bytes
+      garbage        random bytes in place of the reply's
       unterminated   the area full of letters, without an end
       dict           dictionary tables claimed, none sent
-  --fault-after N    answer N requests well first
+  --fault-after N    answer N requests correctly first
   --fault-ms N       how late a late reply comes, in milliseconds; 5000 without
 
-Status: 0 when it went well, 1 when not, 2 when the command line is wrong. See qsvsim(1).
+Status: 0 on success, 1 on failure, 2 when the command line is wrong. See qsvsim(1).
 )";
 
 constexpr std::pair<const char*, Fault> kFaults[] = {
@@ -60,8 +60,8 @@ constexpr std::pair<const char*, Fault> kFaults[] = {
     {"dict", Fault::kDict},
 };
 
-/// Accepts digits that make a number up to `max`: the conversion behind it takes "-5" for a huge
-/// one.
+/// Accepts digits that make a number up to `max`; the conversion that follows would read "-5" as a
+/// huge one.
 CLI::Validator number_up_to(std::uint64_t max) {
   const auto check = [max](std::string& text) {
     std::uint64_t value = 0;

@@ -11,8 +11,9 @@ namespace qsvmon::sim {
 /// What the command line asks for.
 struct Options {
   std::string root = ".";
-  DataOptions data{"sample", 0, 0, 1};  ///< `folder` as it was given: a set's name or a folder
-  std::string dict_library;             ///< empty: the one that comes with the program
+  DataOptions data{"sample", 0, 0,
+                   1};       ///< `folder` as on the command line: a set's name or a folder
+  std::string dict_library;  ///< empty: the one that comes with the program
   std::size_t batch = 0;
   std::string capture;  ///< empty: none
   FaultPlan fault;

@@ -9,7 +9,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-// The text with every pair of GB2312 bytes as UTF-8; a byte that belongs to none becomes "?".
+// The text with every pair of GB2312 bytes as UTF-8; a byte that belongs to no pair becomes "?".
 std::string from_gb2312(std::string text) {
   std::string out(text.size() * 2, '\0');  // two bytes become three at most
   const iconv_t converter = ::iconv_open("UTF-8", "GB2312");
@@ -32,7 +32,7 @@ std::string from_gb2312(std::string text) {
 
 constexpr std::size_t kColumns = 132;
 
-// Writes `value` on one line where that fits behind `used` columns, else a member a line.
+// Writes `value` on one line where that fits behind `used` columns, else each member on its own.
 void write(std::string& out, const Json& value, std::size_t indent, std::size_t used) {
   const std::string line = value.dump(-1, ' ', false);
   if (!value.is_structured() || used + line.size() <= kColumns) {
@@ -54,25 +54,26 @@ void write(std::string& out, const Json& value, std::size_t indent, std::size_t 
 
 }  // namespace
 
-bool pretty_json(const std::string& text, std::string& shown, std::string& trouble) {
-  // A byte for a byte: places are those of the text as it came.
-  std::string marked = text;
-  for (char& c : marked) {
+bool pretty_json(const std::string& text, std::string& indented, std::string& error) {
+  // Bytes that are no ASCII do not matter to the structure. Each is replaced by one, so that the
+  // byte of an error is that of the text.
+  std::string ascii = text;
+  for (char& c : ascii) {
     if (static_cast<unsigned char>(c) >= 0x80) c = '?';
   }
   try {
-    const Json readable = Json::parse(marked);
-  } catch (const Json::parse_error& error) {
-    shown = text;
-    trouble = text.empty() ? "no JSON document: nothing was read"
-                           : "no JSON document: broken at byte " + std::to_string(error.byte);
+    const Json readable = Json::parse(ascii);
+  } catch (const Json::parse_error& broken) {
+    indented = text;
+    error = text.empty() ? "no JSON document: nothing was read"
+                         : "no JSON document: broken at byte " + std::to_string(broken.byte);
     return false;
   }
   Json document = Json::parse(text, nullptr, false);
   if (document.is_discarded()) document = Json::parse(from_gb2312(text), nullptr, false);
-  shown.clear();
-  write(shown, document, 0, 0);
-  shown += '\n';
+  indented.clear();
+  write(indented, document, 0, 0);
+  indented += '\n';
   return true;
 }
 

@@ -4,10 +4,10 @@
 
 namespace qsvmon::sim {
 
-/// Writes the JSON document `text` to `shown`, indented for a person to read: members in their
-/// order, what fits a line on one. When there are bytes that are not UTF-8, all are taken for
-/// GB2312; what is neither is shown as "?". False for text that is no JSON document: `shown` is the
-/// text as it is and `trouble` says where it breaks.
-bool pretty_json(const std::string& text, std::string& shown, std::string& trouble);
+/// Writes the JSON document `text` to `indented`: members in their order, a value that fits a line
+/// on one line. When some bytes are not UTF-8, the text is decoded as GB2312; a byte that is
+/// neither becomes "?". False for text that is no JSON document: `indented` is then the text as it
+/// is, and `error` says at which byte it is broken.
+bool pretty_json(const std::string& text, std::string& indented, std::string& error);
 
 }  // namespace qsvmon::sim

@@ -6,7 +6,7 @@
 namespace qsvmon::sim {
 
 /// The path of the running program. Throws std::filesystem::filesystem_error when the system does
-/// not tell.
+/// not say.
 std::filesystem::path program_path();
 
 /// The files that come with the program: beside it in a build tree, below share/qsvsim and
@@ -18,7 +18,7 @@ struct ProgramFiles {
 };
 ProgramFiles find_program_files();
 
-/// The folder that `given` means: the sets that come with the program go by their name alone.
+/// The folder that `given` means: the sets that come with the program have names.
 /// Throws std::runtime_error when there is no such folder.
 std::string data_folder(const ProgramFiles& files, const std::string& given);
 

@@ -22,8 +22,8 @@ namespace {
 
 constexpr std::uint32_t kBusy = 16;
 
-/// Keeps the signals that ask the server to end from coming at any moment but while it waits: one
-/// that came just before would leave it waiting.
+/// Blocks the signals that end the server except while it waits: one that came just before would
+/// leave it waiting.
 class SignalsWhileWaiting {
  public:
   SignalsWhileWaiting() {
@@ -147,7 +147,7 @@ void Server::accept_client(std::size_t listener) {
 bool Server::receive(Connection& connection) {
   char* at = reinterpret_cast<char*>(&connection.request) + connection.received;
   const std::size_t room = sizeof(RpcRequest) - connection.received;
-  if (room == 0) {  // a client that was answered or is waiting has nothing more to say
+  if (room == 0) {  // a client sends one request only
     char rest;
     const ssize_t n = ::recv(connection.fd, &rest, 1, MSG_DONTWAIT);
     return n > 0 || (n < 0 && (errno == EAGAIN || errno == EINTR));
@@ -210,9 +210,9 @@ bool Server::send_late(Connection& connection) const {
 void Server::damage_area(const RpcRequest& request) {
   const ClientArea area(request.shmid);
   if (!area.attached()) return;
-  std::mt19937_64 noise(plan_.seed);
+  std::mt19937_64 random(plan_.seed);
   const bool letters = plan_.fault == Fault::kUnterminated;
-  for (char& byte : area.bytes()) byte = letters ? 'A' : static_cast<char>(noise() & 0xff);
+  for (char& byte : area.bytes()) byte = letters ? 'A' : static_cast<char>(random() & 0xff);
 }
 
 }  // namespace qsvmon::sim

@@ -13,7 +13,7 @@
 
 namespace qsvmon::sim {
 
-/// What goes wrong, on demand.
+/// Faults on demand.
 enum class Fault {
   kNone,
   kRefuse,        ///< nobody listens
@@ -24,16 +24,16 @@ enum class Fault {
   kError,         ///< the reply is a refusal: status 16, "DAEMON_BUSY"
   kCount,         ///< the reply claims 2147483647 records
   kReplylen,      ///< the reply claims 4294967295 bytes
-  kGarbage,       ///< the area is filled with noise, and the reply claims what it held before
+  kGarbage,       ///< the area is filled with random bytes; the record is that of the reply
   kUnterminated,  ///< the area is filled to its last byte, without a NUL
   kDict,          ///< the reply says that dictionary tables are there when they are not
 };
 
 struct FaultPlan {
   Fault fault = Fault::kNone;
-  unsigned long after = 0;  ///< this many requests are answered well first
+  unsigned long after = 0;  ///< this many requests are answered correctly first
   unsigned long delay_ms = 5000;
-  std::uint64_t seed = 1;  ///< of the noise
+  std::uint64_t seed = 1;  ///< of the random bytes
 };
 
 /// Serves both daemon sockets of the appliance tree in the working directory, many clients at once,
@@ -57,14 +57,14 @@ class Server {
     int fd;
     Daemon daemon;
     std::size_t received = 0;
-    bool waiting = false;  ///< the reply is made and goes out at `due`
+    bool waiting = false;  ///< the reply is ready and is sent at `due`
     Clock::time_point due;
     RpcRequest request{};
   };
 
   void close_listeners();
   void accept_client(std::size_t listener);
-  /// Takes what has come. False when the connection is over.
+  /// Reads what has arrived. False when the connection has ended.
   bool receive(Connection& connection);
   bool reply(Connection& connection);
   bool send_late(Connection& connection) const;

@@ -20,7 +20,7 @@ std::uint64_t hundredths(const Row& row, const char* column) {
   if (text.empty()) return 0;
   char* end = nullptr;
   const double value = std::strtod(text.c_str(), &end) * 100 + 0.5;
-  const bool fits = value >= 0.5 && value < 0x100000;  // not for what is no number
+  const bool fits = value >= 0.5 && value < 0x100000;  // false for a NaN as well
   if (!fits || *end != '\0') row.fail("not within 0 and 10485.75: " + text);
   return static_cast<std::uint64_t>(value);
 }

@@ -9,7 +9,7 @@
 namespace qsvmon::sim {
 
 /// Reads the listings' data files; their columns are described in sim/data/README.md. Every
-/// function throws std::runtime_error, naming file and line, for what cannot be used.
+/// function throws std::runtime_error, naming file and line, for data that cannot be used.
 class StoredRecords {
  public:
   /// Both must outlive the object.
@@ -27,7 +27,7 @@ class StoredRecords {
   const Dictionary& dictionary_;
 };
 
-/// The 64 slots of signatures.csv, as they go ahead of the first batch of events.
+/// The 64 slots of signatures.csv, as they are sent in front of the first batch of events.
 std::vector<char> read_signature_table(const std::string& folder);
 
 }  // namespace qsvmon::sim

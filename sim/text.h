@@ -25,7 +25,7 @@ std::string address_text(std::uint32_t host);
 
 /// Reads an address as inet_aton does, the short forms included. False when it is none.
 bool parse_address(const std::string& text, std::uint32_t& host);
-/// Reads "a", "a-b" or "a/len" with len 1..32; false also when it is upside down.
+/// Reads "a", "a-b" or "a/len" with len 1..32; false also when a is above b.
 bool parse_range(const std::string& text, std::uint32_t& low, std::uint32_t& high);
 /// Reads six hexadecimal numbers separated by "-" or ":".
 bool parse_mac(const std::string& text, std::uint8_t (&mac)[6]);

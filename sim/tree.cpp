@@ -24,7 +24,7 @@ void install_file(const fs::path& from, const fs::path& to, fs::copy_options opt
 
 }  // namespace
 
-void lay_out_tree(const std::string& data_folder, const std::string& dict_library) {
+void create_tree(const std::string& data_folder, const std::string& dict_library) {
   for (const char* socket : {kLogSocketPath, kMgmtSocketPath}) {
     fs::create_directories(fs::path(socket).parent_path());
   }
@@ -55,7 +55,7 @@ bool PidFile::stop_holder() {
   if (fd < 0) return false;
   bool stopped = false;
   char text[32] = {};
-  // Only a locked file tells of a live process; the number alone could be anybody's by now.
+  // Only a locked file means a running process; the number alone may be another process's by now.
   if (::flock(fd, LOCK_SH | LOCK_NB) != 0 && ::read(fd, text, sizeof text - 1) > 0) {
     const pid_t pid = static_cast<pid_t>(std::atoi(text));
     if (pid > 1 && ::kill(pid, SIGTERM) == 0) {

@@ -14,13 +14,13 @@ constexpr char kMainConfigPath[] = "./conf/korvale.conf";
 constexpr char kAssetsConfigPath[] = "./conf/qsv_assets.conf";
 constexpr char kCsvFolder[] = "./usr/qsvlog/";
 
-/// Lays the appliance's tree out in the working directory: the folders of the sockets, of the
+/// Creates the appliance's tree in the working directory: the folders of the sockets, of the
 /// dictionary library, of the configuration files and of downloads. Copies the library, and the
 /// configuration files that are not there yet from `data_folder`/conf, so that edited ones stay.
 /// Throws std::runtime_error (std::filesystem::filesystem_error) when it cannot.
-void lay_out_tree(const std::string& data_folder, const std::string& dict_library);
+void create_tree(const std::string& data_folder, const std::string& dict_library);
 
-/// The process that serves a tree holds its "qsvsim.pid" locked as long as it lives.
+/// The process that serves a tree holds its "qsvsim.pid" locked as long as it runs.
 class PidFile {
  public:
   /// Locks the file in the working directory. False when another process holds it.

@@ -11,9 +11,9 @@ namespace qsvmon::sim {
 class Workers {
  public:
   Workers();
-  /// add: starts a task "taskname=" and gives its number as text and as result.
+  /// add: starts a task "taskname=" and returns its number as text and as result.
   void add(Call& call);
-  /// list: one line per task; "type=" keeps the tasks of that type.
+  /// list: one line per task; "type=" selects the tasks of that type.
   void list(Call& call) const;
   /// stat: one task ("taskid=") in full, or the number of tasks. Fails with "NO_TASK".
   void stat(Call& call) const;

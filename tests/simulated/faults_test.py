@@ -79,7 +79,7 @@ class Faults(harness.SimulatedTest):
         self.assertTrue(result.out.startswith(b'{"data":['))
         self.assertEqual(result.status, 0)
 
-    def test_noise(self):
+    def test_garbage(self):
         listings = ["tcpreset listip", "tcpreset listdns", "tcpreset list", "emaillog list",
                     "ftplog list", "telnetlog list", "qsviptable get 1", "assetsobj2 list"]
         listings += ["malclog list listtype=" + kind
