@@ -147,6 +147,10 @@ class IpTables(harness.SimulatedTest):
     def test_errors(self):
         self.expect("table get nosuch", "NO_TABLE\n", 255)
         self.expect("table addip 5 10.1.1.256", "INV_IP\n", 255)
+        self.expect("table addip 5 10.1.1.3-10.1.1.2", "INV_IP\n", 255)
+        self.expect("table addip 5 10.1.1.3-", "INV_IP\n", 255)
+        self.expect("table addip 5 10.1.1.3-10.1.1.3", "")
+        self.expect("table get 5", "10.1.1.3\n")
         self.expect("table addip 5 10.0.0.0/8", "RANGE_TOO_LARGE\n", 255)
         self.expect("table clear nosuch", "NO_TABLE\n", 255)
         self.expect("table loadfile 5 nosuch.txt", "NO_FILE\n", 255)

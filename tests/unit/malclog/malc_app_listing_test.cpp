@@ -11,28 +11,14 @@ namespace {
 
 using namespace malc_samples;
 
-const SignatureTable kTable = table({
-    {0, {.tid = 100, .name = "zero"}},
-    {1, {.tid = 101, .name = "one"}},
-    {2, {.tid = 102, .type = 1, .mkmode = 2, .itlgc = 7, .name = "two"}},
-    {3, {.tid = 103, .mkmode = 2, .itlgc = 7, .name = "three"}},
-});
-
-Categories categories() {
-  Categories result{};
-  set_category(result, 7, "botnet", "zombie net");
-  return result;
-}
+const SignatureTable kTable = common_table({});
 
 MalcQuery by_app() {
-  MalcQuery query;
-  query.listtype = MalcListType::kApp;
-  return query;
+  return query_of(MalcListType::kApp);
 }
 
 std::string list(const MalcQuery& query, const std::vector<MalcEvent>& events) {
-  FakeBatches batches = one_batch(kTable, events);
-  return listing(query, batches, categories());
+  return listing(query, kTable, events, common_categories());
 }
 
 MalcEvent app(int apid, std::uint64_t bitmap) {

@@ -12,30 +12,17 @@ namespace {
 
 using namespace malc_samples;
 
-const SignatureTable kTable = table({
-    {0, {.tid = 100, .name = "zero"}},
-    {1, {.tid = 101, .name = "one"}},
-    {2, {.tid = 102, .type = 1, .mkmode = 2, .itlgc = 7, .name = "two"}},
-    {3, {.tid = 103, .mkmode = 2, .itlgc = 7, .name = "three"}},
+const SignatureTable kTable = common_table({
     {4, {.tid = 104, .mkmode = 9, .itlgc = 7, .name = "four"}},
     {5, {.tid = 105, .mkmode = 2, .itlgc = 32, .name = "five"}},
 });
 
-Categories categories() {
-  Categories result{};
-  set_category(result, 7, "botnet", "zombie net");
-  return result;
-}
-
 MalcQuery by_host() {
-  MalcQuery query;
-  query.listtype = MalcListType::kHost;
-  return query;
+  return query_of(MalcListType::kHost);
 }
 
 std::string list(const MalcQuery& query, const std::vector<MalcEvent>& events) {
-  FakeBatches batches = one_batch(kTable, events);
-  return listing(query, batches, categories());
+  return listing(query, kTable, events, common_categories());
 }
 
 TEST(MalcHostListing, RowsByTotalWithTheirSignatures) {

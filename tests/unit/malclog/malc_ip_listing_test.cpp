@@ -12,11 +12,7 @@ namespace {
 
 using namespace malc_samples;
 
-const SignatureTable kTable = table({
-    {0, {.tid = 100, .name = "zero"}},
-    {1, {.tid = 101, .name = "one"}},
-    {2, {.tid = 102, .type = 1, .mkmode = 2, .itlgc = 7, .name = "two"}},
-    {3, {.tid = 103, .mkmode = 2, .itlgc = 7, .name = "three"}},
+const SignatureTable kTable = common_table({
     {4, {.tid = 104, .mkmode = 2, .itlgc = 8, .name = "four"}},
     {5, {.tid = 105, .mkmode = 0, .itlgc = 7, .name = "five"}},
     {6, {.tid = 106, .mkmode = 2, .itlgc = 39, .name = "six"}},  // bit 7 of the mask, like 7
@@ -24,21 +20,17 @@ const SignatureTable kTable = table({
 });
 
 Categories categories() {
-  Categories result{};
-  set_category(result, 7, "botnet", "zombie net");
+  Categories result = common_categories();
   set_category(result, 8, "c2", "control");
   return result;
 }
 
 MalcQuery dst() {
-  MalcQuery query;
-  query.listtype = MalcListType::kDst;
-  return query;
+  return query_of(MalcListType::kDst);
 }
 
 std::string list(const MalcQuery& query, const std::vector<MalcEvent>& events) {
-  FakeBatches batches = one_batch(kTable, events);
-  return listing(query, batches, categories());
+  return listing(query, kTable, events, categories());
 }
 
 constexpr std::uint8_t kA = 1, kB = 2, kC = 3, kD = 4, kE = 5;

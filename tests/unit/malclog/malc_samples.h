@@ -62,6 +62,18 @@ inline SignatureTable table(std::initializer_list<std::pair<int, Sig>> slots) {
   return result;
 }
 
+/// Signatures that most listings are tested with, in slots 0 to 3, and `more`.
+inline SignatureTable common_table(std::initializer_list<std::pair<int, Sig>> more) {
+  SignatureTable result = table({
+      {0, {.tid = 100, .name = "zero"}},
+      {1, {.tid = 101, .name = "one"}},
+      {2, {.tid = 102, .type = 1, .mkmode = 2, .itlgc = 7, .name = "two"}},
+      {3, {.tid = 103, .mkmode = 2, .itlgc = 7, .name = "three"}},
+  });
+  for (const auto& [slot, sig] : more) result[static_cast<std::size_t>(slot)] = signature(sig);
+  return result;
+}
+
 inline std::string bytes_of(const SignatureTable& table) {
   return {reinterpret_cast<const char*>(table.data()), sizeof(SignatureTable)};
 }
@@ -120,6 +132,20 @@ inline void set_category(Categories& categories, std::size_t id, const char* nam
   std::strcpy(categories[id].cname, cname);
 }
 
+/// The names of category 7, which the common signatures have.
+inline Categories common_categories() {
+  Categories result{};
+  set_category(result, 7, "botnet", "zombie net");
+  return result;
+}
+
+/// A query of that list type without filters.
+inline MalcQuery query_of(MalcListType type) {
+  MalcQuery query;
+  query.listtype = type;
+  return query;
+}
+
 /// What a listing prints with `categories` in the pool; a failure's line comes behind a "!".
 inline std::string listing(const MalcQuery& query, FakeBatches& batches, Categories categories) {
   MemoryPrinter out;
@@ -127,6 +153,12 @@ inline std::string listing(const MalcQuery& query, FakeBatches& batches, Categor
   const Status status = list_events(out, query, batches, tids, categories);
   if (!status.ok()) out.put("!", status.line());
   return out.str();
+}
+/// The same for one batch.
+inline std::string listing(const MalcQuery& query, const SignatureTable& table,
+                           const std::vector<MalcEvent>& events, const Categories& categories) {
+  FakeBatches batches = one_batch(table, events);
+  return listing(query, batches, categories);
 }
 
 }  // namespace qsvmon::malc_samples

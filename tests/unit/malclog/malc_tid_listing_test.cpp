@@ -34,14 +34,11 @@ Categories categories() {
 }
 
 MalcQuery signatures() {
-  MalcQuery query;
-  query.listtype = MalcListType::kTable;
-  return query;
+  return query_of(MalcListType::kTable);
 }
 
 std::string list(const MalcQuery& query, const std::vector<MalcEvent>& events) {
-  FakeBatches batches = one_batch(kTable, events);
-  return listing(query, batches, categories());
+  return listing(query, kTable, events, categories());
 }
 
 constexpr char kUnhit[] =
