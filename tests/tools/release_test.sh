@@ -1,22 +1,7 @@
 #!/bin/sh
 # Tests of tools/source_archive, tools/check_format and tools/progress. Run from the top of the tree.
 set -u
-scratch=$(mktemp -d) || exit 2
-trap 'rm -rf "$scratch"' EXIT
-number=0
-bad=0
-
-# is <what> <got> <wanted>
-is() {
-  number=$((number + 1))
-  if [ "$2" = "$3" ]; then
-    echo "ok $number $1"
-  else
-    echo "not ok $number $1"
-    printf '# got:    %s\n# wanted: %s\n' "$2" "$3"
-    bad=1
-  fi
-}
+. tests/tools/tap.sh
 
 git_here() {
   git -c user.name=test -c user.email=test@example.org -c init.defaultBranch=main "$@"
@@ -103,5 +88,4 @@ is "the build's output is as it was" "$(cat "$scratch/output")" \
 is "nothing to do, nothing to tell" "$(tools/progress made echo 'ninja: no work to do.' 2>&1)" \
   'ninja: no work to do.'
 
-echo "1..$number"
-exit "$bad"
+finish

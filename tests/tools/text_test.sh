@@ -2,22 +2,7 @@
 # Tests of tools/lint_text and tests/docs/check_pages.py. Run from the top of the tree.
 # shellcheck disable=SC2016 # what is not expanded belongs to the files that are written here
 set -u
-scratch=$(mktemp -d) || exit 2
-trap 'rm -rf "$scratch"' EXIT
-number=0
-bad=0
-
-# is <what> <got> <wanted>
-is() {
-  number=$((number + 1))
-  if [ "$2" = "$3" ]; then
-    echo "ok $number $1"
-  else
-    echo "not ok $number $1"
-    printf '# got:    %s\n# wanted: %s\n' "$2" "$3"
-    bad=1
-  fi
-}
+. tests/tools/tap.sh
 
 # lint: what lint_text says of the tree, its findings cut to what they are about.
 lint() {
@@ -76,5 +61,4 @@ is "a table that is no table" "$(pages 'x' '| a |' '|---|')" \
 rm "$tree"/*.md
 is "no pages" "$(python3 -B tests/docs/check_pages.py "$tree")" "no pages below $tree"
 
-echo "1..$number"
-exit "$bad"
+finish

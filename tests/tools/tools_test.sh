@@ -1,22 +1,7 @@
 #!/bin/sh
 # Tests of tools/check_floors, tools/count_tests and tools/coverage_summary. Run from the top of the tree.
 set -u
-scratch=$(mktemp -d) || exit 2
-trap 'rm -rf "$scratch"' EXIT
-number=0
-bad=0
-
-# is <what> <got> <wanted>
-is() {
-  number=$((number + 1))
-  if [ "$2" = "$3" ]; then
-    echo "ok $number $1"
-  else
-    echo "not ok $number $1"
-    printf '# got:    %s\n# wanted: %s\n' "$2" "$3"
-    bad=1
-  fi
-}
+. tests/tools/tap.sh
 
 # floors <file> <header>: what check_floors says of a tree with this one include.
 floors() {
@@ -128,5 +113,4 @@ is "one folder has too few lines" "$(summary 10 cli/b | tail -n 1)" 1
 is "a folder is missing" "$(summary 10 pools/ | tail -n 1)" 1
 is "nothing was measured" "$(summary 10 '[c-r]' | tail -n 1)" 1
 
-echo "1..$number"
-exit "$bad"
+finish
