@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <string>
 
 #include "tests/unit/malclog/malc_samples.h"
+#include "tests/unit/support/scarce_memory.h"
 
 namespace qsvmon {
 namespace {
@@ -169,29 +169,19 @@ TEST(MalcHostListing, Pages) {
   EXPECT_EQ(rows(query, events), R"(],"count":4})");
 }
 
-int chunks_left = 0;
-
-void* allocate(std::size_t bytes, Pages) {
-  if (chunks_left == 0) return nullptr;
-  --chunks_left;
-  return std::calloc(1, bytes);
-}
-
-void release(void* chunk, std::size_t) {
-  std::free(chunk);
-}
+constexpr FoldMemory kScarce{ScarceMemory::allocate, large_memory_free};
 
 TEST(MalcHostAgg, AnEventWithoutMemoryIsDropped) {
   const MalcQuery query = by_host();
   const TidPool tids = pool(query, kTable);
   for (int chunks = 0; chunks < 2; ++chunks) {
-    chunks_left = chunks;
-    MalcHostAgg hosts(tids, {allocate, release});
+    ScarceMemory::allow(chunks);
+    MalcHostAgg hosts(tids, kScarce);
     hosts.add(std::vector<MalcEvent>{h("a"), h(k45), h(k43), h("a")});
     EXPECT_EQ(hosts.size(), 0U) << chunks;
   }
-  chunks_left = 2;
-  MalcHostAgg hosts(tids, {allocate, release});
+  ScarceMemory::allow(2);
+  MalcHostAgg hosts(tids, kScarce);
   hosts.add(std::vector<MalcEvent>{h("a")});
   hosts.add(std::vector<MalcEvent>{of_host("b", 0xff), h(k45)});
   ASSERT_EQ(hosts.size(), 2U);

@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <string>
 
 #include "tests/unit/malclog/malc_samples.h"
+#include "tests/unit/support/scarce_memory.h"
 
 namespace qsvmon {
 namespace {
@@ -223,31 +223,21 @@ TEST(MalcIpListing, ARowHitByEverySignature) {
 
 // ---- Memory that runs out ----
 
-int chunks_left = 0;
-
-void* allocate(std::size_t bytes, Pages) {
-  if (chunks_left == 0) return nullptr;
-  --chunks_left;
-  return std::calloc(1, bytes);
-}
-
-void release(void* chunk, std::size_t) {
-  std::free(chunk);
-}
+constexpr FoldMemory kScarce{ScarceMemory::allocate, large_memory_free};
 
 TEST(MalcIpAgg, AnEventWithoutMemoryIsDropped) {
   const MalcQuery query = dst();
   const TidPool tids = pool(query, kTable);
-  chunks_left = 0;
-  MalcIpAgg none(tids, MalcIpAgg::Side::kDestination, {allocate, release});
+  ScarceMemory::allow(0);
+  MalcIpAgg none(tids, MalcIpAgg::Side::kDestination, kScarce);
   none.add(std::vector<MalcEvent>(100, at(kA, bit(1))));
   EXPECT_EQ(none.size(), 0U);
 
   // The slots and the first rows, and nothing for the counts of many signatures.
-  chunks_left = 2;
-  MalcIpAgg some(tids, MalcIpAgg::Side::kDestination, {allocate, release});
+  ScarceMemory::allow(2);
+  MalcIpAgg some(tids, MalcIpAgg::Side::kDestination, kScarce);
   some.add(std::vector<MalcEvent>(1, at(kA, bit(1))));
-  EXPECT_EQ(chunks_left, 0);
+  EXPECT_EQ(ScarceMemory::left(), 0);
   EXPECT_EQ(some.size(), 1U);
   some.add(std::vector<MalcEvent>{at(kB, 0xff), at(kA, 0xff), at(kC, bit(2)), at(kA, bit(1))});
   EXPECT_EQ(some.size(), 2U);  // no row for the second address

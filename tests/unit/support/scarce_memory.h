@@ -20,6 +20,8 @@ class ScarceMemory {
     allowed_ = allowed;
     refused_ = refused;
   }
+  /// How many of the allowed allocations are left.
+  static int left() { return allowed_; }
   static void* allocate(std::size_t bytes, Pages pages) {
     int& left = allowed_ > 0 ? allowed_ : refused_;
     const bool refuses = allowed_ == 0 && refused_ > 0;
