@@ -16,7 +16,7 @@ namespace qsvmon {
 namespace {
 
 constexpr std::size_t kKeyTableAreaBytes = 4096;
-constexpr std::uint32_t kMinRowAreaKib = 64;
+constexpr std::uint32_t kMinRowAreaKib = 64;  // rows that ask for less get this much
 constexpr int kFailed = -1;
 constexpr int kInvalidCommand = 1;
 
@@ -25,6 +25,7 @@ int rpc_forward(Daemon daemon, std::string_view module, Words words, std::uint32
   return run_exchange(standard_out(), {.daemon = daemon, .module = module, .code = code}, words);
 }
 
+// KEEP: nothing was run, so the status is that of a failure, also when something was listed.
 int list_modules() {
   for (const ModuleEntry& module : log_group().modules) standard_out().put(module.name, '\n');
   return kFailed;
@@ -40,6 +41,7 @@ void list_matching_modules(std::string_view text) {
   }
 }
 
+// KEEP: status 0 in either case; scripts go by the text.
 int print_boot_time() {
   BootTime boot{};
   if (read_boot_time(boot)) {
@@ -82,8 +84,8 @@ int run_fallback_verb(int argc, char** argv) {
 }
 
 int run_command(int argc, char** argv) {
-  install_signal_handlers();
-  (void)dict_startup();
+  install_signal_handlers();  // before there is a segment that a signal could leave behind
+  (void)dict_startup();       // no dictionary is attached yet, so that this starts none
   if (const CommandMatch match = find_command(argv[1], argv[2]); match.row != nullptr) {
     return run_in_session(match, std::max(match.row->area_kib, kMinRowAreaKib), argc, argv);
   }

@@ -58,7 +58,7 @@ void json_str(OutputSink& sink, const char* key, const char* value) {
 void json_strf(OutputSink& sink, const char* key, const char* format, ...) {
   key = text_or_empty(key);
   const bool to_stream = (sink.flags & kSinkToStream) != 0;
-  if (!to_stream && out_room(sink) <= 2) return;
+  if (!to_stream && out_room(sink) <= 2) return;  // less than a pair of quotes and the NUL
   if (key[0] == ',') {
     out_printf(sink, ",");
     ++key;
@@ -80,7 +80,7 @@ void json_ip_net(OutputSink& sink, const char* key, std::uint32_t net) {
 }
 
 void json_ip6(OutputSink& sink, const char* key, const std::uint8_t* address16) {
-  char text[256] = "";
+  char text[INET6_ADDRSTRLEN] = "";
   if (address16 != nullptr) ::inet_ntop(AF_INET6, address16, text, sizeof text);
   json_str(sink, key, text);
 }
@@ -108,7 +108,7 @@ void json_time(OutputSink& sink, const char* key, std::uint32_t seconds) {
 }
 
 void json_date(OutputSink& sink, const char* key, std::uint32_t seconds) {
-  char text[kDateTextBytes];
+  char text[kDateTextBytes];  // without a NUL
   format_local_date(text, seconds);
   json_key(sink, key);
   out_printf(sink, "\"%.*s\"", static_cast<int>(sizeof text), text);

@@ -23,6 +23,7 @@ void put_ip(OutputSink& sink, std::uint32_t host) {
 }  // namespace
 
 std::int64_t out_room(const OutputSink& sink) {
+  // Signed, so that a count that went below 0 means no room, and not four gigabytes of it.
   const auto used = static_cast<std::int32_t>(sink.replylen);
   const auto capacity = static_cast<std::int32_t>(sink.shmsize);
   if (sink.reply == nullptr || used < 0) return 0;
@@ -34,10 +35,11 @@ int out_vprintf(OutputSink& sink, const char* format, std::va_list args) {
     return sink.stream == nullptr ? 0 : std::vfprintf(sink.stream, format, args);
   }
   const std::int64_t room = out_room(sink);
-  if (room <= 1) return 0;
+  if (room <= 1) return 0;  // the NUL has its byte already
   const int length =
       std::vsnprintf(sink.reply + sink.replylen, static_cast<std::size_t>(room), format, args);
   if (length < 0) return 0;
+  // vsnprintf returns the length of the whole text, also of one that it cut.
   const int written = length >= room ? static_cast<int>(room - 1) : length;
   sink.replylen += static_cast<std::uint32_t>(written);
   return written;

@@ -20,7 +20,7 @@ char escape_letter(char c) {
       return 'C';
     case '\r':
       return 'R';
-    case 24:
+    case 24:  // CAN
       return '8';
     case ' ':
       return 'S';
@@ -68,6 +68,7 @@ char* next_keyvalue(char* text, char** value, char** save) {
     end = word + std::strlen(word);
     *save = end;
   }
+  // The next word's "=" does not count, so the search ends with this one.
   auto* equals = static_cast<char*>(std::memchr(word, '=', static_cast<std::size_t>(end - word)));
   if (equals == nullptr) return nullptr;
   *equals = '\0';
@@ -93,7 +94,7 @@ char* escape_ctl(const char* src, char* dst) {
 
 int copy_len_in(const char* text, int min, int max, char* dst) {
   if (text == nullptr) return 0;
-  const auto length = static_cast<std::int64_t>(std::strlen(text));
+  const auto length = static_cast<std::int64_t>(std::strlen(text));  // an int could wrap below min
   if (length < min || length > max) return 0;
   if (dst != nullptr) std::memcpy(dst, text, static_cast<std::size_t>(length) + 1);
   return 1;

@@ -23,6 +23,8 @@ const DictEntry* entry_of(std::uint16_t id) {
 
 }  // namespace
 
+// The names are asked for while rows are printed, from the area that holds the reply: fetching the
+// dictionary here would overwrite the rows that are still to come.
 const char* dict_appname(std::uint16_t id) {
   const DictLibrary& dict = session_dict();
   return or_undefined(dict.loaded() ? dict.name(id) : nullptr);

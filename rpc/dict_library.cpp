@@ -16,6 +16,7 @@ bool DictLibrary::load(const char* path, char* error, std::size_t capacity) {
     std::snprintf(error, capacity, "%s: %s", path, damage);
     return false;
   }
+  // Bound at once: a symbol that is missing is an error here, and not the end of the process later.
   handle_ = ::dlopen(path, RTLD_NOW);
   if (handle_ == nullptr) {
     const char* why = ::dlerror();
@@ -63,12 +64,13 @@ std::size_t DictLibrary::copy_tables(std::span<const char> reply) {
   const std::span<DictEntry> apps = copy_table(reply, apps_, kAppCount);
   const std::span<DictEntry> groups =
       copy_table(reply.subspan(apps.size_bytes()), groups_, kGroupCount);
+  // Registered where they lie: the library keeps pointers into its arrays, not copies.
   for (DictEntry& app : apps) {
     if (app.in_use()) call<void, void*>(kRegister, &app);
   }
   for (DictEntry& group : groups) {
     if (group.in_use()) call<void, void*>(kRegister, &group);
-    group.pointer = 0;
+    group.pointer = 0;  // an address of the daemon's means nothing in this process
   }
   return apps.size_bytes() + groups.size_bytes();
 }

@@ -104,7 +104,7 @@ const char* daemon_path(Daemon daemon) {
 
 int rpc_init(const char* path, std::size_t bytes) {
   rpc_close(false);
-  session.socket = connect_to(path);
+  session.socket = connect_to(path);  // first, so that without a daemon no segment is made
   if (session.socket < 0) {
     put_message("can't connect to ", path);
     return -1;
@@ -131,6 +131,7 @@ int rpc_call(const char* path, RpcRequest& request) {
     return -1;
   }
   flush_printed();  // whoever reads it need not wait for the daemon as well
+  // One connection serves one call: the first has that of rpc_init, the others one of their own.
   if (session.socket < 0) session.socket = connect_to(path);
   if (session.socket < 0) {
     request.status = kRpcTransportFailed;
@@ -141,6 +142,7 @@ int rpc_call(const char* path, RpcRequest& request) {
   request.shmsize = rpc_shmsize();
   request.shmid = session.segment;
   request.stamp = static_cast<std::uint32_t>(std::time(nullptr));
+  // The data may lie within the area itself.
   if (copies) std::memmove(session.area, request.data, request.datalen);
   if (exchange_record(request)) {
     request.reply = session.area;
@@ -197,7 +199,7 @@ int rpc_syncdesc() {
                 static_cast<std::int32_t>(request.status), ")\n");
     return result;
   }
-  session.dict_received = true;
+  session.dict_received = true;  // also when the answer brought no tables: asking again brings none
   return 0;
 }
 
@@ -218,6 +220,7 @@ DictLibrary& session_dict() {
 
 std::span<const char> rpc_reply_bytes(const RpcRequest& request) {
   const std::span<const char> area = rpc_area();
+  // As numbers: the order of pointers into different objects is not defined.
   const auto at = reinterpret_cast<std::uintptr_t>(request.reply);
   const auto begin = reinterpret_cast<std::uintptr_t>(area.data());
   if (area.empty() || at < begin || at - begin >= area.size()) return {};

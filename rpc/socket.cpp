@@ -20,7 +20,7 @@
 namespace qsvmon {
 namespace {
 
-constexpr std::size_t kChunkBytes = 1400;
+constexpr std::size_t kChunkBytes = 1400;  // with its headers it fits an Ethernet frame
 constexpr int kWaitMs = 1000;
 constexpr int kBacklog = 1024;
 constexpr std::string_view kUdpPrefix = "udp:";
@@ -44,6 +44,7 @@ bool parse_host_port(char* text, char* colon, SocketAddress& out) {
   *colon = '\0';
   const int port = parse_atoi(colon + 1);
   if (port < 1 || port > 65535) return false;
+  // 0.0.0.0 is recognised by name, since 0 otherwise means that the text is no address.
   std::uint32_t checked = 0;
   if (std::strcmp(text, "0.0.0.0") != 0 && (parse_ipv4(text, &checked) != 0 || checked == 0)) {
     return false;
@@ -88,6 +89,7 @@ int bind_failed(int fd, std::string_view what) {
   return close_failed(fd);
 }
 
+// A client may be gone between poll and accept, which would then wait for another one.
 int set_nonblocking(int fd) {
   int on = 1;
   ::ioctl(fd, FIONBIO, &on);
@@ -101,6 +103,7 @@ int connect_address(int fd, const SocketAddress& address) {
 
 bool bind_address(int fd, const SocketAddress& address) {
   const int on = 1;
+  // So that a daemon that is started again can bind its port at once.
   if (address.family() == AF_INET) ::setsockopt(fd, SOL_SOCKET, SO_REUSEPORT, &on, sizeof on);
   return ::bind(fd, address.get(), address.length) == 0;
 }
@@ -125,6 +128,7 @@ int socket_listen(char* text) {
   if (fd < 0) {
     return failed("socket_listen: socket fail with ", error_text(), ", path=", whole, '\n');
   }
+  // The file that an ended daemon left behind would make bind fail.
   if (address.family() == AF_UNIX) ::unlink(text);
   if (!bind_address(fd, address)) {
     return bind_failed(fd, address.family() == AF_UNIX ? "bind unix fail " : "bind tcp fail ");

@@ -18,6 +18,7 @@ using enum Exchange::Output;
 
 constexpr char kQsv[] = "qsviptable";
 
+// Words come with their key or bare: "tid=5 ip=10.1.1.1" and "5 10.1.1.1" ask for the same.
 bool holds_equals(const char* word) {
   return std::strchr(word, '=') != nullptr;
 }
@@ -42,6 +43,7 @@ bool put_word_in_errtext(Words words, std::span<char>, RpcRequest& request) {
   return set_errtext(request, words[0]);
 }
 
+// This code has fields of the record for both arguments.
 bool put_matchtest(Words words, std::span<char>, RpcRequest& request) {
   request.argval = static_cast<std::uint32_t>(parse_atoi(words[0]));
   return set_errtext(request, words[1]);
