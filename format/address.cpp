@@ -139,9 +139,9 @@ constexpr OctetTexts make_octet_texts() {
 
 constexpr OctetTexts kOctets = make_octet_texts();
 
-/// "00-" to "ff-".
+/// "00-" to "ff-" and a NUL: four bytes are copied at once.
 struct HexBytes {
-  char text[256][3];
+  char text[256][4];
 };
 
 constexpr HexBytes make_hex_bytes() {
@@ -252,7 +252,7 @@ char* format_ipv4(char* dst, std::uint32_t host) {
 }
 
 char* format_mac(char* dst, const std::uint8_t* mac6) {
-  for (int i = 0; i < 5; ++i, dst += 3) std::memcpy(dst, kHexBytes.text[mac6[i]], 3);
+  for (int i = 0; i < 5; ++i, dst += 3) std::memcpy(dst, kHexBytes.text[mac6[i]], 4);
   std::memcpy(dst, kHexBytes.text[mac6[5]], 2);
   return dst + 2;
 }

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace qsvmon {
 
@@ -30,5 +31,26 @@ int format_bytes(std::uint64_t value, char* dst, std::size_t size);
 
 /// As `format_bytes` in decimal units: "1.50M " from 1000000, "1.50K " from 1000, else "999 ".
 int format_count(std::uint64_t value, char* dst, std::size_t size);
+
+/// "00" to "99".
+struct TwoDigits {
+  constexpr TwoDigits() {
+    for (int i = 0; i < 100; ++i) {
+      text[i][0] = static_cast<char>('0' + i / 10);
+      text[i][1] = static_cast<char>('0' + i % 10);
+    }
+  }
+  char text[100][2]{};
+};
+
+/// Writes a value below 100 with two digits and returns their end.
+inline char* write_two_digits(char* at, unsigned value) {
+  static constexpr TwoDigits kTwoDigits;
+  std::memcpy(at, kTwoDigits.text[value], 2);
+  return at + 2;
+}
+
+/// Writes a value in decimal, at most 10 digits without a NUL, and returns their end.
+char* write_decimal(char* at, std::uint32_t value);
 
 }  // namespace qsvmon

@@ -3,9 +3,11 @@
 #include <charconv>
 #include <concepts>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <string_view>
 
+#include "format/number.h"
 #include "format/printer.h"
 
 namespace qsvmon {
@@ -25,7 +27,9 @@ class RowText {
   /// `char* write_value(char* at, T)` beside it, which writes it and returns its end.
   template <class... Parts>
   void put(const Parts&... parts) {
-    ((at_ = write(at_, parts)), ...);
+    char* at = at_;  // no byte that is written can change it, as it could the member
+    ((at = write(at, parts)), ...);
+    at_ = at;
   }
 
  private:
@@ -34,6 +38,13 @@ class RowText {
     std::memcpy(at, literal, Size - 1);
     return at + Size - 1;
   }
+  /// Not inlined: where a compiler sees that a length has a bound, as one of 8 bits has, it may
+  /// copy by `rep movs`, which takes longer to begin than memcpy for all of a file name: 15 ns a
+  /// row.
+  [[gnu::noinline]] static char* write_text(char* at, std::string_view text) {
+    if (!text.empty()) std::memcpy(at, text.data(), text.size());
+    return at + text.size();
+  }
   template <class Part>
   static char* write(char* at, const Part& part) {
     if constexpr (std::unsigned_integral<Part>) {
@@ -41,10 +52,10 @@ class RowText {
         *at = static_cast<char>('0' + part);
         return at + 1;
       }
+      if (part <= 0xFFFFFFFF) return write_decimal(at, static_cast<std::uint32_t>(part));
       return std::to_chars(at, at + 20, part).ptr;
     } else if constexpr (std::same_as<Part, std::string_view>) {
-      if (!part.empty()) std::memcpy(at, part.data(), part.size());
-      return at + part.size();
+      return write_text(at, part);
     } else {
       return write_value(at, part);
     }

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <ctime>
 
+#include "format/number.h"
 #include "format/printer.h"
 
 namespace qsvmon {
@@ -100,25 +101,8 @@ std::int32_t cached_offset(std::uint32_t seconds) {
   return slot.offset_secs;
 }
 
-struct TwoDigits {
-  char text[100][2];
-};
-
-constexpr TwoDigits make_two_digits() {
-  TwoDigits t{};
-  for (int i = 0; i < 100; ++i) {
-    t.text[i][0] = static_cast<char>('0' + i / 10);
-    t.text[i][1] = static_cast<char>('0' + i % 10);
-  }
-  return t;
-}
-
-constexpr TwoDigits kTwoDigits = make_two_digits();
-
-/// Writes a value below 100.
 char* put_two(char* dst, int value) {
-  std::memcpy(dst, kTwoDigits.text[value], 2);
-  return dst + 2;
+  return write_two_digits(dst, static_cast<unsigned>(value));
 }
 
 char* put_date(char* dst, const LocalTime& t) {

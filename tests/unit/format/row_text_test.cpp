@@ -27,6 +27,28 @@ TEST(RowText, PartsStandBehindEachOther) {
             "behind");
 }
 
+// Where the number of digits changes, and where fours of digits begin.
+TEST(RowText, NumbersOfEveryLength) {
+  MemoryPrinter out;
+  {
+    RowText row(out, 400);
+    const auto put = [&](auto number) { row.put(number, " "); };
+    for (const std::uint32_t n : {9U, 10U, 99U, 100U, 999U, 1000U, 1009U, 9999U, 10000U, 10001U}) {
+      put(n);
+    }
+    for (const std::uint32_t n : {99999U, 100000U, 999999U, 1000000U, 9999999U, 10000000U}) put(n);
+    for (const std::uint32_t n : {99999999U, 100000000U, 999999999U, 1000000000U}) put(n);
+    put(std::uint64_t{4294967295U});
+    put(std::uint64_t{4294967296U});
+    put(std::uint64_t{18446744073709551615U});
+    put(std::uint8_t{255});
+  }
+  EXPECT_EQ(out.str(),
+            "9 10 99 100 999 1000 1009 9999 10000 10001 99999 100000 999999 1000000 9999999 "
+            "10000000 99999999 100000000 999999999 1000000000 4294967295 4294967296 "
+            "18446744073709551615 255 ");
+}
+
 TEST(RowText, RowsComeOutInOrderHoweverMany) {
   MemoryPrinter out;
   std::string expected;
