@@ -315,7 +315,7 @@ void print_address_plainly(std::FILE* out, const char* format, std::uint32_t net
 }
 
 /// The same row, member by member through the C library.
-void print_row_plainly(std::FILE* out, const LoginEntry& r) {
+void print_row_plainly(std::FILE* out, const PackedLogin& r) {
   std::fprintf(out, "{");
   print_address_plainly(out, "\"src_ip\":\"%s\"", r.head.sip_net);
   std::fprintf(out, ",\"src_port\":%d", __builtin_bswap16(r.head.sport_net));
@@ -336,9 +336,9 @@ void print_row_plainly(std::FILE* out, const LoginEntry& r) {
   print_label_plainly(out, "srcip_desc", &sip, 4);
   print_label_plainly(out, "dstip_desc", &dip, 4);
   print_label_plainly(out, "ipmac_desc", r.head.mac, kDescFamilyMac);
-  std::fprintf(out, ",\"user\":\"%.*s\"", static_cast<int>(r.user.size()), r.user.data());
+  std::fprintf(out, ",\"user\":\"%.*s\"", static_cast<int>(r.user().size()), r.user().data());
   std::fprintf(out, ",\"optype\":\"%s\"", ftp_verb(r.code).data());
-  std::fprintf(out, ",\"name\":\"%.*s\"", static_cast<int>(r.text.size()), r.text.data());
+  std::fprintf(out, ",\"name\":\"%.*s\"", static_cast<int>(r.text().size()), r.text().data());
   std::fprintf(out, "}");
 }
 
@@ -367,7 +367,7 @@ void BM_ftp_rows_printf_localtime(benchmark::State& state) {
     std::fprintf(null, "{\"data\":[");
     for (std::uint32_t at = 0; at < kFtpRows; ++at) {
       if (at > 0) std::fprintf(null, ",");
-      print_row_plainly(null, LoginEntry(list[at]));
+      print_row_plainly(null, packed_login(list[at]));
     }
     std::fprintf(null, "],\"count\":%u}", kFtpRows);
   }

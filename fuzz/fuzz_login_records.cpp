@@ -40,8 +40,8 @@ void list_records(const std::uint8_t* data, std::size_t size, PageRange range) {
     LoginFold<Record>(all).add({&record, 1});
     Row row;
     MemoryPrinter out;
-    const PackedLogin packed(record);
-    if (row.load(packed.bytes())) row.print(out);
+    char room[kPackRoom<Record>];
+    if (row.load({room, pack_login(room, record)})) row.print(out);
   }
   for (RecordList* list : {&page, &all}) {
     list->sort();

@@ -43,25 +43,26 @@ RecordList::~RecordList() {
   memory_.free(spare_, room_ * sizeof *spare_);
 }
 
-void RecordList::keep(std::uint32_t key, std::span<const char> record) {
-  std::uint32_t place = 0;
-  std::uint16_t mark = kNotAsked;
-  if (asks_at_once_) {
-    mark = is_hidden_(record) ? kHidden : kShown;
-    if (mark == kHidden) record = {};
-  }
-  if (size_ == room_ && !grow_items()) return;
-  if (!records_.add(record, place)) return;
-  records_.set_mark(place, mark);
-  items_[size_++] = std::uint64_t{~key} << 32 | place;
-  ++count_;
-  if (size_ == drop_at_) drop_what_lies_behind();
+void RecordList::append(std::uint32_t key, std::span<const char> record) {
+  if (lies_behind(key)) return count_behind(1);
+  char* const at = room(record.size());
+  if (at == nullptr) return;
+  std::memcpy(at, record.data(), record.size());
+  append(key, record.size());
+}
+
+/// Appends a record, but of a hidden one its key alone. The room is still the same one.
+void RecordList::append_asked(std::uint32_t key, std::size_t bytes) {
+  const bool hidden = is_hidden_({records_.room(bytes), bytes});
+  const std::uint32_t place = records_.add(hidden ? 0 : bytes);
+  records_.set_mark(place, hidden ? kHidden : kShown);
+  add_item(key, place);
 }
 
 bool RecordList::grow_items() {
   const std::size_t room = room_ == 0 ? kWorthDropping : room_ * 2;
-  auto* grown =
-      static_cast<std::uint64_t*>(memory_.allocate(room * sizeof *items_, Pages::kOnTouch));
+  const Pages pages = room * sizeof *items_ < kLargePageBytes ? Pages::kOnTouch : Pages::kWhole;
+  auto* grown = static_cast<std::uint64_t*>(memory_.allocate(room * sizeof *items_, pages));
   if (grown == nullptr) return false;
   if (size_ != 0) std::memcpy(grown, items_, size_ * sizeof *items_);
   memory_.free(items_, room_ * sizeof *items_);

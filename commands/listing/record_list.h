@@ -37,18 +37,22 @@ class RecordList {
     return has_last_key_ && key <= last_key_;  // of equal keys those that came first are in front
   }
 
-  /// Adds a record of 1 to RecordStore::kMaxRecordBytes bytes; where lies_behind(key), `record` may
-  /// be empty.
-  /// KEEP: without memory for it the record is dropped, silently and uncounted.
-  void append(std::uint32_t key, std::span<const char> record) {
-    if (lies_behind(key)) {
-      ++count_;
-    } else {
-      keep(key, record);
-    }
+  /// Room for a record of at most `most` bytes (up to RecordStore::kMaxRecordBytes), which is
+  /// written into it and then appended. Valid until the next call. Null without memory.
+  /// KEEP: the caller then drops the record, silently and uncounted.
+  char* room(std::size_t most) {
+    return size_ < room_ || grow_items() ? records_.room(most) : nullptr;
   }
 
-  /// Counts records that lie behind the page without looking at them.
+  /// Appends the record that the first `bytes` bytes (above 0) of the last `room` are.
+  void append(std::uint32_t key, std::size_t bytes) {
+    if (asks_at_once_) return append_asked(key, bytes);
+    add_item(key, records_.add(bytes));
+  }
+  /// The same for a record that lies elsewhere, which is counted alone where lies_behind(key).
+  void append(std::uint32_t key, std::span<const char> record);
+
+  /// Counts records that lie behind the page, for which nothing is appended.
   void count_behind(std::uint32_t records) { count_ += records; }
 
   /// Sorts the stored records. Call it once, when all have been appended.
@@ -69,7 +73,12 @@ class RecordList {
  private:
   static std::uint32_t place_of(std::uint64_t item) { return static_cast<std::uint32_t>(item); }
 
-  void keep(std::uint32_t key, std::span<const char> record);
+  void add_item(std::uint32_t key, std::uint32_t place) {
+    items_[size_++] = std::uint64_t{~key} << 32 | place;
+    ++count_;
+    if (size_ == drop_at_) drop_what_lies_behind();
+  }
+  void append_asked(std::uint32_t key, std::size_t bytes);
   bool grow_items();
   std::uint32_t needed();
   bool hides(std::uint32_t place);

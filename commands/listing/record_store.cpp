@@ -9,12 +9,6 @@ RecordStore::~RecordStore() {
   memory_.free(chunks_, kMaxChunks * sizeof *chunks_);
 }
 
-/// Where a record of `units` goes: behind the last one, or at the start of the next chunk.
-std::uint64_t RecordStore::next_place(std::uint32_t units) const {
-  const std::uint64_t left = kChunkUnits - end_ % kChunkUnits;
-  return units <= left ? end_ : end_ + left;
-}
-
 bool RecordStore::add_chunk() {
   if (chunk_count_ == kMaxChunks) return false;
   if (chunks_ == nullptr) {
@@ -26,18 +20,6 @@ bool RecordStore::add_chunk() {
       memory_.allocate(kChunkBytes, chunk_count_ == 0 ? Pages::kOnTouch : Pages::kWhole);
   if (chunk == nullptr) return false;
   chunks_[chunk_count_++] = static_cast<char*>(chunk);
-  return true;
-}
-
-bool RecordStore::add(std::span<const char> record, std::uint32_t& place) {
-  const std::uint32_t units = units_of(record.size());
-  const std::uint64_t next = next_place(units);
-  if (next / kChunkUnits == chunk_count_ && !add_chunk()) return false;
-  end_ = next + units;
-  place = static_cast<std::uint32_t>(next);
-  Head* const head = at(place);
-  *head = {static_cast<std::uint16_t>(record.size()), 0};
-  if (!record.empty()) std::memcpy(head + 1, record.data(), record.size());
   return true;
 }
 

@@ -19,8 +19,21 @@ class RecordStore {
   RecordStore& operator=(const RecordStore&) = delete;
   ~RecordStore();
 
-  /// Copies `record` (at most kMaxRecordBytes) behind the others. False without memory.
-  bool add(std::span<const char> record, std::uint32_t& place);
+  /// Room behind the others for a record of at most `most` bytes (up to kMaxRecordBytes), which is
+  /// written into it and then added. Valid until the next call; null without memory.
+  char* room(std::size_t most) {
+    end_ = next_place(units_of(most));
+    if (end_ / kChunkUnits == chunk_count_ && !add_chunk()) return nullptr;
+    return reinterpret_cast<char*>(at(static_cast<std::uint32_t>(end_)) + 1);
+  }
+
+  /// Adds the record that the first `bytes` bytes of the last `room` are, and returns its place.
+  std::uint32_t add(std::size_t bytes) {
+    const auto place = static_cast<std::uint32_t>(end_);
+    *at(place) = {static_cast<std::uint16_t>(bytes), 0};
+    end_ += units_of(bytes);
+    return place;
+  }
 
   std::span<const char> operator[](std::uint32_t place) const {
     const Head* head = at(place);
@@ -57,7 +70,11 @@ class RecordStore {
   Head* at(std::uint32_t place) const {
     return reinterpret_cast<Head*>(chunks_[place / kChunkUnits]) + place % kChunkUnits;
   }
-  std::uint64_t next_place(std::uint32_t units) const;
+  /// Where a record of `units` goes: behind the last one, or at the start of the next chunk.
+  std::uint64_t next_place(std::uint32_t units) const {
+    const std::uint64_t left = kChunkUnits - end_ % kChunkUnits;
+    return units <= left ? end_ : end_ + left;
+  }
   bool add_chunk();
 
   FoldMemory memory_;

@@ -7,48 +7,36 @@
 namespace qsvmon {
 namespace {
 
-/// What an entry begins with; its texts follow.
-struct [[gnu::packed]] PackedHead {
-  LoginHead head;
-  std::uint8_t code;
-  std::uint8_t text_bytes;
-  std::uint8_t user_bytes;
-};
+/// Copies a field to `at` and returns the length of its text, which is measured once: it fits the
+/// field even if the daemon changes the text meanwhile. The whole width is copied, which takes no
+/// loop; what is behind the text will be overwritten.
+template <std::size_t Width>
+std::uint8_t copy_field(char* at, const char (&field)[Width]) {
+  const std::size_t length = read_once(field_text(field).size());
+  std::memcpy(at, field, Width);
+  return static_cast<std::uint8_t>(length);
+}
+
+template <std::size_t TextWidth, std::size_t UserWidth>
+std::size_t pack(char* room, const LoginHead& head, std::uint8_t code,
+                 const char (&text)[TextWidth], const char (&user)[UserWidth]) {
+  char* const texts = room + sizeof(PackedLogin);
+  const std::uint8_t text_bytes = copy_field(texts, text);
+  const std::uint8_t user_bytes = copy_field(texts + text_bytes, user);
+  const std::uint8_t rest[] = {code, text_bytes, user_bytes};
+  std::memcpy(room, &head, sizeof head);
+  std::memcpy(room + sizeof head, rest, sizeof rest);
+  return sizeof(PackedLogin) + text_bytes + user_bytes;
+}
 
 }  // namespace
 
-PackedLogin::PackedLogin(const FtpLogRecord& record) {
-  pack(record.head, read_once(std::uint8_t{record.optype}), field_text(record.name),
-       field_text(record.user));
+std::size_t pack_login(char* room, const FtpLogRecord& record) {
+  return pack(room, record.head, record.optype, record.name, record.user);
 }
 
-PackedLogin::PackedLogin(const TelnetLogRecord& record) {
-  pack(record.head, read_once(std::uint8_t{record.cmdlen}), field_text(record.cmd),
-       field_text(record.user));
-}
-
-/// The lengths are read once, so that they fit the fields even if the daemon changes the texts
-/// meanwhile.
-void PackedLogin::pack(const LoginHead& head, std::uint8_t code, std::string_view text,
-                       std::string_view user) {
-  const std::size_t text_bytes = read_once(text.size());
-  const std::size_t user_bytes = read_once(user.size());
-  const PackedHead packed{head, code, static_cast<std::uint8_t>(text_bytes),
-                          static_cast<std::uint8_t>(user_bytes)};
-  char* const texts = bytes_ + sizeof packed;
-  std::memcpy(bytes_, &packed, sizeof packed);
-  std::memcpy(texts, text.data(), text_bytes);
-  std::memcpy(texts + text_bytes, user.data(), user_bytes);
-  size_ = sizeof packed + text_bytes + user_bytes;
-}
-
-LoginEntry::LoginEntry(std::span<const char> packed) {
-  PackedHead begin;
-  std::memcpy(&begin, packed.data(), sizeof begin);
-  head = begin.head;
-  code = begin.code;
-  text = {packed.data() + sizeof begin, begin.text_bytes};
-  user = {text.data() + text.size(), begin.user_bytes};
+std::size_t pack_login(char* room, const TelnetLogRecord& record) {
+  return pack(room, record.head, record.cmdlen, record.cmd, record.user);
 }
 
 }  // namespace qsvmon

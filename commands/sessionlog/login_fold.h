@@ -12,34 +12,36 @@
 
 namespace qsvmon {
 
-/// An FTP or Telnet record as a list stores it: its texts in their real length, which takes a third
-/// to a half of the memory of their fields.
-struct LoginEntry {
-  LoginHead head{};
-  std::uint8_t code = 0;  ///< FTP: `optype`, Telnet: `cmdlen`
-  std::string_view text;  ///< FTP: `name`, Telnet: `cmd`
-  std::string_view user;
+/// An FTP or Telnet record as a list stores it, its texts behind it in their real length: that
+/// takes a third to a half of the memory of their fields.
+struct [[gnu::packed]] PackedLogin {
+  LoginHead head;
+  std::uint8_t code;  ///< FTP: `optype`, Telnet: `cmdlen`
+  std::uint8_t text_bytes;
+  std::uint8_t user_bytes;
 
-  LoginEntry() = default;
-  /// Reads what `PackedLogin` wrote; the texts lie in it.
-  explicit LoginEntry(std::span<const char> packed);
-};
-
-/// The bytes of an entry: a head with the lengths of both texts, then the texts.
-class PackedLogin {
- public:
-  /// The record may lie in the shared area.
-  explicit PackedLogin(const FtpLogRecord& record);
-  explicit PackedLogin(const TelnetLogRecord& record);
-
-  std::span<const char> bytes() const { return {bytes_, size_}; }
+  /// FTP: `name`, Telnet: `cmd`.
+  std::string_view text() const { return {texts(), text_bytes}; }
+  std::string_view user() const { return {texts() + text_bytes, user_bytes}; }
 
  private:
-  void pack(const LoginHead& head, std::uint8_t code, std::string_view text, std::string_view user);
-
-  std::size_t size_ = 0;
-  char bytes_[sizeof(TelnetLogRecord) + 2];  ///< two lengths beside the longest
+  const char* texts() const { return reinterpret_cast<const char*>(this) + sizeof *this; }
 };
+static_assert(sizeof(PackedLogin) == 29 && alignof(PackedLogin) == 1);
+
+/// The record that a list stores as `bytes`.
+inline const PackedLogin& packed_login(std::span<const char> bytes) {
+  return *reinterpret_cast<const PackedLogin*>(bytes.data());
+}
+
+/// Bytes that `pack_login` may write to.
+template <class Record>
+constexpr std::size_t kPackRoom = sizeof(PackedLogin) + sizeof(Record);
+
+/// Packs a record, which may lie in the shared area, at `room` (kPackRoom bytes) and returns how
+/// many bytes it has.
+std::size_t pack_login(char* room, const FtpLogRecord& record);
+std::size_t pack_login(char* room, const TelnetLogRecord& record);
 
 /// Collects FTP or Telnet records: appends every one to a list that is sorted by their time. A fold
 /// in its interface alone, `add` as `fold_all` calls it; records are not summed up, each is a row.
@@ -50,6 +52,10 @@ class LoginFold {
   explicit LoginFold(RecordList& list) : list_(list) {}
 
   void add(std::span<const Record> records) {
+    if (list_.page().end >= kBlockRecords) {  // a block has none to leave out
+      for (const Record& record : records) add_one(record);
+      return;
+    }
     while (!records.empty()) {
       const std::size_t count = records.size() < kBlockRecords ? records.size() : kBlockRecords;
       add_block(records.first(count));
@@ -72,9 +78,18 @@ class LoginFold {
     const std::uint32_t kept = keep_first({chosen_, count}, list_.page().end);
     list_.count_behind(static_cast<std::uint32_t>(records.size()) - kept);
     for (const std::uint64_t item : std::span(chosen_, kept)) {
-      const Record& record = records[static_cast<std::uint32_t>(item)];
-      list_.append(~static_cast<std::uint32_t>(item >> 32), PackedLogin(record).bytes());
+      append(~static_cast<std::uint32_t>(item >> 32), records[static_cast<std::uint32_t>(item)]);
     }
+  }
+
+  void add_one(const Record& record) {
+    const std::uint32_t time = read_once(std::uint32_t{record.head.time});
+    list_.lies_behind(time) ? list_.count_behind(1) : append(time, record);
+  }
+
+  void append(std::uint32_t time, const Record& record) {
+    char* const room = list_.room(kPackRoom<Record>);
+    if (room != nullptr) list_.append(time, pack_login(room, record));
   }
 
   RecordList& list_;

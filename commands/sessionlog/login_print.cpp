@@ -19,27 +19,27 @@ Endpoints endpoints_of(const LoginHead& head) {
 }
 
 /// All members up to "user".
-void print_head(RowText& row, const LoginEntry& entry) {
-  const Endpoints endpoints = endpoints_of(entry.head);
+void print_head(RowText& row, const PackedLogin& login) {
+  const Endpoints endpoints = endpoints_of(login.head);
   const EndpointLabels labels(endpoints);
   row.put("{");
   print_endpoints(row, endpoints);
   print_mac(row, endpoints);
-  row.put(",\"start\":", std::uint32_t{entry.head.start});
-  print_request_time(row, entry.head.time);
+  row.put(",\"start\":", std::uint32_t{login.head.start});
+  print_request_time(row, login.head.time);
   print_labels(row, labels);
-  row.put(",\"user\":\"", entry.user, "\"");
+  row.put(",\"user\":\"", login.user(), "\"");
 }
 
 /// All cells up to the user's.
-void write_head(CsvSheet& sheet, const LoginEntry& entry) {
-  const LoginHead& head = entry.head;
+void write_head(CsvSheet& sheet, const PackedLogin& login) {
+  const LoginHead& head = login.head;
   const Endpoints endpoints = endpoints_of(head);
   csv_endpoints(sheet, endpoints, from_net16(endpoints.sport_net), from_net16(endpoints.dport_net));
   csv_text(sheet, MacText{endpoints.mac});
   csv_text(sheet, LocalTimeText{head.start});
   csv_text(sheet, LocalTimeText{head.time});
-  csv_text(sheet, entry.user);
+  csv_text(sheet, login.user());
 }
 
 // The header texts in GBK bytes.
@@ -73,14 +73,14 @@ std::string_view ftp_verb(std::uint8_t optype) {
 
 void FtpRow::print(Printer& out) const {
   RowText row(out, kSharedRowBytes + sizeof(FtpLogRecord));
-  print_head(row, entry_);
-  row.put(",\"optype\":\"", ftp_verb(entry_.code), "\",\"name\":\"", entry_.text, "\"}");
+  print_head(row, *login_);
+  row.put(",\"optype\":\"", ftp_verb(login_->code), "\",\"name\":\"", login_->text(), "\"}");
 }
 
 void FtpRow::write(CsvSheet& sheet) const {
-  write_head(sheet, entry_);
-  csv_text_as_utf8(sheet, ftp_verb(entry_.code));
-  csv_text(sheet, entry_.text);
+  write_head(sheet, *login_);
+  csv_text_as_utf8(sheet, ftp_verb(login_->code));
+  csv_text(sheet, login_->text());
 }
 
 void FtpRow::write_header(CsvSheet& sheet) {
@@ -91,13 +91,13 @@ void FtpRow::write_header(CsvSheet& sheet) {
 
 void TelnetRow::print(Printer& out) const {
   RowText row(out, kSharedRowBytes + 2 * sizeof(TelnetLogRecord));  // backslashes are doubled
-  print_head(row, entry_);
-  row.put(",\"cmd\":\"", CleanCommand{entry_.text.substr(0, entry_.code)}, "\"}");
+  print_head(row, *login_);
+  row.put(",\"cmd\":\"", CleanCommand{login_->text().substr(0, login_->code)}, "\"}");
 }
 
 void TelnetRow::write(CsvSheet& sheet) const {
-  write_head(sheet, entry_);
-  csv_text(sheet, entry_.text);
+  write_head(sheet, *login_);
+  csv_text(sheet, login_->text());
 }
 
 void TelnetRow::write_header(CsvSheet& sheet) {

@@ -15,16 +15,16 @@ namespace qsvmon {
 /// The FTP command of an operation; "NULL" for one beyond the table.
 std::string_view ftp_verb(std::uint8_t optype);
 
-/// What both kinds of rows have: the entry that they show.
+/// What both kinds of rows have: the record that they show.
 class LoginRow {
  public:
   bool load(std::span<const char> packed) {
-    entry_ = LoginEntry(packed);
+    login_ = &packed_login(packed);
     return true;
   }
 
  protected:
-  LoginEntry entry_;
+  const PackedLogin* login_ = nullptr;
 };
 
 class FtpRow : public LoginRow {

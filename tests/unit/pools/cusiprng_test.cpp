@@ -175,6 +175,25 @@ TEST_F(CusIpRng, WideAndNarrowRangesWithoutOverlap) {
   EXPECT_EQ(info(0x32000000), "low");
 }
 
+// The search begins at what an address's first 12 bits say.
+TEST_F(CusIpRng, RangesBesideAndAcrossTheFirstTwelveBits) {
+  EXPECT_EQ(line("iprng=10.15.255.240-10.15.255.254 info=before"), "");
+  EXPECT_EQ(line("iprng=10.15.255.255 info=end"), "");
+  EXPECT_EQ(line("iprng=10.16.0.0 info=begin"), "");
+  EXPECT_EQ(line("iprng=10.31.255.254-10.64.0.1 info=across"), "");
+  EXPECT_EQ(line("iprng=10.64.0.3 info=behind"), "");
+  static constexpr struct {
+    std::uint32_t ip;
+    const char* info;
+  } kCases[] = {{0x09ffffff, "(none)"}, {0x0a0fffef, "(none)"}, {0x0a0ffff0, "before"},
+                {0x0a0ffffe, "before"}, {0x0a0fffff, "end"},    {0x0a100000, "begin"},
+                {0x0a100001, "(none)"}, {0x0a1ffffd, "(none)"}, {0x0a1ffffe, "across"},
+                {0x0a200000, "across"}, {0x0a355555, "across"}, {0x0a400001, "across"},
+                {0x0a400002, "(none)"}, {0x0a400003, "behind"}, {0x0a400004, "(none)"},
+                {0xffffffff, "(none)"}};
+  for (const auto& c : kCases) EXPECT_EQ(info(c.ip), c.info) << std::hex << c.ip;
+}
+
 TEST_F(CusIpRng, ASingleRangeAtEitherEnd) {
   EXPECT_EQ(line("iprng=255.255.255.255 info=last"), "");
   EXPECT_EQ(info(0xffffffff), "last");

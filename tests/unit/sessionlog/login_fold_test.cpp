@@ -17,39 +17,50 @@ void fill(char (&field)[Width], char letter) {
   std::memset(field, letter, Width);
 }
 
-TEST(LoginFold, AnEntryHasWhatTheRecordHas) {
+template <class Record>
+std::string packed(const Record& record) {
+  char room[kPackRoom<Record>];
+  return {room, pack_login(room, record)};
+}
+
+std::uint32_t time_of(const RecordList& list, std::uint32_t position) {
+  return packed_login(list[position]).head.time;
+}
+
+TEST(LoginFold, APackedRecordHasWhatTheRecordHas) {
   FtpLogRecord record{};
   record.head.time = 7;
   record.head.mac[5] = 9;
   record.optype = 3;
   std::strcpy(record.name, "/pub/a b");
   std::strcpy(record.user, "ann");
-  const PackedLogin packed(record);
-  EXPECT_EQ(packed.bytes().size(), 29U + 8 + 3);  // the head, the operation, two lengths, the texts
-  const LoginEntry entry(packed.bytes());
-  EXPECT_EQ(std::memcmp(&record.head, &entry.head, sizeof record.head), 0);
-  EXPECT_EQ(entry.code, 3U);
-  EXPECT_EQ(entry.text, "/pub/a b");
-  EXPECT_EQ(entry.user, "ann");
+  const std::string bytes = packed(record);
+  EXPECT_EQ(bytes.size(), 29U + 8 + 3);  // the head, the operation, two lengths, the texts
+  const PackedLogin& login = packed_login(bytes);
+  EXPECT_EQ(std::memcmp(&record.head, &login.head, sizeof record.head), 0);
+  EXPECT_EQ(login.code, 3U);
+  EXPECT_EQ(login.text(), "/pub/a b");
+  EXPECT_EQ(login.user(), "ann");
 }
 
 TEST(LoginFold, TextsEndWithTheirFields) {
   FtpLogRecord ftp{};
   fill(ftp.name, 'n');
   fill(ftp.user, 'u');
-  const PackedLogin packed_ftp(ftp);
-  EXPECT_EQ(LoginEntry(packed_ftp.bytes()).text, std::string(64, 'n'));
-  EXPECT_EQ(LoginEntry(packed_ftp.bytes()).user, std::string(24, 'u'));
+  const std::string ftp_bytes = packed(ftp);
+  EXPECT_EQ(packed_login(ftp_bytes).text(), std::string(64, 'n'));
+  EXPECT_EQ(packed_login(ftp_bytes).user(), std::string(24, 'u'));
   TelnetLogRecord telnet{};
   telnet.cmdlen = 255;
   fill(telnet.cmd, 'c');
   fill(telnet.user, 'u');
-  const PackedLogin packed_telnet(telnet);
-  const LoginEntry entry(packed_telnet.bytes());
-  EXPECT_EQ(entry.code, 255U);
-  EXPECT_EQ(entry.text, std::string(129, 'c'));
-  EXPECT_EQ(entry.user, std::string(32, 'u'));
-  EXPECT_EQ(LoginEntry(PackedLogin(TelnetLogRecord{}).bytes()).text, "");
+  const std::string telnet_bytes = packed(telnet);
+  const PackedLogin& login = packed_login(telnet_bytes);
+  EXPECT_EQ(login.code, 255U);
+  EXPECT_EQ(login.text(), std::string(129, 'c'));
+  EXPECT_EQ(login.user(), std::string(32, 'u'));
+  const std::string empty = packed(TelnetLogRecord{});
+  EXPECT_EQ(packed_login(empty).text(), "");
 }
 
 TEST(LoginFold, EveryRecordIsCountedAndThoseOfThePageAreKept) {
@@ -61,8 +72,8 @@ TEST(LoginFold, EveryRecordIsCountedAndThoseOfThePageAreKept) {
   list.sort();
   EXPECT_EQ(list.count(), 9000U);
   EXPECT_LT(list.size(), 4096U);
-  EXPECT_EQ(std::uint32_t{LoginEntry(list[0]).head.time}, 8999U);
-  EXPECT_EQ(std::uint32_t{LoginEntry(list[1]).head.time}, 8998U);
+  EXPECT_EQ(time_of(list, 0), 8999U);
+  EXPECT_EQ(time_of(list, 1), 8998U);
 }
 
 // Blocks of 4096 records are looked through before any is copied.
@@ -78,7 +89,7 @@ TEST(LoginFold, OfEqualTimesTheFirstThatCameAreShown) {
   list.sort();
   EXPECT_EQ(list.count(), 10000U);
   for (std::uint32_t at = 0; at < 5; ++at) {
-    EXPECT_EQ(std::uint32_t{LoginEntry(list[at]).head.start}, 2 + 3 * at);
+    EXPECT_EQ(std::uint32_t{packed_login(list[at]).head.start}, 2 + 3 * at);
   }
 }
 
@@ -91,9 +102,24 @@ TEST(LoginFold, ThePageOfScatteredTimesIsThatOfAllRecords) {
   fold.add(records);
   list.sort();
   EXPECT_EQ(list.count(), 10000U);
-  EXPECT_EQ(std::uint32_t{LoginEntry(list[4000]).head.time}, 5999U);
-  EXPECT_EQ(std::uint32_t{LoginEntry(list[4001]).head.time}, 5998U);
-  EXPECT_EQ(std::uint32_t{LoginEntry(list[4002]).head.time}, 5997U);
+  EXPECT_EQ(time_of(list, 4000), 5999U);
+  EXPECT_EQ(time_of(list, 4001), 5998U);
+  EXPECT_EQ(time_of(list, 4002), 5997U);
+}
+
+// A page of 4096 records or more leaves none of a block out: each is appended by itself.
+TEST(LoginFold, ALongPageIsThatOfAllRecordsToo) {
+  RecordList list({4094, 4097});
+  LoginFold<FtpLogRecord> fold(list);
+  std::vector<FtpLogRecord> records(20000);
+  for (std::uint32_t i = 0; i < 20000; ++i) records[i].head.time = i * 7919 % 20000;
+  fold.add(records);
+  list.sort();
+  EXPECT_EQ(list.count(), 20000U);
+  EXPECT_LT(list.size(), 20000U);
+  EXPECT_EQ(time_of(list, 4094), 15905U);
+  EXPECT_EQ(time_of(list, 4095), 15904U);
+  EXPECT_EQ(time_of(list, 4096), 15903U);
 }
 
 // A daemon may be writing the area: texts that grow or shrink meanwhile stay within the entry.
@@ -110,10 +136,10 @@ TEST(LoginFold, RecordsMayChangeWhileTheyAreRead) {
     RecordList list({0, 1});
     LoginFold<TelnetLogRecord>(list).add({&record, 1});
     ASSERT_EQ(list.count(), 1U);
-    const LoginEntry entry(list[0]);
-    ASSERT_EQ(list[0].size(), 29 + entry.text.size() + entry.user.size());
-    ASSERT_LE(entry.text.size(), sizeof record.cmd);
-    ASSERT_LE(entry.user.size(), sizeof record.user);
+    const PackedLogin& login = packed_login(list[0]);
+    ASSERT_EQ(list[0].size(), 29 + login.text().size() + login.user().size());
+    ASSERT_LE(login.text().size(), sizeof record.cmd);
+    ASSERT_LE(login.user().size(), sizeof record.user);
   }
   done = true;
   daemon.join();

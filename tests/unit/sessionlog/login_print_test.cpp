@@ -52,9 +52,9 @@ TelnetLogRecord telnet(int cmdlen, std::string_view cmd, std::string_view user) 
 
 template <class Row>
 std::string json(const typename Row::Record& record) {
-  const PackedLogin packed(record);
+  char room[kPackRoom<typename Row::Record>];
   Row row;
-  EXPECT_TRUE(row.load(packed.bytes()));
+  EXPECT_TRUE(row.load({room, pack_login(room, record)}));
   MemoryPrinter out;
   row.print(out);
   return out.str();
