@@ -45,14 +45,24 @@ int load_ranges() {
   return 0;
 }
 
-/// The label that the ranges or, outside of them, the assets give an IPv4 address; or null.
-const char* range_or_asset_label(const void* addr) {
-  std::uint32_t net = 0;
-  std::memcpy(&net, addr, sizeof net);
+/// The label that the ranges or, outside of them, the assets give an IPv4 address (network order);
+/// or null. They are asked after the pool of descriptions, and not where that one is missing.
+const char* range_or_asset_label(std::uint32_t net) {
+  if (!ipmacdesc_ready()) return nullptr;
   const std::uint32_t ip = from_net32(net);
   if (const CusIpRange* range = cusiprng_find(ip)) return cusiprng_info(*range)->info;
   const AssetsObject* const object = assetsobj_find_ip(ip);
   return object == nullptr ? nullptr : object->name;
+}
+
+const char* description(const void* key, std::size_t len) {
+  const IpMacDesc* const entry = ipmacdesc_find(key, len);
+  return entry == nullptr ? nullptr : entry->desc;
+}
+
+const char* address_label(std::uint32_t net) {
+  const char* const text = description(&net, kIpv4KeyLen);
+  return text != nullptr ? text : range_or_asset_label(net);
 }
 
 }  // namespace
@@ -65,26 +75,21 @@ int desc_pools_init() {
   return assetsdesc_init();
 }
 
-const char* desc_label(const void* addr, int family) {
-  if (!ipmacdesc_ready()) return nullptr;
-  const std::size_t len = family == kDescFamilyMac ? kMacKeyLen : kIpv4KeyLen;
-  if (const IpMacDesc* entry = ipmacdesc_find(addr, len)) return entry->desc;
-  return family == kDescFamilyMac ? nullptr : range_or_asset_label(addr);
-}
-
 char* desc_lookup(const void* addr, int family, char* dest, std::size_t size) {
-  if (!ipmacdesc_ready()) return nullptr;
-  const std::size_t len = family == kDescFamilyMac ? kMacKeyLen : kIpv4KeyLen;
-  if (ipmacdesc_getdesc(addr, len, dest, size) == 0) return dest;
-  const char* const label = family == kDescFamilyMac ? nullptr : range_or_asset_label(addr);
+  const bool is_mac = family == kDescFamilyMac;
+  if (ipmacdesc_getdesc(addr, is_mac ? kMacKeyLen : kIpv4KeyLen, dest, size) == 0) return dest;
+  if (is_mac) return nullptr;
+  std::uint32_t net = 0;
+  std::memcpy(&net, addr, sizeof net);
+  const char* const label = range_or_asset_label(net);
   if (label == nullptr) return nullptr;
   copy_text(dest, label, size);
   return dest;
 }
 
-AddressLabel::AddressLabel(std::uint32_t net) : AddressLabel(desc_label(&net, kDescFamilyIpv4)) {}
+AddressLabel::AddressLabel(std::uint32_t net) : AddressLabel(address_label(net)) {}
 
-MacLabel::MacLabel(const std::uint8_t* mac) : AddressLabel(desc_label(mac, kDescFamilyMac)) {}
+MacLabel::MacLabel(const std::uint8_t* mac) : AddressLabel(description(mac, kMacKeyLen)) {}
 
 char* write_value(char* at, AddressLabel label) {
   static_assert(sizeof CusIpInfo::info <= kLabelRoom && sizeof AssetsObject::name <= kLabelRoom &&

@@ -19,25 +19,21 @@ constexpr int kDescFamilyIpv4 = 4;
 /// A second call makes fresh pools; pointers into the earlier ones stay valid.
 int desc_pools_init();
 
-/// The label of an address, NUL-terminated, or null when there is none. `addr` points at the 6
+/// Copies the label of an address to `dest`, cut to `size` - 1 characters and NUL-terminated.
+/// Returns `dest`, or null with `dest` untouched when there is no label. `addr` points at the 6
 /// bytes of a MAC (`family` kDescFamilyMac) or the 4 bytes of an IPv4 address in network order. The
 /// operator's description comes first, for IPv4 then the custom range that contains the address,
-/// then the asset object with the address. Valid until that label is changed or
-/// `desc_pools_release`.
-const char* desc_label(const void* addr, int family);
-
-/// Copies an address's `desc_label` to `dest`, cut to `size` - 1 characters and NUL-terminated.
-/// Returns `dest`, or null with `dest` untouched when there is no label.
+/// then the asset object with the address. Several threads may call it while descriptions change.
 char* desc_lookup(const void* addr, int family, char* dest, std::size_t size);
 
 /// Every label is shorter.
 constexpr std::size_t kLabelRoom = 64;
 
-/// The label of an address as a value to print: `out.put("...", AddressLabel{net}, "...")`. Without
-/// a label nothing is printed. The constructor looks the address up, in every pool up to the one
-/// that has the label, and prefetches the text: a row that makes its labels before it prints the
-/// members in front of them does not wait for the text (full pools: 330 against 400 ns a row). The
-/// text stays in its pool; valid as long as what `desc_label` returns.
+/// The same label as a value to print: `out.put("...", AddressLabel{net}, "...")`. Without a label
+/// nothing is printed. The constructor looks the address up, in every pool up to the one that has
+/// the label, and prefetches the text: a row that makes its labels before it prints the members in
+/// front of them does not wait for the text (full pools: 330 against 400 ns a row). The text stays
+/// in its pool, valid until that label is changed or `desc_pools_release`.
 class AddressLabel {
  public:
   explicit AddressLabel(std::uint32_t net);  ///< IPv4, network order

@@ -35,6 +35,11 @@ struct IpMacPool {
 
 constinit PoolHolder<IpMacPool> holder;
 
+/// Needs no lock.
+std::uint32_t count_of(const IpMacPool& pool) {
+  return __atomic_load_n(&pool.count, __ATOMIC_RELAXED);
+}
+
 bool is_key_len(std::size_t len) {
   return len == kIpv4KeyLen || len == kMacKeyLen;
 }
@@ -77,7 +82,7 @@ IpMacDesc* find_in_chain(IpMacPool& pool, const Place& place, const void* key, s
 template <class Result, class Use>
 Result with_entry(const void* key, std::size_t len, Result absent, const Use& use) {
   IpMacPool* const pool = holder.get();
-  if (pool == nullptr || !is_key_len(len)) return absent;
+  if (pool == nullptr || count_of(*pool) == 0 || !is_key_len(len)) return absent;
   const Place place = place_of(*pool, key, len);
   if (!may_hold(place)) return absent;
   const SpinGuard guard(pool->lock);
@@ -88,7 +93,7 @@ Result with_entry(const void* key, std::size_t len, Result absent, const Use& us
 /// The next free entry, counted and put at the head of a bucket's chain; or null.
 IpMacDesc* add_entry(IpMacPool& pool, const Place& place) {
   if (pool.high_water == kIpMacEntries) return nullptr;
-  ++pool.count;
+  __atomic_store_n(&pool.count, pool.count + 1, __ATOMIC_RELAXED);
   IpMacDesc& entry = pool.entries[pool.high_water++];
   Bucket& bucket = place.bucket;
   entry.next = bucket.head == 0 ? nullptr : &pool.entries[bucket.head - 1];
@@ -151,10 +156,7 @@ bool ipmacdesc_ready() {
 }
 
 std::uint32_t ipmacdesc_count() {
-  IpMacPool* const pool = holder.get();
-  if (pool == nullptr) return 0;
-  const SpinGuard guard(pool->lock);
-  return pool->count;
+  return holder.get() == nullptr ? 0 : count_of(*holder.get());
 }
 
 IpMacDesc* ipmacdesc_find(const void* key, std::size_t len) {

@@ -14,15 +14,6 @@
 namespace qsvmon {
 namespace {
 
-constexpr std::size_t kLabelBytes = 64;
-
-/// A member whose value is the pools' label of an address, empty when they have none.
-void print_label(Printer& out, std::string_view member, const void* address, int family) {
-  char label[kLabelBytes];
-  const char* text = desc_lookup(address, family, label, sizeof label);
-  out.put(member, text ? text : "", "\"");
-}
-
 void print_signs(Printer& out, unsigned sign) {
   const auto flag = [sign](unsigned bit) { return (sign >> bit) & 1U ? '1' : '0'; };
   out.put(",\"src_sign\":\"", flag(0), "\",\"dst_sign\":\"", flag(1), "\",\"dns_sign\":\"", flag(2),
@@ -90,11 +81,9 @@ void print_detail_row(Printer& out, const MalcEvent& event) {
           dict_appcname(apid), "\",\"mac\":\"", MacText{event.mac}, "\",\"req_time\":\"",
           LocalTimeText{event.time_secs}, "\",\"time\":", std::uint32_t{event.time_secs},
           ",\"proto\":", event.proto, ",\"bitmap\":", std::uint64_t{event.bitmap}, ",\"host\":\"",
-          event.host_len == 0 ? std::string_view() : field_text(event.host), "\"");
-  print_label(out, ",\"srcip_desc\":\"", &src_net, kFamilyIpv4);
-  print_label(out, ",\"dstip_desc\":\"", &dst_net, kFamilyIpv4);
-  out.put(",\"sign\":\"", event.sign, "\"");
-  print_label(out, ",\"ipmac_desc\":\"", event.mac, kDescFamilyMac);
+          event.host_len == 0 ? std::string_view() : field_text(event.host), "\",\"srcip_desc\":\"",
+          AddressLabel{src_net}, "\",\"dstip_desc\":\"", AddressLabel{dst_net}, "\",\"sign\":\"",
+          event.sign, "\",\"ipmac_desc\":\"", MacLabel{event.mac}, "\"");
   print_signs(out, event.sign);
   out.put("}");
 }
