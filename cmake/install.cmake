@@ -19,18 +19,23 @@ if(CMAKE_SYSTEM_NAME STREQUAL "FreeBSD")
   install(FILES LICENSE NEWS DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT qsvmon)
 endif()
 # bash, fish and zsh load their files by the command's name; tcsh has no such folder and sources it.
-install(FILES completions/qsvmon.bash COMPONENT qsvmon
-        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME qsvmon)
-install(FILES completions/qsvmon.fish COMPONENT qsvmon
-        DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
-install(FILES completions/qsvmon.tcsh DESTINATION ${qsvmon_examples_dir} COMPONENT qsvmon)
 # Debian's zsh looks for what packages bring in a folder of its own.
-install(CODE "set(qsvmon_zsh_dir ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
+set(qsvmon_find_zsh_dir "set(qsvmon_zsh_dir ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
 if(CMAKE_INSTALL_PREFIX STREQUAL \"/usr\" AND EXISTS /etc/debian_version)
   set(qsvmon_zsh_dir ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
-endif()" COMPONENT qsvmon)
-install(FILES completions/qsvmon.zsh COMPONENT qsvmon
-        DESTINATION "\${qsvmon_zsh_dir}" RENAME _qsvmon)
+endif()")
+function(install_completion command component)
+  install(FILES completions/${command}.bash COMPONENT ${component}
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME ${command})
+  install(FILES completions/${command}.fish COMPONENT ${component}
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
+  install(FILES completions/${command}.tcsh COMPONENT ${component}
+          DESTINATION ${qsvmon_examples_dir})
+  install(CODE "${qsvmon_find_zsh_dir}" COMPONENT ${component})
+  install(FILES completions/${command}.zsh COMPONENT ${component}
+          DESTINATION "\${qsvmon_zsh_dir}" RENAME _${command})
+endfunction()
+install_completion(qsvmon qsvmon)
 
 # The simulated appliance, which is not built for another system, looks for its data in share/qsvsim
 # and libexec/qsvsim of its prefix.
@@ -39,6 +44,7 @@ if(TARGET qsvsim)
   install(TARGETS demo_dict LIBRARY DESTINATION libexec/qsvsim COMPONENT sim)
   install(DIRECTORY sim/data DESTINATION ${CMAKE_INSTALL_DATADIR}/qsvsim COMPONENT sim)
   install(DIRECTORY docs/schema DESTINATION ${CMAKE_INSTALL_DATADIR}/qsvsim COMPONENT sim)
+  install_completion(qsvsim sim)
   install(FILES docs/qsvsim.1 docs/qsvmon-here.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
           COMPONENT sim)
 endif()

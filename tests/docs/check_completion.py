@@ -82,6 +82,12 @@ class Completion(unittest.TestCase):
             self.expect(terminal, "ho" + TAB, r"host ")
             self.expect(terminal, "pa" + TAB, r"page=")
             self.expect(terminal, "2 so" + KILL_LINE + "qsvmon unheard c" + TAB, r"unheard config ")
+            self.expect(terminal, f"{KILL_LINE}. {COMPLETIONS}/qsvsim.bash; echo re''ady\n", r"ready\n\$ $")
+            self.expect(terminal, "qsvsim --ca" + TAB, r"capture ")
+            self.expect(terminal, "/us" + TAB, r"/usr/")
+            self.expect(terminal, " --fault la" + TAB, r"late ")
+            self.expect(terminal, "--fault-" + TAB + TAB, r"--fault-after +--fault-ms")
+            self.expect(terminal, "ms 5 --data na" + TAB, r"nasty")
         finally:
             self.finish("bash", terminal)
 
@@ -97,12 +103,19 @@ class Completion(unittest.TestCase):
             self.expect(terminal, "ho" + TAB, r"host ")
             self.expect(terminal, "pa" + TAB, r"page=")
             self.expect(terminal, "2 so" + KILL_LINE + "qsvmon unheard c" + TAB, r"config ")
+            self.expect(terminal, f"{KILL_LINE}source {COMPLETIONS}/qsvsim.tcsh; echo re''ady\n", r"ready\n[#>] $")
+            self.expect(terminal, "qsvsim --ca" + TAB, r"capture ")
+            self.expect(terminal, "/us" + TAB, r"/usr/")
+            self.expect(terminal, " --fault la" + TAB, r"late ")
+            self.expect(terminal, "--fault-" + LIST, r"fault-after +fault-ms")
+            self.expect(terminal, "ms 5 --data na" + TAB, r"nasty")
         finally:
             self.finish("tcsh", terminal)
 
     def test_zsh(self):
         with tempfile.TemporaryDirectory() as scratch:
-            shutil.copy(COMPLETIONS / "qsvmon.zsh", f"{scratch}/_qsvmon")
+            for command in ("qsvmon", "qsvsim"):
+                shutil.copy(COMPLETIONS / f"{command}.zsh", f"{scratch}/_{command}")
             terminal = Terminal("zsh", "-f", "-o", "nopromptsp", "-i")
             try:
                 self.expect(terminal, "", r"\$ $")
@@ -117,17 +130,23 @@ class Completion(unittest.TestCase):
                 self.expect(terminal, "ho" + TAB, r"host ")
                 self.expect(terminal, "pa" + TAB, r"page=")
                 self.expect(terminal, "2 so" + KILL_LINE + "qsvmon unheard c" + TAB, r"onfig ")
+                self.expect(terminal, KILL_LINE + "qsvsim --ca" + TAB, r"capture ")
+                self.expect(terminal, "/us" + TAB, r"/usr/")
+                self.expect(terminal, " --fault la" + TAB, r"late ")
+                self.expect(terminal, "--fault-" + LIST, r"--fault-after", r"--fault-ms")
+                self.expect(terminal, "ms 5 --data na" + TAB, r"nasty")
             finally:
                 self.finish("zsh", terminal)
 
     def fish_offers(self, line):
         """What fish's completion offers at the end of the line, in its order."""
-        script = f"source {COMPLETIONS}/qsvmon.fish; complete --do-complete={shlex.quote(line)}"
+        files = f"source {COMPLETIONS}/qsvmon.fish; source {COMPLETIONS}/qsvsim.fish"
+        script = f"{files}; complete --do-complete={shlex.quote(line)}"
         with tempfile.TemporaryDirectory() as home:
             run = subprocess.run(["fish", "--no-config", "-c", script], capture_output=True, text=True,
                                  env=dict(os.environ, HOME=home, XDG_CONFIG_HOME=home), timeout=60)
         self.assertEqual((run.returncode, run.stderr), (0, ""))
-        return run.stdout.splitlines()
+        return [offer.split("\t")[0] for offer in run.stdout.splitlines()]  # without what it says of them
 
     def test_fish(self):
         modules = self.fish_offers("qsvmon ")
@@ -141,6 +160,11 @@ class Completion(unittest.TestCase):
         self.assertEqual(self.fish_offers("qsvmon malclog list limit=3 listtype=ho"), ["listtype=host"])
         self.assertEqual(self.fish_offers("qsvmon unheard c"), ["config"])
         self.assertEqual(self.fish_offers("qsvmon disk c"), [])
+        self.assertEqual(self.fish_offers("qsvsim --fault la"), ["late"])
+        self.assertEqual(self.fish_offers("qsvsim --seed "), [])
+        self.assertEqual(self.fish_offers("qsvsim --data na"), ["nasty"])
+        self.assertEqual(self.fish_offers("qsvsim --fault-"), ["--fault-after", "--fault-ms"])
+        self.assertIn("/usr/", self.fish_offers("qsvsim --root /us"))
 
 
 if __name__ == "__main__":

@@ -25,6 +25,10 @@ if [ -x "$1/sim/qsvsim" ]; then
   {
     printf '%s\n' bin/qsvmon-here bin/qsvsim libexec/qsvsim/dict.so
     printf '%s\n' share/man/man1/qsvmon-here.1 share/man/man1/qsvsim.1
+    echo share/bash-completion/completions/qsvsim
+    echo share/doc/qsvmon/examples/qsvsim.tcsh
+    echo share/fish/vendor_completions.d/qsvsim.fish
+    echo share/zsh/site-functions/_qsvsim
     (cd "$2" && find sim/data -type f | sed 's,^sim/,share/qsvsim/,')
     (cd "$2" && find docs/schema -type f | sed 's,^docs/,share/qsvsim/,')
   } >>"$scratch/expected"

@@ -7,7 +7,9 @@ import unittest
 
 import harness
 
-MANUAL = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../docs/qsvsim.1")
+ROOT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../..")
+MANUAL = ROOT + "/docs/qsvsim.1"
+COMPLETIONS = ROOT + "/completions/qsvsim."
 
 
 class Simulator(unittest.TestCase):
@@ -138,6 +140,18 @@ class CommandLine(Simulator):
         faults = re.findall(r"(?m)^      ([a-z]+) ", help_text)
         self.assertEqual(len(faults), 11)
         self.assertEqual(faults, re.findall(r"(?m)^\.It Cm ([a-z]+)$", manual))
+
+    def test_the_completion_files_have_every_option_and_fault_of_the_help(self):
+        help_text = self.simulator("--help").stdout
+        options = set(re.findall(r"--([a-z-]+)", help_text))
+        faults = " ".join(re.findall(r"(?m)^      ([a-z]+) ", help_text))
+        for shell in ("bash", "fish", "tcsh", "zsh"):
+            with self.subTest(shell), open(COMPLETIONS + shell) as file:
+                text = file.read()
+                listed = re.search(r"c/--/\((.*)\)", text)  # tcsh adds the dashes itself
+                offered = listed[1].split() if listed else re.findall(r"(?:--| -l )([a-z-]+)", text)
+                self.assertEqual(set(offered), options)
+                self.assertIn(faults, text)
 
     def test_version(self):
         shown = self.simulator("--version")
