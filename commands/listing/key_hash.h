@@ -38,15 +38,15 @@ inline std::uint32_t permute32(std::uint32_t value, const KeySecret& secret) {
   return value * static_cast<std::uint32_t>(secret.word[3]);
 }
 
-/// 32 well-mixed bits of all words; their number is even.
-template <std::size_t Words>
-std::uint32_t hash_words(const std::uint64_t (&word)[Words], const KeySecret& secret) {
-  static_assert(Words % 2 == 0);
+/// 32 well-mixed bits of `bytes`.
+template <std::size_t Bytes>
+std::uint32_t hash_bytes(const char (&bytes)[Bytes], const KeySecret& secret) {
+  static_assert(Bytes % 16 == 0);
   std::uint64_t mixed = secret.word[0];
-  for (std::size_t i = 0; i < Words; i += 2) {
-    mixed = multiply_mix(word[i] ^ secret.word[1], word[i + 1] ^ mixed);
+  for (std::size_t i = 0; i < Bytes; i += 16) {
+    mixed = multiply_mix(load64(bytes + i) ^ secret.word[1], load64(bytes + i + 8) ^ mixed);
   }
-  return static_cast<std::uint32_t>(multiply_mix(mixed ^ secret.word[2], secret.word[3]) >> 32);
+  return static_cast<std::uint32_t>(mixed >> 32);
 }
 
 }  // namespace qsvmon

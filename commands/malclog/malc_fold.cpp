@@ -23,7 +23,7 @@ struct CountEvent {
 };
 
 /// True when an event counts and there is memory to count it; asked before a row is made for it.
-bool can_count(const TidPool& tids, TallyBlocks& blocks, const MalcEvent& event) {
+inline bool can_count(const TidPool& tids, TallyBlocks& blocks, const MalcEvent& event) {
   const std::uint64_t slots = tids.counted_of(event);
   return slots != 0 && blocks.ready_for(slots);
 }
@@ -39,11 +39,11 @@ void MalcIpAgg::add(std::span<const MalcEvent> events) {
 }
 
 void MalcHostAgg::add(std::span<const MalcEvent> events) {
-  const auto by_host = [this](const MalcEvent& event, NameKey<6>& key) {
+  const auto by_host = [this](const MalcEvent& event, NameKey<48>& key) {
     const std::size_t length = read_once(event.host_len);
     if (length == 0 || length == kMaxName + 1) return KeyUse::kSkip;
     if (!can_count(tids_, blocks_, event)) return KeyUse::kSkip;
-    key = NameKey<6>::of(event.host, length <= kMaxName ? length : kMaxName);
+    key = NameKey<48>::of(event.host, length <= kMaxName ? length : kMaxName);
     return length <= kMaxName ? KeyUse::kInsert : KeyUse::kReplace;
   };
   rows_.fold(events, by_host, CountEvent{tids_, blocks_});

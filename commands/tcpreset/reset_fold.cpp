@@ -9,7 +9,7 @@ namespace {
 /// Updates every counter of `stat`; `slots` is left to the caller.
 /// KEEP: a `mintime` of 0 counts as unset, so that the record behind a session of time 0 replaces
 /// it.
-void count_flow(FlowStat& stat, const ResetRecord& record) {
+inline void count_flow(FlowStat& stat, const ResetRecord& record) {
   const std::uint32_t time = record.time_secs;
   stat.flowcnt += 1;
   if (time > stat.maxtime) stat.maxtime = time;
@@ -21,19 +21,19 @@ void count_flow(FlowStat& stat, const ResetRecord& record) {
 
 /// KEEP: the place is computed from the port in network order, while the value is the port in host
 /// order; which ports a row shows, and in which sequence, depends on it.
-void count_port(FlowStat& stat, const ResetRecord& record) {
+inline void count_port(FlowStat& stat, const ResetRecord& record) {
   count_flow(stat, record);
   const std::uint16_t raw = record.dport_net;
   stat.slots.put(raw % 8u, from_net16(raw));
 }
 
-void count_app(FlowStat& stat, const ResetRecord& record) {
+inline void count_app(FlowStat& stat, const ResetRecord& record) {
   count_flow(stat, record);
   const std::uint32_t id = record.app_id();
   stat.slots.put(id % 8, static_cast<std::uint16_t>(id));
 }
 
-void count_name(DnsStat& stat, const ResetRecord& record) {
+inline void count_name(DnsStat& stat, const ResetRecord& record) {
   count_port(stat, record);
   const std::uint32_t status = record.http_status();
   stat.http50x += status >= 500;
@@ -61,8 +61,8 @@ void IpFold::add(std::span<const ResetRecord> records) {
 }
 
 void DnsFold::add(std::span<const ResetRecord> records) {
-  const auto by_name = [](const ResetRecord& record, NameKey<4>& key) {
-    key = NameKey<4>::up_to_nul(record.name);
+  const auto by_name = [](const ResetRecord& record, NameKey<32>& key) {
+    key = NameKey<32>::up_to_nul(record.name);
     return key.length() == 0 ? KeyUse::kSkip : KeyUse::kInsert;
   };
   table_.fold(records, by_name, [](DnsStat& s, const ResetRecord& r) { count_name(s, r); });

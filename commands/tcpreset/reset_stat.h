@@ -46,7 +46,7 @@ struct DnsStat : FlowStat {
   std::uint32_t http30x;
   std::uint32_t http40x;
   std::uint32_t http50x;
-  NameKey<4> name;
+  NameKey<32> name;
 };
 
 }  // namespace qsvmon

@@ -12,13 +12,13 @@ namespace qsvmon {
 namespace {
 
 struct Named {
-  NameKey<6> name;
+  NameKey<48> name;
 };
 
 std::uint32_t name_hash(const std::string& name, const KeySecret& secret) {
   char field[45] = {};
   name.copy(field, sizeof field);
-  return NameKeys<Named>::hash(NameKey<6>::of(field, name.size()), secret);
+  return NameKeys<Named>::hash(NameKey<48>::of(field, name.size()), secret);
 }
 
 /// The most that any of 4096 ranges of hash values received.
