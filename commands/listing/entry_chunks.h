@@ -44,22 +44,25 @@ class EntryChunks {
   Entry& operator[](std::uint32_t number) { return *at(number); }
   const Entry& operator[](std::uint32_t number) const { return *at(number); }
 
+  /// Whether `more` entries can be added without allocating.
+  bool has_room_for(std::uint32_t more) const { return capacity_ - size_ >= more; }
   /// Allocates until at least `more` entries can be added without it. False without memory.
   bool reserve(std::uint32_t more) {
-    while (capacity() - size_ < more) {
+    while (!has_room_for(more)) {
       if (!add_chunk()) return false;
     }
     return true;
   }
 
   /// The next zeroed entry, or null when there is no memory for it; `size` then stays.
-  Entry* add() { return size_ < capacity() || add_chunk() ? at(size_++) : nullptr; }
+  Entry* add() { return size_ < capacity_ || add_chunk() ? at(size_++) : nullptr; }
 
  private:
-  /// A power of two: chunk c begins with entry (2^c - 1) * kFirst.
+  /// A power of two: entry n lies at (n + kFirst) of an array of which chunk c is the part from
+  /// kFirst << c on, and the top bit of that place says which chunk that is.
   static constexpr std::uint32_t kFirst = std::bit_floor((std::size_t{32} << 10) / sizeof(Entry));
   static constexpr unsigned kFirstBits = std::countr_zero(kFirst);
-  /// As many as leave all numbers, and one behind them, in 32 bits.
+  /// As many as leave all places in 32 bits.
   static constexpr unsigned kMaxChunks = 32 - kFirstBits;
 
   /// A large chunk is a whole number of large pages, so that none of it is left in small ones.
@@ -68,26 +71,31 @@ class EntryChunks {
     return bytes < kLargePageBytes ? bytes : (bytes + kLargePageBytes - 1) & ~(kLargePageBytes - 1);
   }
 
-  std::uint32_t capacity() const { return ((std::uint32_t{1} << used_) - 1) << kFirstBits; }
-
   Entry* at(std::uint32_t number) const {
-    const std::uint32_t shifted = number + kFirst;
-    const unsigned top = 31U - static_cast<unsigned>(std::countl_zero(shifted));
-    return chunks_[top - kFirstBits] + (shifted ^ std::uint32_t{1} << top);
+    const std::uint32_t place = number + kFirst;
+    const auto top = static_cast<unsigned>(31 - __builtin_clz(place));  // above 0 always
+    return reinterpret_cast<Entry*>(origins_[top] + place * sizeof(Entry));
   }
 
   bool add_chunk() {
     if (used_ == kMaxChunks) return false;
     void* const memory = memory_.allocate(bytes_of(used_), Pages::kWhole);
     if (memory == nullptr) return false;
-    chunks_[used_++] = static_cast<Entry*>(memory);
+    chunks_[used_] = memory;
+    const std::uint32_t first = kFirst << used_;
+    origins_[kFirstBits + used_] = reinterpret_cast<std::uintptr_t>(memory) - first * sizeof(Entry);
+    ++used_;
+    capacity_ = ((std::uint32_t{1} << used_) - 1) << kFirstBits;
     return true;
   }
 
   FoldMemory memory_;
-  Entry* chunks_[kMaxChunks] = {};
+  void* chunks_[kMaxChunks] = {};
+  /// By the top bit of a place: where its chunk would begin if it began with place 0.
+  std::uintptr_t origins_[32] = {};
   unsigned used_ = 0;
   std::uint32_t size_ = 0;
+  std::uint32_t capacity_ = 0;  ///< entries in all chunks
 };
 
 }  // namespace qsvmon

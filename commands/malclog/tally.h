@@ -47,18 +47,28 @@ class TallyBlocks {
   /// counted in `slots`, false without memory. Asked before a row is made, so that no row is made
   /// for an event that cannot be counted.
   bool ready_for(std::uint64_t slots) {
-    return !Tally::is_many(slots) || blocks_.reserve(kFoldGroup);
+    return blocks_.has_room_for(kFoldGroup) || !Tally::is_many(slots) ||
+           blocks_.reserve(kFoldGroup);
   }
 
   /// Adds 1 to every slot of `slots` in `tally`. Returns false, with the tally as it was, when
   /// there is no memory.
   bool count(Tally& tally, std::uint64_t slots) {
     if (slots == 0) return true;
-    if (Tally::is_many(tally.slots | slots)) return count_many(tally, slots);
+    const std::uint64_t all = tally.slots | slots;
+    if (Tally::is_many(all)) {
+      if (tally.slots != all && !add_slots(tally, all)) return false;
+      std::uint16_t* const counts = blocks_[tally.block].counts;
+      for (; slots != 0; slots &= slots - 1) ++counts[std::countr_zero(slots)];
+      return true;
+    }
     if (tally.slots == 0) tally.slots = slots;  // an empty tally's counts are 0
-    if (tally.slots != slots) return count_some(tally, slots);
-    // Adding to all four, used or not, takes one instruction and no branch.
-    for (std::uint16_t& few : tally.few) ++few;
+    if (tally.slots != slots) {
+      count_some(tally, slots);
+    } else {
+      // Adding to all four, used or not, takes one instruction and no branch.
+      for (std::uint16_t& few : tally.few) ++few;
+    }
     return true;
   }
 
@@ -86,9 +96,8 @@ class TallyBlocks {
     std::uint16_t counts[kSlots];
   };
 
-  bool count_some(Tally& tally, std::uint64_t slots);
-  bool count_many(Tally& tally, std::uint64_t slots);
-  bool move_to_block(Tally& tally);
+  void count_some(Tally& tally, std::uint64_t slots);
+  bool add_slots(Tally& tally, std::uint64_t all);
 
   EntryChunks<Block> blocks_;
 };
