@@ -37,6 +37,7 @@ class FoldTable {
   using Entry = typename Keys::Entry;
   using Key = typename Keys::Key;
   static constexpr std::uint32_t kFirstSlots = 1024;
+  static constexpr std::size_t kReadAhead = 2048;  ///< bytes
 
   explicit FoldTable(FoldMemory memory = {}) : memory_(memory), entries_(memory) {}
   FoldTable(const FoldTable&) = delete;
@@ -49,15 +50,12 @@ class FoldTable {
 
   /// The entry of `key`; a new one is zeroed but for its key. Null without memory.
   Entry* insert(const Key& key) {
-    return slots_ == nullptr && !grow() ? nullptr
-                                        : entry_for(KeyUse::kInsert, key, Keys::hash(key, secret_));
+    return begin() ? entry_for(KeyUse::kInsert, key, Keys::hash(key, secret_)) : nullptr;
   }
   /// A new entry, which later look-ups of `key` find instead of the present one, if any; that one
   /// stays among the entries. Null without memory.
   Entry* replace(const Key& key) {
-    return slots_ == nullptr && !grow()
-               ? nullptr
-               : entry_for(KeyUse::kReplace, key, Keys::hash(key, secret_));
+    return begin() ? entry_for(KeyUse::kReplace, key, Keys::hash(key, secret_)) : nullptr;
   }
 
   /// Folds records in order. `key_of(const Record&, Key&)` sets the key of one and says what it is
@@ -67,6 +65,7 @@ class FoldTable {
   /// 121.
   template <class Record, class KeyOf, class Update>
   void fold(std::span<const Record> records, KeyOf&& key_of, Update&& update) {
+    if (records.empty() || !begin()) return;
     for (std::size_t at = 0; at < records.size(); at += kFoldGroup) {
       const std::size_t left = records.size() - at;
       fold_group(records.subspan(at, left < kFoldGroup ? left : kFoldGroup), key_of, update);
@@ -94,8 +93,10 @@ class FoldTable {
     std::array<Key, kFoldGroup> keys;
     std::array<std::uint32_t, kFoldGroup> hashes;
     std::array<Entry*, kFoldGroup> entries;
-    if (slots_ == nullptr && !grow()) return;
     for (std::size_t i = 0; i < group.size(); ++i) {
+      // The processor does not read ahead across pages: a million records of 100 addresses take
+      // 0.87 of the time so.
+      __builtin_prefetch(reinterpret_cast<const char*>(&group[i]) + kReadAhead);
       uses[i] = key_of(group[i], keys[i]);
       if (uses[i] == KeyUse::kSkip) continue;
       hashes[i] = Keys::hash(keys[i], secret_);
@@ -116,17 +117,22 @@ class FoldTable {
   std::uint32_t first_slot(std::uint32_t hash) const { return hash >> shift_; }
 
   Entry* entry_for(KeyUse use, const Key& key, std::uint32_t hash) {
-    Slot* slot = probe(key, hash);
-    if (slot->number != 0) {
-      if (use == KeyUse::kInsert) return &entries_[slot->number - 1];
-    } else if (used_ == grow_at_) {
+    Slot* const slot = probe(key, hash);
+    if (slot->number != 0 && use == KeyUse::kInsert) return &entries_[slot->number - 1];
+    return new_entry(slot, key, hash);
+  }
+
+  /// `slot` is the key's. Not inlined: the loop over known keys is shorter without it.
+  [[gnu::noinline]] Entry* new_entry(Slot* slot, const Key& key, std::uint32_t hash) {
+    const bool is_free = slot->number == 0;
+    if (is_free && used_ == grow_at_) {
       if (!make_room()) return nullptr;
       slot = probe(key, hash);
     }
     Entry* const entry = entries_.add();
     if (entry == nullptr) return nullptr;
     Keys::begin(*entry, key);
-    if (slot->number == 0) ++used_;
+    if (is_free) ++used_;
     *slot = {hash, entries_.size()};
     return entry;
   }
@@ -140,24 +146,24 @@ class FoldTable {
     }
   }
 
-  /// Makes room for one more key: more slots, or else a fuller table.
+  /// Makes room for one more key: more slots, or else a fuller table. While the slots are few there
+  /// are four times as many: that moves a third as often, and touches half the memory on the way.
   bool make_room() {
-    if (grow()) return true;
-    const std::uint32_t most = slot_count() / 4 * 3;
+    const std::uint32_t slots = slot_count();
+    if (slots * sizeof(Slot) < kLargePageBytes && grow(slots * 4)) return true;
+    if (slots <= std::uint32_t{1} << 30 && grow(slots * 2)) return true;
+    const std::uint32_t most = slots / 4 * 3;
     if (used_ == most) return false;
     grow_at_ = most;
     return true;
   }
 
-  /// Doubles the slots, or makes the first. False without memory: the table stays as it is.
-  bool grow() {
+  /// Moves to `count` slots. False without memory: the table stays as it is.
+  bool grow(std::uint32_t count) {
     const std::uint32_t old_count = slot_count();
-    if (old_count > (std::uint32_t{1} << 30)) return false;
-    const std::uint32_t count = old_count == 0 ? kFirstSlots : old_count * 2;
     void* const memory = memory_.allocate(count * sizeof(Slot), Pages::kWhole);
     if (memory == nullptr) return false;
     Slot* const old = std::exchange(slots_, static_cast<Slot*>(memory));
-    if (old == nullptr) secret_ = new_key_secret();
     last_slot_ = count - 1;
     shift_ = static_cast<unsigned>(std::countl_zero(last_slot_));
     grow_at_ = count / 2;
@@ -166,6 +172,13 @@ class FoldTable {
     }
     memory_.free(old, old_count * sizeof(Slot));
     return true;
+  }
+
+  /// Makes the first slots. False without memory.
+  bool begin() {
+    if (slots_ != nullptr) return true;
+    secret_ = new_key_secret();
+    return grow(kFirstSlots);
   }
 
   Slot* free_slot(std::uint32_t hash) {

@@ -17,7 +17,7 @@ struct AddressStat {
   std::uint32_t ip;
   std::uint32_t count;
 };
-using Name = NameKey<6>;
+using Name = NameKey<48>;
 struct NameStat {
   Name name;
   std::uint32_t count;
@@ -80,14 +80,14 @@ TEST(FoldTable, KeepsEveryKeyWhileItGrows) {
   }
 }
 
-TEST(FoldTable, DoublesWhenMoreThanHalfOfTheSlotsAreUsed) {
+TEST(FoldTable, GrowsWhenMoreThanHalfOfTheSlotsAreUsed) {
   AddressTable table;
   for (std::uint32_t i = 0; i < 512; ++i) table.insert(i);
   EXPECT_EQ(table.slot_count(), 1024u);
   table.insert(0);  // a known key needs no slot
   EXPECT_EQ(table.slot_count(), 1024u);
   table.insert(512);
-  EXPECT_EQ(table.slot_count(), 2048u);
+  EXPECT_EQ(table.slot_count(), 4096u);  // fourfold below 2 MiB of slots, then twofold
 }
 
 TEST(FoldTable, NamesOfEveryLengthAreKeysOfTheirOwn) {
@@ -183,12 +183,12 @@ double mean_probe(Table& table, std::uint32_t keys, KeyOf&& key_of) {
 TEST(FoldTable, ProbesStayShortForChosenKeys) {
   AddressTable addresses;
   NameTable names;
-  for (std::uint32_t i = 0; i < 65536; ++i) {
+  for (std::uint32_t i = 0; i < 131072; ++i) {
     addresses.insert(crowding_address(i));
     names.insert(named(crowding_name(i)));
   }
-  EXPECT_EQ(addresses.slot_count(), 131072u);
-  EXPECT_EQ(names.slot_count(), 131072u);
+  EXPECT_EQ(addresses.slot_count(), 262144u);
+  EXPECT_EQ(names.slot_count(), 262144u);
   EXPECT_LT(mean_probe(addresses, 65536, crowding_address), 2.0);
   EXPECT_LT(mean_probe(addresses, 65536, [](std::uint32_t i) { return net(i << 16 | 1); }), 3.5);
   EXPECT_LT(mean_probe(names, 65536, [](auto i) { return named(crowding_name(i)); }), 2.0);
@@ -231,13 +231,22 @@ TEST(FoldTable, WithoutMemoryToGrowItStopsAtThreeQuarters) {
   EXPECT_EQ(table.replace(net(768)), nullptr);
   memory_is_back();
   EXPECT_NE(table.insert(net(768)), nullptr);
+  EXPECT_EQ(table.slot_count(), 4096u);
+}
+
+TEST(FoldTable, WithoutMemoryForFourfoldItGrowsTwofold) {
+  ScarceMemory::allow(2, 1);
+  AddressTable table({ScarceMemory::allocate});
+  for (std::uint32_t i = 0; i <= 512; ++i) ASSERT_NE(table.insert(net(i)), nullptr);
   EXPECT_EQ(table.slot_count(), 2048u);
+  EXPECT_EQ(table.insert(net(0)), &table[0]);
+  EXPECT_EQ(table.insert(net(512)), &table[512]);
 }
 
 // At three quarters linear probing expects 2.5 slots for a key of the table and 8.5 for another.
 TEST(FoldTable, ProbesOfATableThatCannotGrowStayShort) {
-  // Six chunks of entries, of 4096 at first; 1024 slots, and eight times twice as many.
-  AddressTable table(scarce(6 + 9));
+  // Six chunks of entries, of 4096 at first; 1024 slots, and four times fourfold as many.
+  AddressTable table(scarce(6 + 5));
   for (std::uint32_t i = 0; i < 300000; ++i) table.insert(crowding_address(i));
   ASSERT_EQ(table.slot_count(), 262144u);
   ASSERT_EQ(table.size(), 196608u);
