@@ -48,7 +48,7 @@ class MalcIpAgg {
 
 /// The events of one host.
 struct MalcHostRow {
-  NameKey<6> name;      ///< at most 42 bytes, so NUL-terminated; may hold NULs before its end
+  NameKey<48> name;     ///< at most 42 bytes, so NUL-terminated; may hold NULs before its end
   std::uint32_t total;  ///< events counted
   Tally tally;
 };
@@ -139,11 +139,12 @@ class MalcTidAgg {
   bool made_ = false;
 };
 
-/// The order in which a fold's rows are shown: largest total first, equal ones by their number.
+/// The order in which a fold's rows are shown, as far as `most`: largest total first, equal ones by
+/// their number.
 template <class Agg>
-RowOrder sorted_rows(const Agg& agg) {
+RowOrder sorted_rows(const Agg& agg, std::uint32_t most = RowOrder::kAllRows) {
   return sorted_rows(
-      agg, [](const auto& row) { return row.total; }, Direction::kLargestFirst);
+      agg, [](const auto& row) { return row.total; }, Direction::kLargestFirst, most);
 }
 
 }  // namespace qsvmon

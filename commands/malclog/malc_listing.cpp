@@ -40,14 +40,16 @@ Status list_ips(const Listing& l) {
   MalcIpAgg fold(l.tids, l.query.listtype == MalcListType::kSrc ? MalcIpAgg::Side::kSource
                                                                 : MalcIpAgg::Side::kDestination);
   if (Status s = fold_events(l.out, l.batches, l.tids, fold); !s.ok()) return s;
-  print_malc_ip_page(l.out, l.names, fold, sorted_rows(fold), l.query.range());
+  const PageRange range = l.query.range();
+  print_malc_ip_page(l.out, l.names, fold, sorted_rows(fold, range.end), range);
   return Status::good();
 }
 
 Status list_hosts(const Listing& l) {
   MalcHostAgg fold(l.tids);
   if (Status s = fold_events(l.out, l.batches, l.tids, fold); !s.ok()) return s;
-  print_malc_host_page(l.out, l.names, fold, sorted_rows(fold), l.query.range());
+  const PageRange range = l.query.range();
+  print_malc_host_page(l.out, l.names, fold, sorted_rows(fold, range.end), range);
   return Status::good();
 }
 

@@ -18,6 +18,7 @@ struct StatQuery {
   std::uint32_t Stat::*counter = nullptr;  ///< what to sort by; null as first seen
   Direction direction = Direction::kFirstSeen;
 
+  bool has_filter() const { return filter != nullptr && *filter != '\0'; }
   /// Without a counter or without a direction all rows are equal.
   Direction sorting() const { return counter == nullptr ? Direction::kFirstSeen : direction; }
 };
@@ -39,11 +40,13 @@ using DnsQuery = StatQuery<DnsStat>;
 Status parse_ip_query(Words words, IpQuery& query);
 Status parse_dns_query(Words words, DnsQuery& query);
 
-/// The order in which a fold's rows are shown.
+/// The order in which a fold's rows are shown, as far as the page needs it: with a filter any row
+/// may come to lie on it.
 template <class Fold, class Stat>
 RowOrder sorted_rows(const Fold& fold, const StatQuery<Stat>& query) {
   return sorted_rows(
-      fold, [&](const Stat& stat) { return stat.*query.counter; }, query.sorting());
+      fold, [&](const Stat& stat) { return stat.*query.counter; }, query.sorting(),
+      query.has_filter() ? fold.size() : query.rows.last);
 }
 
 }  // namespace qsvmon

@@ -96,5 +96,39 @@ TEST(RowOrder, StaysAsFirstSeenWithoutMemory) {
   EXPECT_EQ(order_of({1, 2, 3}, Direction::kLargestFirst, kScarce), (Numbers{0, 1, 2}));
 }
 
+/// The counters that row n of `count` has, in orders that keep few rows early, late, and always.
+std::vector<Numbers> counters_in_every_order(std::uint32_t count) {
+  std::vector<Numbers> all(4, Numbers(count));
+  std::uint32_t state = 99;
+  for (std::uint32_t n = 0; n < count; ++n) {
+    state = state * 1664525u + 1013904223u;
+    all[0][n] = n;
+    all[1][n] = count - n;
+    all[2][n] = state >> 20;  // many are equal
+    all[3][n] = 7;
+  }
+  return all;
+}
+
+TEST(RowOrder, TheFirstPlacesAreThoseOfTheWholeOrder) {
+  for (const std::uint32_t count : {2u, 20u, 4095u, 4096u, 4097u, 20000u}) {
+    for (const Numbers& counters : counters_in_every_order(count)) {
+      Numbers model(count);
+      for (std::uint32_t n = 0; n < count; ++n) model[n] = n;
+      std::stable_sort(model.begin(), model.end(),
+                       [&](std::uint32_t a, std::uint32_t b) { return counters[a] > counters[b]; });
+      for (const std::uint32_t most : {0u, 1u, 20u, 512u, 513u, count}) {
+        RowOrder order(count);
+        order.sort([&](std::uint32_t number) { return counters[number]; }, Direction::kLargestFirst,
+                   most);
+        ASSERT_EQ(order.size(), count);
+        for (std::uint32_t i = 0; i < most && i < count; ++i) {
+          ASSERT_EQ(order[i], model[i]) << count << " " << most << " " << i;
+        }
+      }
+    }
+  }
+}
+
 }  // namespace
 }  // namespace qsvmon
