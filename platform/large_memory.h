@@ -18,6 +18,11 @@ enum class Pages {
 /// `bytes` (above 0) of zeroes, aligned to a page; null when there is no memory.
 void* large_memory_allocate(std::size_t bytes, Pages pages);
 
+/// Says that `bytes` at `from`, which are there already, will all be read: the system maps them at
+/// once where it can, instead of with a fault for each page. 2 MiB of shared memory take 0.1 ms so,
+/// and 0.4 ms by faults.
+void memory_will_be_read(const void* from, std::size_t bytes);
+
 /// Frees what `large_memory_allocate(bytes, ...)` returned; null is ignored.
 void large_memory_free(void* memory, std::size_t bytes);
 

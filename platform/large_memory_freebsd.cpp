@@ -12,6 +12,10 @@ void* large_memory_allocate(std::size_t bytes, Pages pages) {
   return at == MAP_FAILED ? nullptr : at;
 }
 
+void memory_will_be_read(const void* from, std::size_t bytes) {
+  ::madvise(const_cast<void*>(from), bytes, MADV_WILLNEED);
+}
+
 void large_memory_free(void* memory, std::size_t bytes) {
   if (memory != nullptr) ::munmap(memory, bytes);
 }

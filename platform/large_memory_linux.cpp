@@ -38,6 +38,12 @@ void* large_memory_allocate(std::size_t bytes, Pages pages) {
   return bytes < kLargePageBytes ? map_zeroes(bytes, MAP_POPULATE) : map_large_pages(bytes);
 }
 
+void memory_will_be_read(const void* from, std::size_t bytes) {
+  const std::size_t past = reinterpret_cast<std::uintptr_t>(from) % kPageBytes;
+  void* const first = const_cast<char*>(static_cast<const char*>(from)) - past;
+  ::madvise(first, bytes + past, MADV_POPULATE_READ);  // advice: older kernels refuse it
+}
+
 void large_memory_free(void* memory, std::size_t bytes) {
   if (memory != nullptr) ::munmap(memory, bytes);
 }

@@ -1,5 +1,8 @@
 #include "commands/listing/batches.h"
 
+#include <algorithm>
+
+#include "platform/large_memory.h"
 #include "rpc/session.h"
 
 namespace qsvmon {
@@ -24,6 +27,10 @@ Status RpcBatches::fetch() {
     return Status::error(request_errtext(request_));
   bytes_ = rpc_reply_bytes(request_);
   done_ = request_.islast != 0;
+  // The first batch is the largest: the later ones lie where it was.
+  const std::size_t used = std::min(bytes_.size(), claimed() * plan_.record_bytes);
+  if (used > mapped_) memory_will_be_read(bytes_.data() + mapped_, used - mapped_);
+  mapped_ = std::max(mapped_, used);
   return Status::good();
 }
 

@@ -22,6 +22,7 @@ std::span<const ItlgcEntry> category_pool() {
 BatchPlan batch_plan(MalcListType listtype) {
   return {.module = "qsvmalicious",
           .daemon = Daemon::kMgmt,
+          .record_bytes = sizeof(MalcEvent),
           .want_dict = listtype == MalcListType::kApp || listtype == MalcListType::kDetail,
           .clear_syncdesc_later = true,
           .clear_result = true};

@@ -14,6 +14,7 @@ namespace {
 BatchPlan batch_plan(bool want_dict) {
   return {.module = "tcpreset",
           .daemon = Daemon::kMgmt,
+          .record_bytes = sizeof(ResetRecord),
           .want_dict = want_dict,
           .clear_syncdesc_later = true};
 }
