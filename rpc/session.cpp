@@ -41,7 +41,7 @@ RpcSession session;
 // Parsing an address changes its text, so the caller's path is copied first.
 int connect_to(const char* path) {
   char text[kPathBytes];
-  std::snprintf(text, sizeof text, "%s", path);
+  text[std::string_view(path).copy(text, sizeof text - 1)] = '\0';
   return socket_connect(text);
 }
 
@@ -116,7 +116,7 @@ int rpc_init(const char* path, std::size_t bytes) {
   if (area == reinterpret_cast<void*>(-1)) return init_failed("shmat");
   session.area = static_cast<char*>(area);
   session.area_bytes = bytes;
-  std::snprintf(session.path, sizeof session.path, "%s", path);
+  session.path[std::string_view(path).copy(session.path, sizeof session.path - 1)] = '\0';
   return 0;
 }
 

@@ -2,12 +2,10 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
-#include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <string_view>
@@ -20,23 +18,8 @@
 namespace qsvmon {
 namespace {
 
-constexpr std::size_t kChunkBytes = 1400;  // with its headers it fits an Ethernet frame
-constexpr int kWaitMs = 1000;
 constexpr int kBacklog = 1024;
 constexpr std::string_view kUdpPrefix = "udp:";
-
-std::atomic<bool> waiting = false;
-static_assert(std::atomic<bool>::is_always_lock_free);
-
-// The time of the calls that may wait for the peer. Between its begin and its end stand those calls
-// and arithmetic on locals, nothing else: that is what `socket_is_waiting` promises.
-class Wait {
- public:
-  Wait() { waiting = true; }
-  ~Wait() { waiting = false; }
-  Wait(const Wait&) = delete;
-  Wait& operator=(const Wait&) = delete;
-};
 
 // The "host:port" form. The host was checked in the dotted syntax; the address itself is the C
 // library's reading of it, to which a leading zero means octal.
@@ -96,11 +79,6 @@ int set_nonblocking(int fd) {
   return fd;
 }
 
-int connect_address(int fd, const SocketAddress& address) {
-  const Wait wait;
-  return ::connect(fd, address.get(), address.length);
-}
-
 bool bind_address(int fd, const SocketAddress& address) {
   const int on = 1;
   // So that a daemon that is started again can bind its port at once.
@@ -154,41 +132,6 @@ int socket_accept(int fd, int timeout_ms) {
     put_message("socket_accept: ", error_text(), '(', errno, ")\n");
   }
   return accepted;
-}
-
-bool wait_readable(int fd, int timeout_ms) {
-  pollfd wanted{fd, POLLIN, 0};
-  return ::poll(&wanted, 1, timeout_ms) > 0;
-}
-
-bool socket_is_waiting() {
-  return waiting;
-}
-
-int send_all(int fd, const void* bytes, std::size_t length) {
-  const Wait wait;
-  const char* at = static_cast<const char*>(bytes);
-  while (length > 0) {
-    const ssize_t n = ::send(fd, at, length < kChunkBytes ? length : kChunkBytes, 0);
-    if (n < 1) return -1;
-    at += n;
-    length -= static_cast<std::size_t>(n);
-  }
-  return 0;
-}
-
-int receive_all(int fd, void* bytes, std::size_t length) {
-  const Wait wait;
-  char* at = static_cast<char*>(bytes);
-  std::size_t timeouts = length / 8192 + 2;
-  while (length > 0) {
-    if (!wait_readable(fd, kWaitMs) && --timeouts == 0) return -1;
-    const ssize_t n = ::recv(fd, at, length < kChunkBytes ? length : kChunkBytes, 0);
-    if (n < 1) return -1;
-    at += n;
-    length -= static_cast<std::size_t>(n);
-  }
-  return 0;
 }
 
 }  // namespace qsvmon

@@ -15,6 +15,8 @@
 /// is left as the failing call set it.
 namespace qsvmon {
 
+struct SocketAddress;
+
 /// Connects a stream socket to `text` ("udp:" is skipped). Returns the descriptor, which the caller
 /// closes, or -1: with "socket_connect: invalid path\n" or "socket_connect: socket fail with
 /// <error>\n" printed, or silently when the connection is refused.
@@ -36,7 +38,10 @@ int udp_listen(std::uint16_t port);
 /// "socket_accept: <error>(<number>)\n".
 int socket_accept(int fd, int timeout_ms);
 
-/// For signal handlers: true while the process is in a call of `socket_connect`, `send_all` or
+/// Connects `fd` as connect(2) does, also what it returns.
+int connect_address(int fd, const SocketAddress& address);
+
+/// For signal handlers: true while the process is in a call of `connect_address`, `send_all` or
 /// `receive_all` that may wait for the peer. What the signal interrupted is then one of connect,
 /// send, poll and recv, which are safe to interrupt (the build binds them before the program runs,
 /// so that the loader is not at work either), or arithmetic on locals: no lock is held and nothing
