@@ -61,7 +61,8 @@ class DictLibrary {
   template <class Result, class... Args>
   Result call(Slot slot, Args... args) const {
     const auto function = reinterpret_cast<Result (*)(Args...)>(functions_[slot]);
-    return function != nullptr ? function(args...) : Result();
+    if (function == nullptr) return Result();
+    return function(args...);
   }
   std::span<DictEntry> copy_table(std::span<const char> from, DictEntry* to, Slot count) const;
 
