@@ -24,7 +24,7 @@ struct Input {
   std::string_view reply;
 };
 
-std::uint32_t take_u16(std::string_view& bytes) {
+std::uint32_t read_u16(std::string_view& bytes) {
   unsigned char two[2] = {};
   const std::size_t n = std::min<std::size_t>(bytes.size(), 2);
   std::memcpy(two, bytes.data(), n);
@@ -41,8 +41,8 @@ Input read_input(std::string_view bytes) {
     if (line.empty()) break;
     input.words.emplace_back(line);
   }
-  input.first_bytes = take_u16(bytes);
-  input.claimed = take_u16(bytes);
+  input.first_bytes = read_u16(bytes);
+  input.claimed = read_u16(bytes);
   if (input.claimed == 65535) input.claimed = 0xffffffff;
   input.reply = bytes;
   return input;

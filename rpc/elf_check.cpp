@@ -25,7 +25,8 @@ constexpr std::size_t kMostHeaders = 64;    // a library has about ten
 constexpr std::size_t kMostEntries = 256;   // of the dynamic section; a library has about thirty
 constexpr std::uint64_t kPageBytes = 4096;  // of both systems
 
-// A file that is open for the time of the check.
+// A file that is open for the time of the check. It is read and not mapped, since one that is cut
+// off meanwhile would end the process; and opened without waiting, since it may be a pipe.
 class File {
  public:
   explicit File(const char* path) : fd_(::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
@@ -89,7 +90,7 @@ const char* segment_damage(const File& file, std::span<const Elf64_Phdr> headers
     if (h.p_type == PT_LOAD && !may_be_mapped(h, end)) return "a segment cannot be mapped";
   }
   for (const Elf64_Phdr& h : headers) {
-    if (h.p_type == PT_NULL || h.p_type == PT_GNU_STACK) continue;
+    if (h.p_type == PT_NULL || h.p_type == PT_GNU_STACK) continue;  // these name no memory
     if (!in_memory(headers, h.p_vaddr, h.p_memsz)) return "a program header names no segment";
   }
   return end == 0 ? "no segment to load" : nullptr;
@@ -138,6 +139,7 @@ const char* dynamic_damage(const File& file, std::span<const Elf64_Phdr> headers
     return "the dynamic section names no symbols";
   }
   for (const Table& table : kTables) {
+    // The loader follows these before it has looked at any of them; a library has not all.
     const Elf64_Dyn* at = find_entry(entries, table.address);
     const Elf64_Dyn* bytes = table.bytes != 0 ? find_entry(entries, table.bytes) : nullptr;
     if (at == nullptr) continue;

@@ -45,6 +45,7 @@ int connect_to(const char* path) {
   return socket_connect(text);
 }
 
+// Forgotten first, so that a signal handler does not close a number that is free again.
 void close_socket() {
   if (const int fd = session.socket.exchange(-1); fd >= 0) ::close(fd);
 }
@@ -145,7 +146,7 @@ int rpc_call(const char* path, RpcRequest& request) {
   // The data may lie within the area itself.
   if (copies) std::memmove(session.area, request.data, request.datalen);
   if (exchange_record(request)) {
-    request.reply = session.area;
+    request.reply = session.area;  // the daemon's own address means nothing here
     // KEEP: a dictionary failure leaves the connection open; the next call or the close ends it.
     if (request.status == kRpcOk && request.syncdesc != 0 && !receive_dictionary(request))
       return -1;

@@ -8,7 +8,7 @@ namespace qsvmon {
 
 ArgumentText& ArgumentText::add(std::string_view part) {
   fits_ = fits_ && argument_fits(used_ + part.size() + 1, area_);
-  if (fits_ && !part.empty()) {
+  if (fits_ && !part.empty()) {  // an empty one may have no address, which memcpy may not get
     std::memcpy(area_.data() + used_, part.data(), part.size());
     used_ += part.size();
   }
