@@ -37,7 +37,7 @@ class ScratchRoot {
   ScratchRoot(const ScratchRoot&) = delete;
   ScratchRoot& operator=(const ScratchRoot&) = delete;
 
-  /// Puts the dictionary library `file` in its place, or takes it away when `file` is empty.
+  /// Puts the dictionary library `file` in its place, or removes it when `file` is empty.
   /// Returns false when it cannot be copied.
   static bool set_dictionary(const std::string& file) {
     constexpr const char* kPlace = "usr/ramdisk/bin/dict.so";

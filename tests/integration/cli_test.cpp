@@ -49,7 +49,7 @@ constexpr ForwardRow kForwardRows[] = {
     {Daemon::kMgmt, "qsvdnsgrp", "remove", 2052, "qsvdnsgrp", 256},
     {Daemon::kMgmt, "qsvdnsgrp", "get", 2054, "qsvdnsgrp", 2048},
     {Daemon::kMgmt, "qsvdnsgrp", "loadfile", 2056, "qsvdnsgrp", 2048},
-    // Verbs that every module of the log daemon takes, for modules that no row names, for modules
+    // Verbs that every module of the log daemon accepts, for modules that no row names, for modules
     // whose rows do not have the verb, and for modules of the other daemon too.
     {Daemon::kLog, "anything", "stat", 2050, "anything", 16},
     {Daemon::kLog, "anything", "config", 2057, "anything", 16},
@@ -295,7 +295,7 @@ TEST(SysBoot, PrintsSecondsAndMicroseconds) {
 }
 
 TEST(CommandTable, AModuleWithoutTheSubcommandDoesNotEndTheSearch) {
-  // The log daemon's assetsobj2 has no "get"; the verb of any module takes it.
+  // The log daemon's assetsobj2 has no "get"; the verb of any module does.
   check_command(
       {.words = {"assetsobj2", "get", "x"}, .code = 2054, .target = "assetsobj2", .text = "x \0"s});
 }

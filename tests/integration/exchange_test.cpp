@@ -56,7 +56,7 @@ TEST(Exchange, ACallGoesToThePathItIsGiven) {
   EXPECT_EQ(mgmt.requests().size(), 2U);
 }
 
-TEST(Exchange, FillsTheRecordAndTakesTheAnswer) {
+TEST(Exchange, FillsTheRecordAndReceivesTheAnswer) {
   Appliance appliance;
   Reply reply = Reply::text("text").with_result(0x80000001).with_bytes(184, u32_bytes(77));
   ScriptedDaemon daemon(appliance, Daemon::kLog, {reply.more()});

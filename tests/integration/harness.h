@@ -26,7 +26,7 @@
 ///
 /// A script is a list of replies, one for each request in order; a request beyond its end fails the
 /// test. `ScriptedDaemon::repeat_last()` answers those like the last one (a listing that never
-/// ends). For anything else give a function from `const Request&` to `Reply`; it runs in the
+/// ends). For anything else pass a function from `const Request&` to `Reply`; it runs in the
 /// daemon's thread. The program connects once when it opens its session and uses that connection
 /// for its first call; each later call makes a connection of its own. A connection that brought no
 /// byte (a usage error) uses no reply and is counted by `silent_connections()`.

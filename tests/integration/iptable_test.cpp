@@ -238,7 +238,7 @@ TEST(IpTableGet, SendsTheRecordAgainButForWhatItSets) {
   EXPECT_EQ(std::memcmp(requests[1].record.data() + 188, "reserved", 8), 0);
 }
 
-TEST(IpTableGet, TakesTheAddressesBehindADictionary) {
+TEST(IpTableGet, ReadsTheAddressesBehindADictionary) {
   Appliance appliance;
   appliance.install_dictionary();
   const std::string tables = dict_entry(1, "web") + dict_entry(2, "mail") + dict_entry(3, "all");
@@ -354,12 +354,12 @@ TEST(AssetObjects, APageOrALimitOfZeroIsRefused) {
   struct {
     std::vector<std::string> words;
     std::string text;
-  } const taken[] = {{{"page=-1"}, "page=-1 \0"s},
-                     {{"limit=-5"}, "limit=-5 \0"s},
-                     {{"page=0", "page=2"}, "page=0 page=2 \0"s},
-                     {{"page=3x"}, "page=3x \0"s},
-                     {{"Page=0", "xlimit=0"}, "Page=0 xlimit=0 \0"s}};
-  for (const auto& c : taken) {
+  } const accepted[] = {{{"page=-1"}, "page=-1 \0"s},
+                        {{"limit=-5"}, "limit=-5 \0"s},
+                        {{"page=0", "page=2"}, "page=0 page=2 \0"s},
+                        {{"page=3x"}, "page=3x \0"s},
+                        {{"Page=0", "xlimit=0"}, "Page=0 xlimit=0 \0"s}};
+  for (const auto& c : accepted) {
     std::vector<std::string> words = {"assetsobj2", "list"};
     words.insert(words.end(), c.words.begin(), c.words.end());
     check_command({.words = words,

@@ -123,8 +123,8 @@ std::vector<char*> pointers_to(std::vector<std::string>& texts) {
   ::_exit(127);
 }
 
-// Takes what is there; false at the end of the stream.
-bool take(int fd, std::string& into) {
+// Reads what there is; false at the end of the stream.
+bool read_some(int fd, std::string& into) {
   char piece[65536];
   const ssize_t n = ::read(fd, piece, sizeof piece);
   if (n < 0) return errno == EINTR || errno == EAGAIN;
@@ -147,8 +147,8 @@ void collect(pid_t pid, int out, int err, const RunOptions& options, Outcome& ou
     if (options.read_pause_ms > 0) {
       std::this_thread::sleep_for(std::chrono::milliseconds(options.read_pause_ms));
     }
-    if (streams[0].revents != 0 && !take(out, outcome.out)) streams[0].fd = -1;
-    if (streams[1].revents != 0 && !take(err, outcome.err)) streams[1].fd = -1;
+    if (streams[0].revents != 0 && !read_some(out, outcome.out)) streams[0].fd = -1;
+    if (streams[1].revents != 0 && !read_some(err, outcome.err)) streams[1].fd = -1;
   }
 }
 

@@ -20,7 +20,7 @@ struct RunOptions {
   /// Runs in the program's process as the last step before it becomes the program; system calls
   /// alone.
   std::function<void()> before_exec = {};
-  /// The reader of its output sleeps so long before it takes some more.
+  /// The reader of its output sleeps so long before it reads some more.
   int read_pause_ms = 0;
   /// A run that takes longer is killed and fails the test.
   int limit_ms = 30000;

@@ -158,7 +158,7 @@ TEST(RequestError, SetsStatus22AndText) {
   EXPECT_EQ(request.errtext[120], '#');
 }
 
-TEST(RequestError, TakesATextOfOneCharacter) {
+TEST(RequestError, AcceptsATextOfOneCharacter) {
   RpcRequest request{};
   std::memset(request.errtext, '#', sizeof request.errtext);
   set_request_error(request, "x");

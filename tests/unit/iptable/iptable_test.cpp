@@ -36,7 +36,7 @@ Written write(const Exchange& command, std::vector<std::string> words, std::size
           request.data != nullptr};
 }
 
-TEST(IpTableText, AddIpTakesBothArgumentForms) {
+TEST(IpTableText, AddIpAcceptsBothArgumentForms) {
   struct Case {
     std::vector<std::string> words;
     const char* text;

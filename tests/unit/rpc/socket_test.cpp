@@ -182,7 +182,7 @@ TEST(SocketListen, UdpPrefixMakesADatagramSocket) {
   ::unlink(path.c_str());
 }
 
-TEST(SocketListen, Ipv4StreamTakesConnectionsToShortFormAddresses) {
+TEST(SocketListen, Ipv4StreamAcceptsConnectionsToShortFormAddresses) {
   const std::string port = std::to_string(free_port());
   std::string any = "0.0.0.0:" + port;
   const int listener = socket_listen(any.data());
@@ -200,7 +200,7 @@ TEST(SocketListen, Ipv4StreamTakesConnectionsToShortFormAddresses) {
 TEST(SocketListen, Ipv4DatagramAndUdpListen) {
   const int port = free_port();
   std::string text = "udp:127.0.0.1:" + std::to_string(port);
-  // The prefix is taken off before the address is looked at, so its colon is no port's.
+  // The prefix is removed before the address is looked at, so its colon is no port's.
   const int fd = socket_listen(text.data());
   ASSERT_GE(fd, 0);
   EXPECT_EQ(type_of(fd), SOCK_DGRAM);
@@ -455,7 +455,7 @@ TEST(TransferLoops, ASecondWaitThatRunsOutFails) {
   int ends[2];
   ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
   std::thread half([&] {
-    std::this_thread::sleep_for(1200ms);  // the first wait runs out, the blocking read takes this
+    std::this_thread::sleep_for(1200ms);  // the first wait runs out, the blocking read gets this
     EXPECT_EQ(send_all(ends[0], "01234", 5), 0);
   });
   char got[10];
