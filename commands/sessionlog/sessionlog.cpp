@@ -5,7 +5,6 @@
 #include "commands/sessionlog/login_print.h"
 #include "commands/sessionlog/mail_fold.h"
 #include "commands/sessionlog/mail_print.h"
-#include "commands/sessionlog/mail_query.h"
 #include "commands/sessionlog/session_page.h"
 #include "commands/sessionlog/session_query.h"
 #include "pools/desc_pools.h"

@@ -1,4 +1,4 @@
-#include "commands/sessionlog/mail_query.h"
+#include "commands/sessionlog/session_query.h"
 
 #include <gtest/gtest.h>
 
