@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "format/byte_order.h"
+#include "format/printer.h"
 #include "platform/appliance_paths.h"
 #include "pools/assetsdesc.h"
 #include "pools/cusiprng.h"

@@ -5,9 +5,9 @@
 
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
 
 #include "format/number.h"
-#include "format/printer.h"
 
 namespace qsvmon {
 namespace {
@@ -255,14 +255,6 @@ char* format_mac(char* dst, const std::uint8_t* mac6) {
   for (int i = 0; i < 5; ++i, dst += 3) std::memcpy(dst, kHexBytes.text[mac6[i]], 4);
   std::memcpy(dst, kHexBytes.text[mac6[5]], 2);
   return dst + 2;
-}
-
-void put_value(Printer& out, Ipv4Text address) {
-  out.advance(format_ipv4(out.room(kIpv4TextBytes), address.host));
-}
-
-void put_value(Printer& out, MacText mac) {
-  out.advance(format_mac(out.room(kMacTextBytes), mac.bytes));
 }
 
 }  // namespace qsvmon

@@ -5,8 +5,6 @@
 
 namespace qsvmon {
 
-class Printer;
-
 // IPv4 addresses are 32-bit values in host order, first octet in the high byte; MAC addresses are
 // 6 bytes. A null text is refused by every parser here.
 
@@ -69,18 +67,18 @@ char* format_mac(char* dst, const std::uint8_t* mac6);
 
 /// Prints as `format_ipv4` writes.
 struct Ipv4Text {
+  static constexpr std::size_t kMostBytes = kIpv4TextBytes;
   std::uint32_t host;
 };
-void put_value(Printer& out, Ipv4Text address);
 inline char* write_value(char* at, Ipv4Text address) {
   return format_ipv4(at, address.host);
 }
 
 /// Prints the 6 bytes as `format_mac` writes them. The bytes must outlive the call alone.
 struct MacText {
+  static constexpr std::size_t kMostBytes = kMacTextBytes;
   const std::uint8_t* bytes;
 };
-void put_value(Printer& out, MacText mac);
 inline char* write_value(char* at, MacText mac) {
   return format_mac(at, mac.bytes);
 }

@@ -26,8 +26,9 @@ class Printer {
   virtual ~Printer() = default;
 
   /// Writes each part in turn: text (`const char*`, `std::string_view`), a `char` as itself, an
-  /// integer in decimal (8-bit integers too), and any type with a `put_value(Printer&, T)` found
-  /// beside it, such as the address and time values of format/.
+  /// integer in decimal (8-bit integers too), and values: a type that has `kMostBytes` and, beside
+  /// it, a `char* write_value(char* at, T)` that writes at most so many and returns their end, such
+  /// as the addresses and times of format/.
   template <class... Parts>
   void put(const Parts&... parts) {
     (put_one(parts), ...);
@@ -83,7 +84,8 @@ class Printer {
     } else if constexpr (std::is_convertible_v<const Part&, std::string_view>) {
       text(std::string_view(part));
     } else {
-      put_value(*this, part);
+      static_assert(Part::kMostBytes <= kMaxRoom);
+      advance(write_value(room(Part::kMostBytes), part));
     }
   }
 

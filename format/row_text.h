@@ -23,8 +23,8 @@ class RowText {
   RowText& operator=(const RowText&) = delete;
   ~RowText() { out_.advance(at_); }
 
-  /// Writes each part in turn, as Printer::put does. A type of its own needs a
-  /// `char* write_value(char* at, T)` beside it, which writes it and returns its end.
+  /// Writes each part in turn, as Printer::put does: literals, std::string_view, unsigned integers
+  /// and values.
   template <class... Parts>
   void put(const Parts&... parts) {
     char* at = at_;  // no byte that is written can change it, as it could the member

@@ -5,7 +5,6 @@
 #include <ctime>
 
 #include "format/number.h"
-#include "format/printer.h"
 
 namespace qsvmon {
 namespace {
@@ -221,10 +220,6 @@ char* format_local_time(char* dst, std::uint32_t seconds) {
 
 void format_time(char* dst, std::uint32_t seconds) {
   *format_local_time(dst, seconds) = '\0';
-}
-
-void put_value(Printer& out, LocalTimeText time) {
-  out.advance(format_local_time(out.room(kTimeTextBytes), time.seconds));
 }
 
 void reset_local_time() {

@@ -5,8 +5,6 @@
 
 namespace qsvmon {
 
-class Printer;
-
 // Times are unsigned 32-bit seconds since the epoch and are shown in local time. The conversions
 // are cached, so that a row costs no system call; one thread at a time.
 
@@ -37,9 +35,9 @@ char* format_local_date(char* dst, std::uint32_t seconds);
 
 /// Prints as `format_time` writes.
 struct LocalTimeText {
+  static constexpr std::size_t kMostBytes = kTimeTextBytes;
   std::uint32_t seconds;
 };
-void put_value(Printer& out, LocalTimeText time);
 inline char* write_value(char* at, LocalTimeText time) {
   return format_local_time(at, time.seconds);
 }

@@ -92,16 +92,13 @@ AddressLabel::AddressLabel(std::uint32_t net) : AddressLabel(address_label(net))
 MacLabel::MacLabel(const std::uint8_t* mac) : AddressLabel(description(mac, kMacKeyLen)) {}
 
 char* write_value(char* at, AddressLabel label) {
-  static_assert(sizeof CusIpInfo::info <= kLabelRoom && sizeof AssetsObject::name <= kLabelRoom &&
-                kIpMacDescBytes < kLabelRoom);
+  static_assert(sizeof CusIpInfo::info <= AddressLabel::kMostBytes &&
+                sizeof AssetsObject::name <= AddressLabel::kMostBytes &&
+                kIpMacDescBytes < AddressLabel::kMostBytes);
   if (label.text() == nullptr) return at;
-  const std::size_t length = ::strnlen(label.text(), kLabelRoom);
+  const std::size_t length = ::strnlen(label.text(), AddressLabel::kMostBytes);
   std::memcpy(at, label.text(), length);
   return at + length;
-}
-
-void put_value(Printer& out, AddressLabel label) {
-  out.advance(write_value(out.room(kLabelRoom), label));
 }
 
 void desc_pools_release() {

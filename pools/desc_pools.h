@@ -3,8 +3,6 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "format/printer.h"
-
 namespace qsvmon {
 
 /// The `family` of a MAC address; any other value means IPv4.
@@ -26,9 +24,6 @@ int desc_pools_init();
 /// then the asset object with the address. Several threads may call it while descriptions change.
 char* desc_lookup(const void* addr, int family, char* dest, std::size_t size);
 
-/// Every label is shorter.
-constexpr std::size_t kLabelRoom = 64;
-
 /// The same label as a value to print: `out.put("...", AddressLabel{net}, "...")`. Without a label
 /// nothing is printed. The constructor looks the address up, in every pool up to the one that has
 /// the label, and prefetches the text: a row that makes its labels before it prints the members in
@@ -36,6 +31,8 @@ constexpr std::size_t kLabelRoom = 64;
 /// in its pool, valid until that label is changed or `desc_pools_release`.
 class AddressLabel {
  public:
+  static constexpr std::size_t kMostBytes = 64;  ///< every label is shorter
+
   explicit AddressLabel(std::uint32_t net);  ///< IPv4, network order
   const char* text() const { return text_; }
 
@@ -50,8 +47,6 @@ class MacLabel : public AddressLabel {
  public:
   explicit MacLabel(const std::uint8_t* mac);
 };
-void put_value(Printer& out, AddressLabel label);
-/// The same into a row, at `at`; at most kLabelRoom bytes. Returns the label's end.
 char* write_value(char* at, AddressLabel label);
 
 /// Frees all pools, those of earlier calls too; for tests and fuzzing, which build them many times.

@@ -4,8 +4,6 @@
 #include <cstdint>
 #include <cstring>
 
-#include "format/printer.h"
-
 namespace qsvmon {
 namespace {
 
@@ -47,15 +45,6 @@ char* write_value(char* at, CleanCommand clean) {
     if (c == '\\' && at < limit) *at++ = '\\';
   }
   return at;
-}
-
-void put_value(Printer& out, CleanMailText clean) {
-  static_assert(kCleanBytes + 1 <= Printer::kMaxRoom);
-  out.advance(write_value(out.room(kCleanBytes + 1), clean));
-}
-
-void put_value(Printer& out, CleanCommand clean) {
-  out.advance(write_value(out.room(kCleanBytes + 1), clean));
 }
 
 }  // namespace qsvmon

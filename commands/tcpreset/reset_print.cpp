@@ -6,6 +6,7 @@
 
 #include "format/address.h"
 #include "format/byte_order.h"
+#include "format/number.h"
 #include "format/time.h"
 #include "rpc/dict.h"
 
@@ -97,14 +98,11 @@ void print_dns_page(Printer& out, const DnsFold& fold, const RowOrder& order,
       [&](const DnsStat& stat) { return stat.name.text().find(filter) != std::string_view::npos; });
 }
 
-void put_value(Printer& out, Hundredths metric) {
-  if (metric.value == 0) {
-    out.put('0');
-    return;
-  }
-  const std::uint32_t part = metric.value % 100;
-  out.put(metric.value / 100, '.', static_cast<char>('0' + part / 10),
-          static_cast<char>('0' + part % 10));
+char* write_value(char* at, Hundredths metric) {
+  at = write_decimal(at, metric.value / 100);
+  if (metric.value == 0) return at;
+  *at++ = '.';
+  return write_two_digits(at, metric.value % 100);
 }
 
 void print_plain_line(Printer& out, const ResetRecord& record) {

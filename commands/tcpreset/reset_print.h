@@ -29,9 +29,10 @@ void print_dns_page(Printer& out, const DnsFold& fold, const RowOrder& order,
 
 /// A value in hundredths, printed with two decimals, or as "0" when it is 0.
 struct Hundredths {
+  static constexpr std::size_t kMostBytes = 11;
   std::uint32_t value;
 };
-void put_value(Printer& out, Hundredths metric);
+char* write_value(char* at, Hundredths metric);
 
 /// Prints one session as a line of text.
 /// KEEP: addresses are decimal numbers, 1.2.3.4 as 16909060, and the three metrics stand in the
