@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "rpc/exchange.h"
-#include "rpc/wire/daemon.h"
+#include "rpc/wire/message_codes.h"
 
 namespace qsvmon {
 

@@ -16,9 +16,9 @@
 #include "format/byte_order.h"
 #include "format/lookup2.h"
 #include "format/number.h"
-#include "format/request_error.h"
 #include "format/text.h"
 #include "format/time.h"
+#include "rpc/wire/request.h"
 
 namespace {
 

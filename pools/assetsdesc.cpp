@@ -6,13 +6,13 @@
 #include "format/lookup2.h"
 #include "format/message.h"
 #include "format/number.h"
-#include "format/request_error.h"
 #include "platform/appliance_paths.h"
 #include "pools/config_file.h"
 #include "pools/key_hash.h"
 #include "pools/pool_holder.h"
 #include "pools/spin_lock.h"
 #include "pools/text_field.h"
+#include "rpc/wire/request.h"
 
 namespace qsvmon {
 namespace {

@@ -3,11 +3,11 @@
 #include <algorithm>
 
 #include "format/address.h"
-#include "format/request_error.h"
 #include "pools/config_file.h"
 #include "pools/key_hash.h"
 #include "pools/pool_holder.h"
 #include "pools/text_field.h"
+#include "rpc/wire/request.h"
 
 namespace qsvmon {
 namespace {

@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "format/printer.h"
-#include "rpc/wire/daemon.h"
+#include "rpc/wire/message_codes.h"
 #include "rpc/wire/request.h"
 #include "rpc/words.h"
 

@@ -5,7 +5,7 @@
 #include <span>
 #include <string_view>
 
-#include "rpc/wire/daemon.h"
+#include "rpc/wire/message_codes.h"
 #include "rpc/wire/request.h"
 
 /// One exchange with a daemon, and the process-wide session that all exchanges share: a

@@ -31,8 +31,7 @@ unsigned long word_number(const Words& words, std::string_view key, unsigned lon
 }
 
 void Call::fail(const char* why) {
-  request.status = kRpcBadRequest;
-  set_errtext(request, why);
+  set_request_error(request, why);
 }
 
 }  // namespace qsvmon::sim

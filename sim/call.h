@@ -7,7 +7,6 @@
 #include <utility>
 #include <vector>
 
-#include "rpc/wire/daemon.h"
 #include "rpc/wire/message_codes.h"
 #include "rpc/wire/request.h"
 #include "sim/area.h"

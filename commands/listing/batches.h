@@ -6,7 +6,6 @@
 #include <string_view>
 
 #include "format/status.h"
-#include "rpc/wire/daemon.h"
 #include "rpc/wire/message_codes.h"
 #include "rpc/wire/request.h"
 #include "rpc/words.h"

@@ -4,6 +4,13 @@
 
 namespace qsvmon {
 
+/// The resident daemons. Each command belongs to one; `daemon_path` (rpc/session.h) gives its
+/// socket.
+enum class Daemon : std::uint8_t {
+  kLog,   ///< logs, workers, disks and the first IP tables (commands of group A)
+  kMgmt,  ///< traffic listings and the other IP tables (commands of group B)
+};
+
 /// What a request asks (`RpcRequest::msgcode`). The verbs are shared by every module that is
 /// addressed by name in `errtext`; the other codes say by themselves what they are about.
 enum MessageCode : std::uint32_t {

@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "rpc/wire/daemon.h"
+#include "rpc/wire/message_codes.h"
 #include "tests/integration/program_run.h"
 
 namespace qsvmon::harness {

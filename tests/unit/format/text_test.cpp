@@ -6,8 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "format/request_error.h"
-
 namespace qsvmon {
 namespace {
 
@@ -145,40 +143,6 @@ TEST(Text, CopiesWithinLengths) {
     EXPECT_EQ(copy_len_in(c.text, c.min, c.max, nullptr), c.result) << c.text;
   }
   EXPECT_EQ(copy_len_in(nullptr, 0, 10, nullptr), 0);
-}
-
-TEST(RequestError, SetsStatus22AndText) {
-  RpcRequest request{};
-  std::memset(request.errtext, '#', sizeof request.errtext);
-  set_request_error(request, "INV_IP");
-  EXPECT_EQ(request.status, 22u);
-  EXPECT_STREQ(request.errtext, "INV_IP");
-  EXPECT_EQ(request.errtext[7], '#');
-  EXPECT_EQ(request.errtext[119], '\0');
-  EXPECT_EQ(request.errtext[120], '#');
-}
-
-TEST(RequestError, AcceptsATextOfOneCharacter) {
-  RpcRequest request{};
-  std::memset(request.errtext, '#', sizeof request.errtext);
-  set_request_error(request, "x");
-  EXPECT_STREQ(request.errtext, "x");
-  EXPECT_EQ(request.errtext[2], '#');
-}
-
-TEST(RequestError, CutsLongTexts) {
-  for (const std::size_t length : {118u, 119u, 120u, 121u, 500u}) {
-    RpcRequest request{};
-    std::memset(request.errtext, '#', sizeof request.errtext);
-    set_request_error(request, std::string(length, 'x').c_str());
-    EXPECT_EQ(std::strlen(request.errtext), length < 119 ? length : 119) << length;
-    EXPECT_EQ(request.errtext[120], '#') << length;
-    EXPECT_EQ(request.errtext[127], '#') << length;
-  }
-  RpcRequest request{};
-  set_request_error(request, nullptr);
-  EXPECT_EQ(request.status, 22u);
-  EXPECT_STREQ(request.errtext, "");
 }
 
 }  // namespace
