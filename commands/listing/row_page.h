@@ -18,6 +18,27 @@ struct RowRange {
   std::uint32_t last = 0xffffffff;
 };
 
+/// The JSON document that every listing of rows is: {"data":[row,row],"count":2}.
+class JsonRows {
+ public:
+  explicit JsonRows(Printer& out) : out_(out) { out_.put("{\"data\":["); }
+
+  /// Call it in front of each row.
+  void next_row() {
+    if (count_++ != 0) out_.put(',');
+  }
+  /// Rows so far.
+  std::uint32_t count() const { return count_; }
+  /// `total` is the name of the member with the number of all rows.
+  void finish(std::string_view total, std::uint32_t number) {
+    out_.put("],\"", total, "\":", number, '}');
+  }
+
+ private:
+  Printer& out_;
+  std::uint32_t count_ = 0;
+};
+
 /// What `print_page` shows: a range of rows, and how the document around them is written.
 struct RowPage {
   RowRange rows;
@@ -25,9 +46,9 @@ struct RowPage {
   bool filtered = false;   ///< some rows may not pass
 };
 
-/// Prints the JSON document around the rows: those of `page` with commas between them, and the
-/// number of all that pass. `rows[number]` is a row, `print_row(row)` prints it and `passes(row)`
-/// says whether it counts at all. Without a filter rows outside the page are not looked at.
+/// Prints the rows of `page`, and the number of all that pass. `rows[number]` is a row,
+/// `print_row(row)` prints it and `passes(row)` says whether it counts at all. Without a filter
+/// rows outside the page are not looked at.
 template <class Rows, class PrintRow, class Passes>
 void print_page(Printer& out, const Rows& rows, const RowOrder& order, const RowPage& page,
                 PrintRow&& print_row, Passes&& passes) {
@@ -37,19 +58,17 @@ void print_page(Printer& out, const Rows& rows, const RowOrder& order, const Row
   const std::uint32_t begin = page.filtered || first == 0 ? 0 : std::min(first - 1, order.size());
   const std::uint32_t end = page.filtered ? order.size() : std::min(last, order.size());
   std::uint32_t row = begin;
-  bool comma = false;
-  out.put("{\"data\":[");
+  JsonRows document(out);
   for (std::uint32_t place = begin; place < end; ++place) {
     if (place + kAhead < end) prefetch_entry(rows[order[place + kAhead]]);
     const auto& stat = rows[order[place]];
     if (page.filtered && !passes(stat)) continue;
     ++row;
     if (row < first || row > last) continue;
-    if (comma) out.put(',');
-    comma = true;
+    document.next_row();
     print_row(stat);
   }
-  out.put("],\"", page.total, "\":", page.filtered ? row : order.size(), '}');
+  document.finish(page.total, page.filtered ? row : order.size());
 }
 
 /// The same where every row passes.

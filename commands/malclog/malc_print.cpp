@@ -102,7 +102,7 @@ class EntryTexts {
 };
 
 void print_ip_row(Printer& out, const EntryTexts& texts, const TallyBlocks& blocks,
-                  const MalcIpRow& row) {
+                  const MalcIpStat& row) {
   RowText(out, kHeadBytes)
       .put("{\"ip\":\"", Ipv4Text{from_net32(row.ip)}, "\",\"cnt\":", row.total, ",\"ip_desc\":\"",
            AddressLabel{row.ip}, "\",\"list\":[");
@@ -111,7 +111,7 @@ void print_ip_row(Printer& out, const EntryTexts& texts, const TallyBlocks& bloc
 }
 
 void print_host_row(Printer& out, const EntryTexts& texts, const TallyBlocks& blocks,
-                    const MalcHostRow& row) {
+                    const MalcHostStat& row) {
   const std::string_view host = row.name.text().data();  // up to its first NUL
   RowText(out, kHeadBytes).put("{\"host\":\"", host, "\",\"cnt\":", row.total, ",\"list\":[");
   texts.print(out, blocks, row.tally);
@@ -119,7 +119,7 @@ void print_host_row(Printer& out, const EntryTexts& texts, const TallyBlocks& bl
 }
 
 void print_app_row(Printer& out, const EntryTexts& texts, const TallyBlocks& blocks,
-                   const MalcAppRow& row) {
+                   const MalcAppStat& row) {
   out.put("{\"apid\":", row.apid, ",\"appname\":\"", dict_appname(row.apid), "\",\"appcname\":\"",
           dict_appcname(row.apid), "\",\"count\":", row.total, ",\"list\":[");
   texts.print(out, blocks, row.tally);
@@ -135,71 +135,55 @@ RowPage page_of(PageRange range, bool filtered) {
           .filtered = filtered};
 }
 
-/// Prints the objects of the signature listing: commas between, counted.
-class TidListing {
- public:
-  explicit TidListing(Printer& out) : out_(out) { out_.put("{\"data\":["); }
-
-  template <class... Parts>
-  void object(const Parts&... parts) {
-    if (count_++ != 0) out_.put(",");
-    out_.put(parts...);
-  }
-
-  void finish() { out_.put("],\"count\":", count_, "}"); }
-
- private:
-  Printer& out_;
-  std::uint32_t count_ = 0;
-};
-
 }  // namespace
 
 void print_malc_ip_page(Printer& out, const MalcNames& names, const MalcIpAgg& ips,
                         const RowOrder& order, PageRange range) {
   const EntryTexts texts(names, EntryForm::kAddress);
   print_page(out, ips, order, page_of(range, false),
-             [&](const MalcIpRow& row) { print_ip_row(out, texts, ips.blocks(), row); });
+             [&](const MalcIpStat& row) { print_ip_row(out, texts, ips.blocks(), row); });
 }
 
 void print_malc_host_page(Printer& out, const MalcNames& names, const MalcHostAgg& hosts,
                           const RowOrder& order, PageRange range) {
   const EntryTexts texts(names, EntryForm::kHost);
   print_page(out, hosts, order, page_of(range, false),
-             [&](const MalcHostRow& row) { print_host_row(out, texts, hosts.blocks(), row); });
+             [&](const MalcHostStat& row) { print_host_row(out, texts, hosts.blocks(), row); });
 }
 
 void print_malc_app_page(Printer& out, const MalcNames& names, const MalcAppAgg& apps,
                          const RowOrder& order, PageRange range) {
   const EntryTexts texts(names, EntryForm::kApp);
-  // KEEP: application 0 ("not recognised") is counted and never listed.
+  // KEEP: application 0 ("not recognised") has a row in the fold, which is neither shown nor
+  // counted among the rows.
   print_page(
       out, apps, order, page_of(range, true),
-      [&](const MalcAppRow& row) { print_app_row(out, texts, apps.blocks(), row); },
-      [](const MalcAppRow& row) { return row.apid != 0; });
+      [&](const MalcAppStat& row) { print_app_row(out, texts, apps.blocks(), row); },
+      [](const MalcAppStat& row) { return row.apid != 0; });
 }
 
 void print_malc_tids(Printer& out, const MalcNames& names, const MalcTidAgg& tids,
                      const RowOrder& order) {
-  TidListing listing(out);
+  JsonRows document(out);
   for (std::uint32_t place = 0; place < order.size(); ++place) {
     const auto [signature, total] = tids[order[place]];
     if (signature.mkmode == kModeCategory || signature.tid == 0 || signature.disabled != 0)
       continue;
-    listing.object("{\"tid\":", std::uint16_t{signature.tid},
-                   ",\"mode\":1,\"vid\":", std::uint16_t{signature.vid},
-                   ",\"type\":", signature.type, ",\"name\":\"", field_text(signature.name),
-                   "\",\"cnt\":", total, "}");
+    document.next_row();
+    out.put("{\"tid\":", std::uint16_t{signature.tid},
+            ",\"mode\":1,\"vid\":", std::uint16_t{signature.vid}, ",\"type\":", signature.type,
+            ",\"name\":\"", field_text(signature.name), "\",\"cnt\":", total, "}");
   }
   const MalcTidAgg::CategoryHits hits = tids.category_hits();
   for (std::size_t id = 0; id < names.categories.size() && id < hits.size(); ++id) {
     const ItlgcEntry& category = names.categories[id];
     const std::uint32_t total = category.hits + hits[id];
     if (total == 0) continue;
-    listing.object("{\"id\":", id, ",\"tid\":0,\"vid\":0,\"type\":0,\"mode\":2,\"name\":\"",
-                   category.name, "\",\"cname\":\"", category.cname, "\",\"cnt\":", total, "}");
+    document.next_row();
+    out.put("{\"id\":", id, ",\"tid\":0,\"vid\":0,\"type\":0,\"mode\":2,\"name\":\"", category.name,
+            "\",\"cname\":\"", category.cname, "\",\"cnt\":", total, "}");
   }
-  listing.finish();
+  document.finish("count", document.count());
 }
 
 }  // namespace qsvmon

@@ -2,9 +2,9 @@
 
 #include <cstdint>
 #include <span>
-#include <string_view>
 
 #include "commands/listing/record_list.h"
+#include "commands/listing/row_page.h"
 #include "commands/sessionlog/csv_sheet.h"
 #include "format/printer.h"
 
@@ -37,14 +37,12 @@ std::uint32_t show_page(const RecordList& list, Row& row, Show&& show) {
 /// (row_page.h), which knows nothing of hidden records.
 template <class Row>
 void print_record_page(Printer& out, const RecordList& list, Row& row) {
-  std::string_view comma;
-  out.put("{\"data\":[");
+  JsonRows document(out);
   const std::uint32_t count = show_page(list, row, [&](Row& loaded) {
-    out.put(comma);
-    comma = ",";
+    document.next_row();
     loaded.print(out);
   });
-  out.put("],\"count\":", count, '}');
+  document.finish("count", count);
 }
 
 /// Writes the header row and the page of `list`, which holds all records, to `sheet`.

@@ -31,7 +31,7 @@ void print_ports(RowText& row, const ValueSlots& slots) {
   row.put(",\"port\":\"");
   print_slots(
       slots, [&](std::uint16_t port) { row.put(port); }, [&] { row.put(","); });
-  row.put("\"}");
+  row.put("\"");
 }
 
 /// The names have no bound, and so no place in a RowText.
@@ -40,7 +40,7 @@ void print_apps(Printer& out, const ValueSlots& slots) {
   print_slots(
       slots, [&](std::uint16_t id) { out.put(dict_appname(id), '|', dict_appcname(id)); },
       [&] { out.put(','); });
-  out.put("\"}");
+  out.put('"');
 }
 
 bool address_contains(const IpStat& stat, std::string_view text) {
@@ -70,6 +70,7 @@ void print_ip_row(Printer& out, const IpStat& stat, IpSide side) {
     if (side == IpSide::kDst) print_ports(row, stat.slots);
   }
   if (side == IpSide::kSrc) print_apps(out, stat.slots);
+  out.put('}');
 }
 
 void print_dns_row(Printer& out, const DnsStat& stat) {
@@ -79,6 +80,7 @@ void print_dns_row(Printer& out, const DnsStat& stat) {
   row.put(",\"http20x\":", stat.http20x, ",\"http30x\":", stat.http30x,
           ",\"http40x\":", stat.http40x, ",\"http50x\":", stat.http50x);
   print_ports(row, stat.slots);
+  row.put("}");
 }
 
 void print_ip_page(Printer& out, const IpFold& fold, const RowOrder& order, const IpQuery& query) {
