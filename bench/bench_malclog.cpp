@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "commands/malclog/malc_listing.h"
+#include "commands/malclog/malclog.h"
 
 /// The malicious-event listings from events in memory to printed bytes. Every listing is set beside
 /// a floor: one field of every event read, one cache line touched for every key that there is, and

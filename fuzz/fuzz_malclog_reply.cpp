@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "commands/malclog/malc_listing.h"
+#include "commands/malclog/malclog.h"
 
 // Words and reply batches through every malicious-event listing. The input begins with the words,
 // one a line, up to an empty line; the rest is the reply: the length of its first batch (two bytes,

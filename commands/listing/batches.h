@@ -15,6 +15,8 @@ namespace qsvmon {
 /// What one batched command asks for. The daemon answers a listing in batches, one call each. All
 /// calls send the same request record: what the last reply wrote into a field stays there, unless
 /// the plan sets it again.
+/// KEEP: which fields a command sets again is as its daemon has always seen it; nothing but that
+/// tells the commands apart.
 struct BatchPlan {
   std::string_view module;  ///< target name, set for every batch
   Daemon daemon;

@@ -14,6 +14,9 @@
 /// entry with the same hash is the key's, and sets the key of a new entry.
 namespace qsvmon {
 
+/// Which address of a record is the key of an address listing: its destination or its source.
+enum class IpSide : std::uint8_t { kDst, kSrc };
+
 /// IPv4 addresses in network order; `Stat` has a member `ip`, which this sets.
 template <class Stat>
 struct AddressKeys {

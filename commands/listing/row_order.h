@@ -64,12 +64,13 @@ class RowOrder {
   std::uint64_t last_ = 0;          ///< no item behind this one is needed
 };
 
-/// The order of `rows` by `counter_of(row)`, as far as `most`.
-template <class Rows, class CounterOf>
-RowOrder sorted_rows(const Rows& rows, CounterOf&& counter_of, Direction direction,
+/// The order of `rows` by a counter of theirs, as far as `most`. The counter may be null where
+/// `direction` is kFirstSeen.
+template <class Rows, class Stat>
+RowOrder sorted_rows(const Rows& rows, std::uint32_t Stat::*counter, Direction direction,
                      std::uint32_t most = RowOrder::kAllRows) {
-  RowOrder order(static_cast<std::uint32_t>(rows.size()));
-  order.sort([&](std::uint32_t number) { return counter_of(rows[number]); }, direction, most);
+  RowOrder order(rows.size());
+  order.sort([&](std::uint32_t number) { return rows[number].*counter; }, direction, most);
   return order;
 }
 

@@ -32,7 +32,7 @@ inline bool can_count(const TidPool& tids, TallyBlocks& blocks, const MalcEvent&
 
 void MalcIpAgg::add(std::span<const MalcEvent> events) {
   const auto by_address = [this](const MalcEvent& event, std::uint32_t& key) {
-    key = side_ == Side::kSource ? event.src_net : event.dst_net;
+    key = side_ == IpSide::kSrc ? event.src_net : event.dst_net;
     return can_count(tids_, blocks_, event) ? KeyUse::kInsert : KeyUse::kSkip;
   };
   rows_.fold(events, by_address, CountEvent{tids_, blocks_});
@@ -55,7 +55,7 @@ void MalcAppAgg::add(std::span<const MalcEvent> events) {
     if (event.time_secs == 0 || apid >= kApps) continue;
     const std::uint64_t bitmap = read_once(event.bitmap);
     if (!tids_.tid_match(bitmap)) continue;
-    MalcAppRow& row = rows_[apid];
+    MalcAppStat& row = rows_[apid];
     // The row exists from here on, with total 0 when the category filter leaves nothing to count.
     row.apid = apid;
     const std::uint64_t slots = tids_.counted(bitmap);

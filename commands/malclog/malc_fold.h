@@ -6,19 +6,19 @@
 #include <span>
 
 #include "commands/listing/fold_table.h"
-#include "commands/listing/row_order.h"
 #include "commands/malclog/malc_record.h"
 #include "commands/malclog/tally.h"
 #include "commands/malclog/tidpool.h"
 #include "pools/itlgc_pool.h"
 
-/// The folds of the malicious-event listings, one for each list type: `Agg` aggregates events into
-/// rows, numbered from 0, over any number of batches. `tids` must outlive a fold and be filled
-/// before its first `add`. An event is dropped when there is no memory to count it.
+/// The folds of the malicious-event listings, one for each list type (`Agg`, as in aggregation, is
+/// what the appliance's developers call them): events in, rows of counters out, numbered from 0,
+/// over any number of batches. `tids` must outlive a fold and be filled before its first `add`. An
+/// event is dropped when there is no memory to count it.
 namespace qsvmon {
 
 /// The events of one address.
-struct MalcIpRow {
+struct MalcIpStat {
   std::uint32_t ip;     ///< network order
   std::uint32_t total;  ///< events counted
   Tally tally;
@@ -28,26 +28,24 @@ struct MalcIpRow {
 /// `tid_match` and the category filter let it pass.
 class MalcIpAgg {
  public:
-  enum class Side { kSource, kDestination };
-
-  MalcIpAgg(const TidPool& tids, Side side, FoldMemory memory = {})
+  MalcIpAgg(const TidPool& tids, IpSide side, FoldMemory memory = {})
       : tids_(tids), side_(side), rows_(memory), blocks_(memory) {}
 
   void add(std::span<const MalcEvent> events);
 
   std::uint32_t size() const { return rows_.size(); }
-  const MalcIpRow& operator[](std::uint32_t row) const { return rows_[row]; }
+  const MalcIpStat& operator[](std::uint32_t row) const { return rows_[row]; }
   const TallyBlocks& blocks() const { return blocks_; }
 
  private:
   const TidPool& tids_;
-  Side side_;
-  FoldTable<AddressKeys<MalcIpRow>> rows_;
+  IpSide side_;
+  FoldTable<AddressKeys<MalcIpStat>> rows_;
   TallyBlocks blocks_;
 };
 
 /// The events of one host.
-struct MalcHostRow {
+struct MalcHostStat {
   NameKey<48> name;     ///< at most 42 bytes, so NUL-terminated; may hold NULs before its end
   std::uint32_t total;  ///< events counted
   Tally tally;
@@ -72,17 +70,17 @@ class MalcHostAgg {
   void add(std::span<const MalcEvent> events);
 
   std::uint32_t size() const { return rows_.size(); }
-  const MalcHostRow& operator[](std::uint32_t row) const { return rows_[row]; }
+  const MalcHostStat& operator[](std::uint32_t row) const { return rows_[row]; }
   const TallyBlocks& blocks() const { return blocks_; }
 
  private:
   const TidPool& tids_;
-  FoldTable<NameKeys<MalcHostRow>> rows_;
+  FoldTable<NameKeys<MalcHostStat>> rows_;
   TallyBlocks blocks_;
 };
 
 /// The events of one application.
-struct MalcAppRow {
+struct MalcAppStat {
   std::uint16_t apid;   ///< 0 in a row that no event made, and in that of application 0
   std::uint32_t total;  ///< events counted
   Tally tally;
@@ -99,17 +97,17 @@ class MalcAppAgg {
   void add(std::span<const MalcEvent> events);
 
   std::uint32_t size() const { return kApps; }
-  const MalcAppRow& operator[](std::uint32_t row) const { return rows_[row]; }
+  const MalcAppStat& operator[](std::uint32_t row) const { return rows_[row]; }
   const TallyBlocks& blocks() const { return blocks_; }
 
  private:
   const TidPool& tids_;
-  std::array<MalcAppRow, kApps> rows_{};
+  std::array<MalcAppStat, kApps> rows_{};
   TallyBlocks blocks_;
 };
 
 /// One signature and how many events it matched.
-struct MalcTidRow {
+struct MalcTidStat {
   const MalcTid& signature;
   std::uint32_t total;
 };
@@ -126,7 +124,7 @@ class MalcTidAgg {
   void add(std::span<const MalcEvent> events);
 
   std::uint32_t size() const { return made_ ? kSlots : 0; }
-  MalcTidRow operator[](std::uint32_t row) const {
+  MalcTidStat operator[](std::uint32_t row) const {
     return {tids_.slot(static_cast<int>(row)), counts_[row]};
   }
 
@@ -138,13 +136,5 @@ class MalcTidAgg {
   std::array<std::uint32_t, kSlots> counts_{};
   bool made_ = false;
 };
-
-/// The order in which a fold's rows are shown, as far as `most`: largest total first, equal ones by
-/// their number.
-template <class Agg>
-RowOrder sorted_rows(const Agg& agg, std::uint32_t most = RowOrder::kAllRows) {
-  return sorted_rows(
-      agg, [](const auto& row) { return row.total; }, Direction::kLargestFirst, most);
-}
 
 }  // namespace qsvmon

@@ -5,6 +5,7 @@
 #include <span>
 
 #include "commands/listing/page.h"
+#include "commands/listing/row_order.h"
 #include "commands/malclog/malc_fold.h"
 #include "format/printer.h"
 #include "pools/itlgc_pool.h"

@@ -7,18 +7,6 @@
 namespace qsvmon {
 namespace {
 
-/// A word that stands for one value of one member.
-struct ChoiceWord {
-  std::string_view prefix;
-  int MalcQuery::*member;
-  int value;
-};
-
-constexpr ChoiceWord kChoices[] = {
-    {"type=ip", &MalcQuery::type, 0},
-    {"type=dns", &MalcQuery::type, 1},
-};
-
 /// A word that carries a number.
 struct NumberWord {
   std::string_view prefix;
@@ -28,18 +16,6 @@ struct NumberWord {
 constexpr NumberWord kNumbers[] = {
     {"itlgc_id=", &MalcQuery::itlgc_id}, {"tid=", &MalcQuery::tid},   {"id=", &MalcQuery::tid},
     {"apid=", &MalcQuery::apid},         {"page=", &MalcQuery::page}, {"limit=", &MalcQuery::limit},
-};
-
-/// A word that carries an address, and the error word for one that is none.
-struct AddressWord {
-  std::string_view prefix;
-  std::uint32_t MalcQuery::*member;
-  std::string_view error;
-};
-
-constexpr AddressWord kAddresses[] = {
-    {"src=", &MalcQuery::src_net, "INV_SRCIP"},
-    {"dst=", &MalcQuery::dst_net, "INV_DSTIP"},
 };
 
 struct ListTypeWord {
@@ -55,22 +31,27 @@ constexpr ListTypeWord kListTypes[] = {
     {"listtype=det", MalcListType::kDetail}, {"listtype=hos", MalcListType::kHost},
 };
 
-Status take_word(const char* word, MalcQuery& query) {
-  for (const ChoiceWord& choice : kChoices) {
-    if (after_prefix(word, choice.prefix)) query.*choice.member = choice.value;
-  }
+/// Into network order; false for a text that is no address.
+bool parse_address(const char* text, std::uint32_t& net) {
+  std::uint32_t host_order = 0;
+  if (parse_ipv4(text, &host_order) != 0) return false;
+  net = from_net32(host_order);
+  return true;
+}
+
+/// The beginnings of words exclude each other, so that their order here does not matter.
+Status parse_word(const char* word, MalcQuery& query) {
+  if (after_prefix(word, "type=ip")) query.type = 0;
+  if (after_prefix(word, "type=dns")) query.type = 1;
   if (const char* text = after_prefix(word, "host=")) query.host = text;
   for (const NumberWord& number : kNumbers) {
     if (const char* text = after_prefix(word, number.prefix))
       query.*number.member = parse_atoi(text);
   }
-  for (const AddressWord& address : kAddresses) {
-    const char* text = after_prefix(word, address.prefix);
-    if (!text) continue;
-    std::uint32_t host_order = 0;
-    if (parse_ipv4(text, &host_order) != 0) return Status::error(address.error);
-    query.*address.member = from_net32(host_order);
-  }
+  if (const char* text = after_prefix(word, "src="); text && !parse_address(text, query.src_net))
+    return Status::error("INV_SRCIP");
+  if (const char* text = after_prefix(word, "dst="); text && !parse_address(text, query.dst_net))
+    return Status::error("INV_DSTIP");
   for (const ListTypeWord& list : kListTypes) {
     if (after_prefix(word, list.prefix)) query.listtype = list.value;
   }
@@ -81,7 +62,7 @@ Status take_word(const char* word, MalcQuery& query) {
 
 Status parse_malc_query(Words words, MalcQuery& query) {
   for (const char* word : words) {
-    if (Status s = take_word(word, query); !s.ok()) return s;
+    if (Status s = parse_word(word, query); !s.ok()) return s;
   }
   // KEEP: any category word, valid or not, excuses a signature id from naming its type.
   if (query.itlgc_id == -1 && query.names_signature() && query.type == -1) {

@@ -1,15 +1,27 @@
 #pragma once
 
+#include <span>
+
+#include "commands/listing/batches.h"
+#include "commands/malclog/malc_query.h"
+#include "commands/malclog/tidpool.h"
+#include "format/printer.h"
+#include "format/status.h"
+#include "pools/itlgc_pool.h"
+
 namespace qsvmon {
 
-/// `malclog list`: the malicious events that the management daemon has kept, one by one or summed
-/// up by destination, source, application, signature or host, as JSON without a final newline.
-/// The words are those after the sub-command (malc_query.h). Returns 0, or -1 after a line that
-/// says why: an error word of the query, or what the daemon or the transport answered.
-/// REQUIRES: a session with the management daemon.
-///
-/// The source parses the words and makes what every listing needs; malc_listing.cpp holds one short
-/// pipeline for each list type, of the same steps as tcpreset/tcpreset.cpp.
+/// The handler of `malclog list`: lists malicious events as JSON, by the word "listtype=" one row
+/// for each address, application, signature, host or event. Takes the words after the sub-command
+/// and fetches the events from the management daemon through the session that the dispatcher opened.
+/// Returns 0, or -1 after printing why it failed.
 int malclog_list(int argc, char** argv);
+
+/// What `malclog_list` does once it knows the query; tests call it with batches of their own.
+/// `categories` are the category pool's entries. On failure, what was printed before stays: the
+/// beginning of the event-by-event listing. Where the signature table cannot be allocated, prints a
+/// line that says so and an empty listing, which is no failure.
+Status list_events(Printer& out, const MalcQuery& query, BatchSource& batches, TidPool& tids,
+                   std::span<const ItlgcEntry> categories);
 
 }  // namespace qsvmon

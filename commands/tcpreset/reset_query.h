@@ -19,6 +19,8 @@ struct StatQuery {
   Direction direction = Direction::kFirstSeen;
 
   bool has_filter() const { return filter != nullptr && *filter != '\0'; }
+  /// How many rows of the order can lie on the page: with a filter any may.
+  std::uint32_t most_rows() const { return has_filter() ? RowOrder::kAllRows : rows.last; }
   /// Without a counter or without a direction all rows are equal.
   Direction sorting() const { return counter == nullptr ? Direction::kFirstSeen : direction; }
 };
@@ -40,13 +42,10 @@ using DnsQuery = StatQuery<DnsStat>;
 Status parse_ip_query(Words words, IpQuery& query);
 Status parse_dns_query(Words words, DnsQuery& query);
 
-/// The order in which a fold's rows are shown, as far as the page needs it: with a filter any row
-/// may come to lie on it.
+/// The order in which the rows of a fold are shown.
 template <class Fold, class Stat>
 RowOrder sorted_rows(const Fold& fold, const StatQuery<Stat>& query) {
-  return sorted_rows(
-      fold, [&](const Stat& stat) { return stat.*query.counter; }, query.sorting(),
-      query.has_filter() ? fold.size() : query.rows.last);
+  return sorted_rows(fold, query.counter, query.sorting(), query.most_rows());
 }
 
 }  // namespace qsvmon

@@ -6,12 +6,6 @@
 
 namespace qsvmon {
 
-/// Which address of a session is the key of the address listing.
-enum class IpSide : std::uint8_t {
-  kDst,  ///< destination; `slots` holds destination ports
-  kSrc,  ///< source; `slots` holds application ids
-};
-
 /// Eight places for ports or application ids. The caller chooses the place: an application id
 /// modulo 8, or a port as it is stored, in network order, modulo 8. A value replaces what is there,
 /// so of all values with one place the last is kept.
@@ -35,7 +29,8 @@ struct FlowStat {
   ValueSlots slots;
 };
 
-/// The sessions of one address.
+/// The sessions of one address: `slots` has the ports of a destination, or the applications of a
+/// source.
 struct IpStat : FlowStat {
   std::uint32_t ip;  ///< network order, as it came
 };

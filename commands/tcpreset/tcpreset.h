@@ -1,8 +1,9 @@
 #pragma once
 
 /// The listings of TCP sessions that the appliance reset. Each handler receives the words after its
-/// sub-command, fetches the records from the management daemon and returns 0, or -1 after printing
-/// why it failed.
+/// sub-command, fetches the records from the management daemon through the session that the
+/// dispatcher opened, and returns 0, or -1 after printing why it failed. The other families are cut
+/// at the same places; where and why they differ is in CONTRIBUTING.md.
 namespace qsvmon {
 
 int tcpreset_listip(int argc, char** argv);   ///< one row per address, as JSON

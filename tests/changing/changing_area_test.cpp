@@ -117,7 +117,7 @@ TEST(ChangingArea, HostsKeepToTheirRows) {
 
 TEST(ChangingArea, AddressesAndSignaturesAreCounted) {
   const TidPool tids = filled_pool();
-  MalcIpAgg ips(tids, MalcIpAgg::Side::kSource);
+  MalcIpAgg ips(tids, IpSide::kSrc);
   fold_changing_events(ips);
   MalcTidAgg signatures(tids);
   fold_changing_events(signatures);

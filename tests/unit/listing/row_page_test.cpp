@@ -15,8 +15,8 @@ constexpr auto kAll = Direction::kFirstSeen;
 /// The page of `rows` with `range`, only those below `below`, by the direction.
 std::string page_of(const Numbers& rows, RowRange range, std::uint32_t below, Direction direction) {
   MemoryPrinter out;
-  const RowOrder order = sorted_rows(
-      rows, [](std::uint32_t row) { return row; }, direction);
+  RowOrder order(static_cast<std::uint32_t>(rows.size()));
+  order.sort([&](std::uint32_t number) { return rows[number]; }, direction);
   print_page(
       out, rows, order, {.rows = range, .total = "of", .filtered = below != 0},
       [&](std::uint32_t row) { out.put(row); }, [&](std::uint32_t row) { return row < below; });
@@ -60,6 +60,29 @@ TEST(RowPage, RowsOutsideThePageAreNotLookedAtWithoutAFilter) {
   });
   EXPECT_EQ(out.str(), R"({"data":[500000000,500000001],"total":1000000000})");
   EXPECT_EQ(printed, 2);
+}
+
+struct Flows {
+  std::uint32_t count;
+};
+
+/// A fold of two rows.
+struct TwoRows {
+  std::uint32_t size() const { return 2; }
+  Flows operator[](std::uint32_t number) const { return {number}; }
+};
+
+TEST(SortedRows, AreSortedByACounter) {
+  const RowOrder order = sorted_rows(TwoRows(), &Flows::count, Direction::kLargestFirst);
+  EXPECT_EQ(order[0], 1U);
+  EXPECT_EQ(order[1], 0U);
+}
+
+TEST(SortedRows, NeedNoCounterAsFirstSeen) {
+  constexpr std::uint32_t Flows::*kNone = nullptr;
+  const RowOrder order = sorted_rows(TwoRows(), kNone, Direction::kFirstSeen);
+  EXPECT_EQ(order.size(), 2U);
+  EXPECT_EQ(order[0], 0U);
 }
 
 }  // namespace

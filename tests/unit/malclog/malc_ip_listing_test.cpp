@@ -229,13 +229,13 @@ TEST(MalcIpAgg, AnEventWithoutMemoryIsDropped) {
   const MalcQuery query = dst();
   const TidPool tids = pool(query, kTable);
   ScarceMemory::allow(0);
-  MalcIpAgg none(tids, MalcIpAgg::Side::kDestination, kScarce);
+  MalcIpAgg none(tids, IpSide::kDst, kScarce);
   none.add(std::vector<MalcEvent>(100, at(kA, bit(1))));
   EXPECT_EQ(none.size(), 0U);
 
   // The slots and the first rows, and nothing for the counts of many signatures.
   ScarceMemory::allow(2);
-  MalcIpAgg some(tids, MalcIpAgg::Side::kDestination, kScarce);
+  MalcIpAgg some(tids, IpSide::kDst, kScarce);
   some.add(std::vector<MalcEvent>(1, at(kA, bit(1))));
   EXPECT_EQ(ScarceMemory::left(), 0);
   EXPECT_EQ(some.size(), 1U);

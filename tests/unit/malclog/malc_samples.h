@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "commands/malclog/malc_listing.h"
+#include "commands/malclog/malclog.h"
 #include "commands/malclog/malc_record.h"
 #include "commands/malclog/tidpool.h"
 #include "format/printer.h"

@@ -1,4 +1,4 @@
-#include "commands/malclog/malc_listing.h"
+#include "commands/malclog/malclog.h"
 
 #include <gtest/gtest.h>
 
