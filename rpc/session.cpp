@@ -83,8 +83,10 @@ bool exchange_record(RpcRequest& request) {
     return transport_failed(request, 's');
   // KEEP: into the same record, so that an answer that stops part of the way leaves what came of
   // it; a command that goes on after a failed call returns the `result` that it got.
-  return receive_all(session.socket, &request, sizeof request) == 0 ||
-         transport_failed(request, 'r');
+  if (receive_all(session.socket, &request, sizeof request) != 0) {
+    return transport_failed(request, 'r');
+  }
+  return true;
 }
 
 bool receive_dictionary(RpcRequest& request) {
