@@ -13,8 +13,8 @@ namespace qsvmon {
 
 /// The handler of `malclog list`: lists malicious events as JSON, by the word "listtype=" one row
 /// for each address, application, signature, host or event. Takes the words after the sub-command
-/// and fetches the events from the management daemon through the session that the dispatcher opened.
-/// Returns 0, or -1 after printing why it failed.
+/// and fetches the events from the management daemon through the session that the dispatcher
+/// opened. Returns 0, or -1 after printing why it failed.
 int malclog_list(int argc, char** argv);
 
 /// What `malclog_list` does once it knows the query; tests call it with batches of their own.
