@@ -5,7 +5,7 @@
 
 #include "cli/signals.h"
 #include "format/printer.h"
-#include "platform/boot_time.h"
+#include "platform/system.h"
 #include "rpc/dict.h"
 #include "rpc/exchange.h"
 #include "rpc/session.h"

@@ -1,6 +1,6 @@
 #include "commands/listing/key_hash.h"
 
-#include "platform/random_seed.h"
+#include "platform/system.h"
 
 namespace qsvmon {
 

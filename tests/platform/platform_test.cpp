@@ -8,10 +8,9 @@
 #include <ctime>
 #include <string_view>
 
-#include "platform/boot_time.h"
 #include "platform/large_memory.h"
-#include "platform/random_seed.h"
 #include "platform/socket_address.h"
+#include "platform/system.h"
 
 namespace {
 

@@ -1,12 +1,10 @@
 #include <sys/types.h>
 
+#include <stdlib.h>
 #include <sys/sysctl.h>
 #include <sys/time.h>
 
-#include <cstddef>
-#include <cstdint>
-
-#include "platform/boot_time.h"
+#include "platform/system.h"
 
 namespace qsvmon {
 
@@ -17,6 +15,10 @@ bool read_boot_time(BootTime& out) {
   out.seconds = static_cast<std::uint64_t>(boot.tv_sec);
   out.microseconds = static_cast<std::uint64_t>(boot.tv_usec);
   return true;
+}
+
+void random_seed(void* seed, std::size_t bytes) {
+  ::arc4random_buf(seed, bytes);
 }
 
 }  // namespace qsvmon

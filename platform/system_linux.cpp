@@ -1,11 +1,26 @@
-#include "platform/random_seed.h"
+#include "platform/system.h"
 
 #include <sys/random.h>
 #include <time.h>
 
-#include <cstdint>
+#include <cstdio>
 
 namespace qsvmon {
+
+// The "btime" line of /proc/stat: unlike the difference of two clocks it is the same at every call.
+bool read_boot_time(BootTime& out) {
+  std::FILE* file = std::fopen("/proc/stat", "r");
+  if (file == nullptr) return false;
+  char line[512];
+  unsigned long long seconds = 0;
+  bool found = false;
+  while (!found && std::fgets(line, sizeof line, file) != nullptr) {
+    found = std::sscanf(line, "btime %llu", &seconds) == 1;
+  }
+  std::fclose(file);
+  if (found) out = {seconds, 0};
+  return found;
+}
 
 void random_seed(void* seed, std::size_t bytes) {
   if (::getentropy(seed, bytes) == 0) return;
