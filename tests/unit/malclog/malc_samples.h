@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
-#include "commands/malclog/malclog.h"
 #include "commands/malclog/malc_record.h"
+#include "commands/malclog/malclog.h"
 #include "commands/malclog/tidpool.h"
 #include "format/printer.h"
 #include "pools/itlgc_pool.h"
