@@ -7,28 +7,22 @@
 namespace qsvmon {
 namespace {
 
-constexpr std::uint32_t utf8_word(std::uint32_t cp) {
-  const std::uint32_t last = 0x80U | (cp & 0x3FU);
-  if (cp < 0x800) return 0x02000000U | last << 8 | 0xC0U | cp >> 6;
-  return 0x03000000U | last << 16 | (0x80U | (cp >> 6 & 0x3FU)) << 8 | 0xE0U | cp >> 12;
-}
-
-/// Calls `take(first, second, code point)` for every character, with its EUC-CN bytes.
-template <class Take>
-constexpr void for_each_character(Take take) {
+/// Calls `use(first, second, code point)` for every character, with its EUC-CN bytes.
+template <class Use>
+constexpr void for_each_character(Use use) {
   for (unsigned cell = 0; cell < kGbRows * kGbColumns; ++cell) {
     if (kGbCells[cell] == kGbUnassigned) continue;
-    take(static_cast<unsigned char>(0xA1 + cell / kGbColumns),
-         static_cast<unsigned char>(0xA1 + cell % kGbColumns), kGbCells[cell]);
+    use(static_cast<unsigned char>(0xA1 + cell / kGbColumns),
+        static_cast<unsigned char>(0xA1 + cell % kGbColumns), kGbCells[cell]);
   }
 }
 
-constexpr auto make_utf8() {
-  std::array<std::uint32_t, kGbUtf8.size()> utf8{};
+constexpr auto make_code_points() {
+  std::array<std::uint16_t, kGbCodePoints.size()> code_points{};
   for_each_character([&](unsigned char first, unsigned char second, std::uint16_t cp) {
-    utf8[gb_index(first, second)] = utf8_word(cp);
+    code_points[gb_index(first, second)] = cp;
   });
-  return utf8;
+  return code_points;
 }
 
 struct Reverse {
@@ -52,7 +46,7 @@ static_assert(kReverse.used_pages == kGbUsedPages);
 
 }  // namespace
 
-constinit const std::array<std::uint32_t, 1 << 14> kGbUtf8 = make_utf8();
+constinit const std::array<std::uint16_t, 1 << 14> kGbCodePoints = make_code_points();
 constinit const std::array<std::uint16_t, 1 << 10> kGbPages = kReverse.pages;
 constinit const std::array<std::uint16_t, kGbUsedPages << 6> kGbCodes = kReverse.codes;
 

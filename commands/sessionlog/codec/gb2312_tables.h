@@ -8,11 +8,10 @@
 // gb2312_cells.h.
 namespace qsvmon {
 
-/// A character's UTF-8 bytes, the first in the low byte, and their number, 2 or 3, in the high one;
-/// 0 for no character. By `gb_index` of its EUC-CN bytes.
-extern const std::array<std::uint32_t, 1 << 14> kGbUtf8;
+/// The code point of a character by `gb_index` of its EUC-CN bytes; 0 for no character.
+extern const std::array<std::uint16_t, 1 << 14> kGbCodePoints;
 
-/// Where the character of two bytes is in kGbUtf8. Their high bits do not count.
+/// Where the character of two bytes is in kGbCodePoints. Their high bits do not count.
 constexpr unsigned gb_index(unsigned char first, unsigned char second) {
   return (first & 0x7FU) << 7 | (second & 0x7FU);
 }
