@@ -27,4 +27,10 @@ void memory_will_be_read(const void* from, std::size_t bytes);
 /// Frees what `large_memory_allocate(bytes, ...)` returned; null is ignored.
 void large_memory_free(void* memory, std::size_t bytes);
 
+/// Where a listing takes its memory from; tests pass functions that fail.
+struct LargeMemory {
+  void* (*allocate)(std::size_t bytes, Pages pages) = large_memory_allocate;
+  void (*free)(void* memory, std::size_t bytes) = large_memory_free;
+};
+
 }  // namespace qsvmon

@@ -9,12 +9,6 @@
 
 namespace qsvmon {
 
-/// How a listing allocates and frees memory; tests pass functions that fail.
-struct FoldMemory {
-  void* (*allocate)(std::size_t bytes, Pages pages) = large_memory_allocate;  ///< zeroes, or null
-  void (*free)(void* memory, std::size_t bytes) = large_memory_free;
-};
-
 /// Has the cache lines of an entry fetched that will be needed soon. Inlined by force: a compiler
 /// may drop the call of a function that only prefetches as one without effect.
 template <class Entry>
@@ -33,7 +27,7 @@ class EntryChunks {
   static_assert(std::is_trivially_copyable_v<Entry> && std::is_trivially_destructible_v<Entry>);
 
  public:
-  explicit EntryChunks(FoldMemory memory) : memory_(memory) {}
+  explicit EntryChunks(LargeMemory memory) : memory_(memory) {}
   EntryChunks(const EntryChunks&) = delete;
   EntryChunks& operator=(const EntryChunks&) = delete;
   ~EntryChunks() {
@@ -89,7 +83,7 @@ class EntryChunks {
     return true;
   }
 
-  FoldMemory memory_;
+  LargeMemory memory_;
   void* chunks_[kMaxChunks] = {};
   /// By the top bit of a place: where its chunk would begin if it began with place 0.
   std::uintptr_t origins_[32] = {};

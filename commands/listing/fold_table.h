@@ -39,7 +39,7 @@ class FoldTable {
   static constexpr std::uint32_t kFirstSlots = 1024;
   static constexpr std::size_t kReadAhead = 2048;  ///< bytes
 
-  explicit FoldTable(FoldMemory memory = {}) : memory_(memory), entries_(memory) {}
+  explicit FoldTable(LargeMemory memory = {}) : memory_(memory), entries_(memory) {}
   FoldTable(const FoldTable&) = delete;
   FoldTable& operator=(const FoldTable&) = delete;
   ~FoldTable() { memory_.free(slots_, slot_count() * sizeof(Slot)); }
@@ -187,7 +187,7 @@ class FoldTable {
     return &slots_[at];
   }
 
-  FoldMemory memory_;
+  LargeMemory memory_;
   EntryChunks<Entry> entries_;
   Slot* slots_ = nullptr;
   std::uint32_t last_slot_ = 0;  ///< a power of two of slots, less one

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "platform/system.h"
+
 namespace qsvmon {
 
 /// Keyed hashes: who chooses the keys cannot choose which of them meet in a table. The values
@@ -12,8 +14,13 @@ struct KeySecret {
   std::uint64_t word[4];
 };
 
-/// A new secret of random odd words.
-KeySecret new_key_secret();
+/// A new secret of random words, which are odd: an even factor would discard a bit.
+inline KeySecret new_key_secret() {
+  KeySecret secret;
+  random_seed(&secret, sizeof secret);
+  for (std::uint64_t& word : secret.word) word |= 1;
+  return secret;
+}
 
 inline std::uint64_t load64(const char* at) {
   std::uint64_t word;

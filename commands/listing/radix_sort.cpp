@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <iterator>
 #include <utility>
 
@@ -79,6 +80,28 @@ RadixSorted radix_sort(std::uint64_t* items, std::uint64_t* spare, std::size_t c
     ++sorted.passes;
   }
   return sorted;
+}
+
+bool SortItems::reserve(std::size_t count) {
+  if (count <= room_) return true;
+  void* const memory = memory_.allocate(count * sizeof *items_, Pages::kWhole);
+  if (memory == nullptr) return false;
+  if (room_ != 0) std::memcpy(memory, items_, room_ * sizeof *items_);
+  memory_.free(items_, room_ * sizeof *items_);
+  items_ = static_cast<std::uint64_t*>(memory);
+  room_ = count;
+  return true;
+}
+
+void SortItems::sort(std::size_t count) {
+  if (sort_if_in_order(first(count))) return;
+  std::uint64_t* spare = nullptr;
+  if (count > kFewItems) {
+    spare = static_cast<std::uint64_t*>(memory_.allocate(room_ * sizeof *items_, Pages::kWhole));
+  }
+  if (spare == nullptr) return sort_in_place(first(count));
+  if (radix_sort(items_, spare, count).items == spare) std::swap(items_, spare);
+  memory_.free(spare, room_ * sizeof *items_);
 }
 
 }  // namespace qsvmon

@@ -5,6 +5,9 @@
 #include <cstdint>
 #include <functional>
 #include <span>
+#include <utility>
+
+#include "platform/large_memory.h"
 
 /// Sorting of 64-bit items: what is sorted by in the upper half, a number in the lower. Both ways
 /// have bounds that hold for every order of the items and with every standard library; a daemon
@@ -41,5 +44,33 @@ void sort_in_place(std::span<std::uint64_t> items, Less less = {}) {
   std::make_heap(items.begin(), items.end(), less);
   std::sort_heap(items.begin(), items.end(), less);
 }
+
+/// An array of such items, and the way to sort it.
+class SortItems {
+ public:
+  explicit SortItems(LargeMemory memory) : memory_(memory) {}
+  SortItems(SortItems&& other) noexcept
+      : memory_(other.memory_),
+        items_(std::exchange(other.items_, nullptr)),
+        room_(std::exchange(other.room_, 0)) {}
+  SortItems& operator=(SortItems&&) = delete;
+  ~SortItems() { memory_.free(items_, room_ * sizeof *items_); }
+
+  std::size_t room() const { return room_; }
+  /// Makes room for `count` items and keeps those that there are. False without memory: all stays.
+  bool reserve(std::size_t count);
+  std::uint64_t& operator[](std::size_t at) { return items_[at]; }
+  std::uint64_t operator[](std::size_t at) const { return items_[at]; }
+  std::span<std::uint64_t> first(std::size_t count) { return {items_, count}; }
+  /// Sorts the first `count` items by both halves, in linear time. Without memory for a second
+  /// array it takes longer and gives the same order. REQUIRES: where upper halves are equal the
+  /// lower ones rise, as numbers do that are given in turn.
+  void sort(std::size_t count);
+
+ private:
+  LargeMemory memory_;
+  std::uint64_t* items_ = nullptr;
+  std::size_t room_ = 0;
+};
 
 }  // namespace qsvmon

@@ -2,15 +2,9 @@
 
 #include <algorithm>
 #include <cstring>
-#include <utility>
-
-#include "commands/listing/radix_sort.h"
 
 namespace qsvmon {
 namespace {
-
-/// A shorter list is not cut: that would cost more than the memory is worth.
-constexpr std::uint64_t kWorthDropping = 4096;
 
 /// No list gets that long: records of 4 bytes would fill the store before.
 constexpr std::uint32_t kNeverReached = std::uint32_t{1} << 31;
@@ -26,21 +20,16 @@ std::uint64_t swap_halves(std::uint64_t item) {
 
 }  // namespace
 
-RecordList::RecordList(PageRange page, IsHidden is_hidden, FoldMemory memory)
+RecordList::RecordList(PageRange page, IsHidden is_hidden, LargeMemory memory)
     : page_(page),
       is_hidden_(is_hidden),
-      memory_(memory),
       records_(memory),
+      items_(memory),
       drop_at_(std::max(kWorthDropping, std::uint64_t{page.end} * 2)) {
   if (page.start >= page.end || page.start >= kNeverReached) {  // shows nothing: all lies behind
     has_last_key_ = true;
     last_key_ = 0xFFFFFFFF;
   }
-}
-
-RecordList::~RecordList() {
-  memory_.free(items_, room_ * sizeof *items_);
-  memory_.free(spare_, room_ * sizeof *spare_);
 }
 
 void RecordList::append(std::uint32_t key, std::span<const char> record) {
@@ -57,32 +46,6 @@ void RecordList::append_asked(std::uint32_t key, std::size_t bytes) {
   const std::uint32_t place = records_.add(hidden ? 0 : bytes);
   records_.set_mark(place, hidden ? kHidden : kShown);
   add_item(key, place);
-}
-
-bool RecordList::grow_items() {
-  const std::size_t room = room_ == 0 ? kWorthDropping : room_ * 2;
-  const Pages pages = room * sizeof *items_ < kLargePageBytes ? Pages::kOnTouch : Pages::kWhole;
-  auto* grown = static_cast<std::uint64_t*>(memory_.allocate(room * sizeof *items_, pages));
-  if (grown == nullptr) return false;
-  if (size_ != 0) std::memcpy(grown, items_, size_ * sizeof *items_);
-  memory_.free(items_, room_ * sizeof *items_);
-  memory_.free(spare_, room_ * sizeof *spare_);
-  spare_ = nullptr;
-  items_ = grown;
-  room_ = room;
-  return true;
-}
-
-void RecordList::sort() {
-  if (sort_if_in_order({items_, size_})) return;
-  if (size_ > kFewItems && spare_ == nullptr) {
-    spare_ = static_cast<std::uint64_t*>(memory_.allocate(room_ * sizeof *spare_, Pages::kOnTouch));
-  }
-  if (size_ <= kFewItems || spare_ == nullptr) {  // the place keeps equal keys as they came
-    sort_in_place({items_, size_});
-  } else if (radix_sort(items_, spare_, size_).items == spare_) {
-    std::swap(items_, spare_);
-  }
 }
 
 /// Whether the record is left out of the page. The answer never changes, and a record that is not
@@ -116,7 +79,7 @@ std::uint32_t RecordList::needed() {
 
 /// Sorting takes linear time and the list has doubled since the last cut: constant time a record.
 void RecordList::drop_what_lies_behind() {
-  sort();
+  items_.sort(size_);
   drop_from(needed());
   drop_at_ = std::max(kWorthDropping, std::uint64_t{size_} * 2);
 }
@@ -126,7 +89,7 @@ void RecordList::drop_what_lies_behind() {
 void RecordList::drop_from(std::uint32_t position) {
   size_ = position;
   for (std::uint32_t i = 0; i < size_; ++i) items_[i] = swap_halves(items_[i]);
-  sort();
+  items_.sort(size_);
   records_.rewind();
   for (std::uint32_t i = 0; i < size_; ++i) {
     const std::uint64_t item = swap_halves(items_[i]);

@@ -5,6 +5,7 @@
 #include <span>
 
 #include "commands/listing/page.h"
+#include "commands/listing/radix_sort.h"
 #include "commands/listing/record_store.h"
 
 namespace qsvmon {
@@ -27,10 +28,9 @@ class RecordList {
   using IsHidden = bool (*)(std::span<const char> record);
 
   /// With a null `is_hidden` none is.
-  explicit RecordList(PageRange page, IsHidden is_hidden = nullptr, FoldMemory memory = {});
+  explicit RecordList(PageRange page, IsHidden is_hidden = nullptr, LargeMemory memory = {});
   RecordList(const RecordList&) = delete;
   RecordList& operator=(const RecordList&) = delete;
-  ~RecordList();
 
   /// Whether a record of this key will never be needed, whatever else comes.
   bool lies_behind(std::uint32_t key) const {
@@ -41,7 +41,8 @@ class RecordList {
   /// written into it and then appended. Valid until the next call. Null without memory.
   /// KEEP: the caller then drops the record, silently and uncounted.
   char* room(std::size_t most) {
-    return size_ < room_ || grow_items() ? records_.room(most) : nullptr;
+    const std::size_t grown = size_ == 0 ? kWorthDropping : std::size_t{size_} * 2;
+    return size_ < items_.room() || items_.reserve(grown) ? records_.room(most) : nullptr;
   }
 
   /// Appends the record that the first `bytes` bytes (above 0) of the last `room` are.
@@ -56,7 +57,7 @@ class RecordList {
   void count_behind(std::uint32_t records) { count_ += records; }
 
   /// Sorts the stored records. Call it once, when all have been appended.
-  void sort();
+  void sort() { items_.sort(size_); }
 
   PageRange page() const { return page_; }
   /// All records appended so far, also those that are not stored.
@@ -71,6 +72,9 @@ class RecordList {
   }
 
  private:
+  /// A shorter list is not cut: that would cost more than the memory is worth.
+  static constexpr std::uint64_t kWorthDropping = 4096;
+
   static std::uint32_t place_of(std::uint64_t item) { return static_cast<std::uint32_t>(item); }
 
   void add_item(std::uint32_t key, std::uint32_t place) {
@@ -79,7 +83,6 @@ class RecordList {
     if (size_ == drop_at_) drop_what_lies_behind();
   }
   void append_asked(std::uint32_t key, std::size_t bytes);
-  bool grow_items();
   std::uint32_t needed();
   bool hides(std::uint32_t place);
   void drop_what_lies_behind();
@@ -87,12 +90,9 @@ class RecordList {
 
   PageRange page_;
   IsHidden is_hidden_;
-  FoldMemory memory_;
   RecordStore records_;
   /// The key inverted in the upper half, the record's place in the lower: ascending is the order.
-  std::uint64_t* items_ = nullptr;
-  std::uint64_t* spare_ = nullptr;  ///< the sort's second array, as large; null before the first
-  std::size_t room_ = 0;
+  SortItems items_;
   std::uint32_t size_ = 0;
   std::uint32_t count_ = 0;
   std::uint64_t drop_at_;       ///< the size at which the list is cut

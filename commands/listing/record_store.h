@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <span>
 
-#include "commands/listing/entry_chunks.h"
+#include "platform/large_memory.h"
 
 namespace qsvmon {
 
@@ -14,7 +14,7 @@ class RecordStore {
  public:
   static constexpr std::size_t kMaxRecordBytes = 0xFFFF;
 
-  explicit RecordStore(FoldMemory memory) : memory_(memory) {}
+  explicit RecordStore(LargeMemory memory) : memory_(memory) {}
   RecordStore(const RecordStore&) = delete;
   RecordStore& operator=(const RecordStore&) = delete;
   ~RecordStore();
@@ -77,7 +77,7 @@ class RecordStore {
   }
   bool add_chunk();
 
-  FoldMemory memory_;
+  LargeMemory memory_;
   char** chunks_ = nullptr;  ///< room for kMaxChunks, of which those in use alone are touched
   std::uint32_t chunk_count_ = 0;
   std::uint64_t end_ = 0;  ///< behind the last record, in units

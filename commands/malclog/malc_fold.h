@@ -28,7 +28,7 @@ struct MalcIpStat {
 /// `tid_match` and the category filter let it pass.
 class MalcIpAgg {
  public:
-  MalcIpAgg(const TidPool& tids, IpSide side, FoldMemory memory = {})
+  MalcIpAgg(const TidPool& tids, IpSide side, LargeMemory memory = {})
       : tids_(tids), side_(side), rows_(memory), blocks_(memory) {}
 
   void add(std::span<const MalcEvent> events);
@@ -64,7 +64,7 @@ class MalcHostAgg {
  public:
   static constexpr std::size_t kMaxName = 42;
 
-  explicit MalcHostAgg(const TidPool& tids, FoldMemory memory = {})
+  explicit MalcHostAgg(const TidPool& tids, LargeMemory memory = {})
       : tids_(tids), rows_(memory), blocks_(memory) {}
 
   void add(std::span<const MalcEvent> events);
@@ -92,7 +92,7 @@ class MalcAppAgg {
  public:
   static constexpr std::uint32_t kApps = 1000;
 
-  explicit MalcAppAgg(const TidPool& tids, FoldMemory memory = {}) : tids_(tids), blocks_(memory) {}
+  explicit MalcAppAgg(const TidPool& tids, LargeMemory memory = {}) : tids_(tids), blocks_(memory) {}
 
   void add(std::span<const MalcEvent> events);
 

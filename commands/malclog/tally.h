@@ -41,7 +41,7 @@ static_assert(sizeof(Tally) == 16 && std::is_trivially_copyable_v<Tally>);
 /// The blocks of the tallies of one table.
 class TallyBlocks {
  public:
-  explicit TallyBlocks(FoldMemory memory = {}) : blocks_(memory) {}
+  explicit TallyBlocks(LargeMemory memory = {}) : blocks_(memory) {}
 
   /// Allocates ahead for one group of a fold table: true when each of kFoldGroup records can be
   /// counted in `slots`, false without memory. Asked before a row is made, so that no row is made

@@ -14,7 +14,7 @@ namespace qsvmon {
 /// One entry per address.
 class IpFold {
  public:
-  explicit IpFold(IpSide side, FoldMemory memory = {}) : side_(side), table_(memory) {}
+  explicit IpFold(IpSide side, LargeMemory memory = {}) : side_(side), table_(memory) {}
 
   void add(std::span<const ResetRecord> records);
 
@@ -29,7 +29,7 @@ class IpFold {
 /// One entry per domain name; sessions without a name are left out.
 class DnsFold {
  public:
-  explicit DnsFold(FoldMemory memory = {}) : table_(memory) {}
+  explicit DnsFold(LargeMemory memory = {}) : table_(memory) {}
 
   void add(std::span<const ResetRecord> records);
 

@@ -23,7 +23,7 @@ void release(void* chunk, std::size_t) {
   std::free(chunk);
 }
 
-FoldMemory granting(int times) {
+LargeMemory granting(int times) {
   grants = times;
   asked.clear();
   return {allocate, release};

@@ -196,7 +196,7 @@ TEST(FoldTable, ProbesStayShortForChosenKeys) {
 }
 
 /// Memory that is allocated `times` times, and then no more until it is back.
-FoldMemory scarce(int times) {
+LargeMemory scarce(int times) {
   ScarceMemory::allow(times);
   return {ScarceMemory::allocate};
 }

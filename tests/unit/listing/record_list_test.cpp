@@ -266,7 +266,7 @@ void counting_give(void* piece, std::size_t bytes) {
 // 200000 records of 1005 bytes, each in front of all before it, for a page of 20: one chunk of 4
 // MiB, a table of chunks, the keys. With everyone hidden, 4 bytes and a key for each.
 TEST(RecordList, MemoryFollowsThePage) {
-  constexpr FoldMemory kCounted{counting_take, counting_give};
+  constexpr LargeMemory kCounted{counting_take, counting_give};
   for (const bool hidden : {false, true}) {
     bytes_most = 0;
     {
@@ -279,7 +279,7 @@ TEST(RecordList, MemoryFollowsThePage) {
   }
 }
 
-constexpr FoldMemory kScarce{ScarceMemory::allocate};
+constexpr LargeMemory kScarce{ScarceMemory::allocate};
 
 TEST(RecordList, RecordsAreDroppedSilentlyWithoutMemory) {
   for (int takes = 0; takes < 3; ++takes) {  // keys, the table of chunks, the chunk

@@ -106,7 +106,7 @@ TEST(RecordStore, WhatMovesTogetherStaysWholeAndMakesRoom) {
   }
 }
 
-constexpr FoldMemory kScarce{ScarceMemory::allocate};
+constexpr LargeMemory kScarce{ScarceMemory::allocate};
 
 TEST(RecordStore, WithoutMemoryNothingIsAdded) {
   for (int takes = 0; takes < 2; ++takes) {  // the table of chunks, the chunk

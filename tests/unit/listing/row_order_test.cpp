@@ -12,7 +12,7 @@ namespace {
 
 using Numbers = std::vector<std::uint32_t>;
 
-Numbers order_of(const Numbers& counters, Direction direction, FoldMemory memory = {}) {
+Numbers order_of(const Numbers& counters, Direction direction, LargeMemory memory = {}) {
   RowOrder order(static_cast<std::uint32_t>(counters.size()), memory);
   order.sort([&](std::uint32_t number) { return counters[number]; }, direction);
   Numbers numbers;
@@ -82,7 +82,7 @@ TEST(RowOrder, OfManyRowsInEveryDigit) {
   }
 }
 
-constexpr FoldMemory kScarce{ScarceMemory::allocate};
+constexpr LargeMemory kScarce{ScarceMemory::allocate};
 
 TEST(RowOrder, SortsInPlaceWhenASecondCopyDoesNotFit) {
   Numbers counters;

@@ -115,7 +115,7 @@ TEST(MalcAppListing, ApplicationZeroTakesNoPlaceOnAPage) {
 
 TEST(MalcAppAgg, AnEventWithoutMemoryIsNotCounted) {
   const TidPool tids = pool(by_app(), kTable);
-  const FoldMemory none{[](std::size_t, Pages) -> void* { return nullptr; }, large_memory_free};
+  const LargeMemory none{[](std::size_t, Pages) -> void* { return nullptr; }, large_memory_free};
   MalcAppAgg apps(tids, none);
   apps.add(std::vector<MalcEvent>{app(7, 0x1f), app(8, bit(1)), app(8, 0xff), app(8, bit(1))});
   EXPECT_EQ(apps[7].apid, 7);  // the row is there, and says that it was hit by nothing

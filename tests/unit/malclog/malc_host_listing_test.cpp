@@ -169,7 +169,7 @@ TEST(MalcHostListing, Pages) {
   EXPECT_EQ(rows(query, events), R"(],"count":4})");
 }
 
-constexpr FoldMemory kScarce{ScarceMemory::allocate, large_memory_free};
+constexpr LargeMemory kScarce{ScarceMemory::allocate, large_memory_free};
 
 TEST(MalcHostAgg, AnEventWithoutMemoryIsDropped) {
   const MalcQuery query = by_host();

@@ -223,7 +223,7 @@ TEST(MalcIpListing, ARowHitByEverySignature) {
 
 // ---- Memory that runs out ----
 
-constexpr FoldMemory kScarce{ScarceMemory::allocate, large_memory_free};
+constexpr LargeMemory kScarce{ScarceMemory::allocate, large_memory_free};
 
 TEST(MalcIpAgg, AnEventWithoutMemoryIsDropped) {
   const MalcQuery query = dst();
