@@ -33,35 +33,6 @@ bool is_at_most(std::uint32_t limit, std::uint64_t value, const char* first, con
   return value <= limit;
 }
 
-/// Reads one to three digits at `text`, which moves behind them. False without a digit.
-bool read_octet(const char*& text, unsigned& value) {
-  const auto digit = [&](int i) { return static_cast<unsigned char>(text[i]) - unsigned{'0'}; };
-  value = digit(0);
-  if (value > 9) return false;
-  if (const unsigned second = digit(1); second > 9) {
-    text += 1;
-  } else if (const unsigned third = digit(2); third > 9) {
-    value = value * 10 + second;
-    text += 2;
-  } else {
-    value = value * 100 + second * 10 + third;
-    text += 3;
-  }
-  return true;
-}
-
-/// Reads four plain octets, as addresses are nearly always written; anything else is refused.
-bool parse_plain_ipv4(const char* text, std::uint32_t* addr) {
-  unsigned a = 0, b = 0, c = 0, d = 0;
-  if (!read_octet(text, a) || *text++ != '.') return false;
-  if (!read_octet(text, b) || *text++ != '.') return false;
-  if (!read_octet(text, c) || *text++ != '.') return false;
-  if (!read_octet(text, d) || *text != '\0') return false;
-  if (a > 255 || b > 255 || c > 255 || d > 255) return false;
-  *addr = a << 24 | b << 16 | c << 8 | d;
-  return true;
-}
-
 /// Values of the hexadecimal digits, -1 for every other byte.
 struct HexDigits {
   std::int8_t value[256];
@@ -160,7 +131,6 @@ constexpr HexBytes kHexBytes = make_hex_bytes();
 
 int parse_ipv4(const char* text, std::uint32_t* addr) {
   if (text == nullptr) return -1;
-  if (parse_plain_ipv4(text, addr)) return 0;
   std::uint32_t high = 0;
   for (int parts = 0;; ++parts) {
     const char* const first = text;

@@ -104,14 +104,6 @@ IpMacDesc* add_entry(IpMacPool& pool, const Place& place) {
 
 /// The low byte of what a "%d" field reads. `text` moves behind it; false when it reads none.
 bool scan_number(const char*& text, std::uint8_t& low_byte) {
-  unsigned value = 0;
-  int digits = 0;
-  for (; *text >= '0' && *text <= '9' && digits < 4; ++digits) {
-    value = value * 10 + static_cast<unsigned>(*text++ - '0');
-  }
-  low_byte = static_cast<std::uint8_t>(value);
-  if (digits > 0 && digits < 4) return true;
-  text -= digits;  // a sign, blanks, a number of any length
   char* end = nullptr;
   low_byte = static_cast<std::uint8_t>(std::strtoll(text, &end, 10));
   const bool found = end != text;
