@@ -67,8 +67,16 @@ class EntryChunks {
 
   Entry* at(std::uint32_t number) const {
     const std::uint32_t place = number + kFirst;
-    const auto top = static_cast<unsigned>(31 - __builtin_clz(place));  // above 0 always
-    return reinterpret_cast<Entry*>(origins_[top] + place * sizeof(Entry));
+    return reinterpret_cast<Entry*>(origins_[top_bit(place)] + place * sizeof(Entry));
+  }
+
+  /// The number of the highest bit of `place`, which is not 0. The instruction waits for the
+  /// register that its result goes to, which compilers do not free: of names that waits for the one
+  /// compared before, and a listing of a million of 100 takes 17 ms instead of 13.
+  static std::uint32_t top_bit(std::uint32_t place) {
+    std::uint32_t top = 0;
+    asm("bsr %1, %0" : "+r"(top) : "r"(place) : "cc");
+    return top;
   }
 
   bool add_chunk() {
