@@ -67,6 +67,8 @@ class EntryChunks {
 
   Entry* at(std::uint32_t number) const {
     const std::uint32_t place = number + kFirst;
+    // Not by pointers, as an origin lies outside its chunk.
+    // NOLINTNEXTLINE(performance-no-int-to-ptr)
     return reinterpret_cast<Entry*>(origins_[top_bit(place)] + place * sizeof(Entry));
   }
 

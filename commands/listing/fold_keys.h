@@ -33,40 +33,38 @@ struct AddressKeys {
 /// instructions for names of any length, without a call. A listing of a million records of 100
 /// names takes 13 ms so, and 26 byte by byte.
 template <std::size_t Bytes>
-class NameKey {
+struct NameKey {
   static_assert(Bytes % 16 == 0 && Bytes <= 64);
 
- public:
-  NameKey() = default;
+  char bytes[Bytes];
+
   /// The first `length` bytes of `field`. REQUIRES: length <= Width.
   template <std::size_t Width>
   static NameKey of(const char (&field)[Width], std::size_t length) {
-    return NameKey(load(field), length);
+    return cut(load(field), length);
   }
 
   /// `field` up to its NUL, or all of it. The field may lie in the shared area: its bytes are read
   /// once.
   template <std::size_t Width>
   static NameKey up_to_nul(const char (&field)[Width]) {
-    const Pieces text = load(field);
+    const Vectors loaded = load(field);
     std::uint64_t zeros = std::uint64_t{1} << (Bytes - 1);  // bit n: byte n is 0
-    for (std::size_t i = 0; i < kPieces; ++i) {
-      const __m128i equal = _mm_cmpeq_epi8(text.piece[i], _mm_setzero_si128());
+    for (std::size_t i = 0; i < kVectors; ++i) {
+      const __m128i equal = _mm_cmpeq_epi8(loaded.at[i], _mm_setzero_si128());
       zeros |= std::uint64_t{static_cast<std::uint16_t>(_mm_movemask_epi8(equal))} << 16 * i;
     }
-    return NameKey(text, static_cast<std::size_t>(std::countr_zero(zeros)));
+    return cut(loaded, static_cast<std::size_t>(std::countr_zero(zeros)));
   }
 
-  std::size_t length() const { return static_cast<unsigned char>(bytes_[Bytes - 1]); }
+  std::size_t length() const { return static_cast<unsigned char>(bytes[Bytes - 1]); }
   /// Valid as long as the key.
-  std::string_view text() const { return {bytes_, length()}; }
-
-  std::uint32_t hash(const KeySecret& secret) const { return hash_bytes(bytes_, secret); }
+  std::string_view text() const { return {bytes, length()}; }
 
   friend bool operator==(const NameKey& a, const NameKey& b) {
     __m128i differing = _mm_setzero_si128();
-    for (std::size_t i = 0; i < kPieces; ++i) {
-      differing = _mm_or_si128(differing, _mm_xor_si128(a.piece(i), b.piece(i)));
+    for (std::size_t i = 0; i < Bytes; i += 16) {
+      differing = _mm_or_si128(differing, _mm_xor_si128(load16(a.bytes + i), load16(b.bytes + i)));
     }
     return _mm_movemask_epi8(_mm_cmpeq_epi8(differing, _mm_setzero_si128())) == 0xffff;
   }
@@ -74,14 +72,14 @@ class NameKey {
   /// Writes the name into a row (format/row_text.h), at `at`: all of the key, of which the row then
   /// takes the name alone. Returns the name's end.
   friend char* write_value(char* at, const NameKey& name) {
-    std::memcpy(at, name.bytes_, Bytes);
+    std::memcpy(at, name.bytes, Bytes);
     return at + name.length();
   }
 
  private:
-  static constexpr std::size_t kPieces = Bytes / 16;
-  struct Pieces {
-    __m128i piece[kPieces];
+  static constexpr std::size_t kVectors = Bytes / 16;
+  struct Vectors {
+    __m128i at[kVectors];
   };
   /// As many bytes of ones as a key has, and as many zeros: a mask for any number of first bytes.
   struct Mask {
@@ -91,36 +89,33 @@ class NameKey {
     }
   };
 
-  NameKey(const Pieces& text, std::size_t length) {
-    static constexpr Mask kMask;
-    const char* const mask = kMask.bytes + Bytes - length;
-    for (std::size_t i = 0; i < kPieces; ++i) {
-      __m128i piece = _mm_and_si128(text.piece[i], load16(mask + 16 * i));
-      if (i + 1 == kPieces) {
-        const __m128i end = _mm_cvtsi32_si128(static_cast<int>(length));
-        piece = _mm_or_si128(piece, _mm_slli_si128(end, 15));
-      }
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes_ + 16 * i), piece);
-    }
-  }
-
   static __m128i load16(const char* at) {
     return _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
   }
-  __m128i piece(std::size_t i) const { return load16(bytes_ + 16 * i); }
 
   template <std::size_t Width>
-  static Pieces load(const char (&field)[Width]) {
+  static Vectors load(const char (&field)[Width]) {
     static_assert(Width < Bytes && Width > Bytes - 16 && Width >= 16);
-    Pieces text;
-    for (std::size_t i = 0; i + 1 < kPieces; ++i) text.piece[i] = load16(field + 16 * i);
+    Vectors loaded;
+    for (std::size_t i = 0; i + 1 < kVectors; ++i) loaded.at[i] = load16(field + 16 * i);
     // Nothing behind the field is read: it may end where the shared area does.
-    text.piece[kPieces - 1] = _mm_srli_si128(load16(field + Width - 16), Bytes - Width);
-    for (__m128i& piece : text.piece) asm volatile("" : "+x"(piece));  // read once
-    return text;
+    loaded.at[kVectors - 1] = _mm_srli_si128(load16(field + Width - 16), Bytes - Width);
+    for (std::size_t i = 0; i < kVectors; ++i) asm volatile("" : "+x"(loaded.at[i]));  // read once
+    return loaded;
   }
 
-  char bytes_[Bytes];
+  static NameKey cut(const Vectors& loaded, std::size_t length) {
+    static constexpr Mask kMask;
+    const char* const mask = kMask.bytes + Bytes - length;
+    const __m128i last = _mm_slli_si128(_mm_cvtsi32_si128(static_cast<int>(length)), 15);
+    NameKey key;
+    for (std::size_t i = 0; i < kVectors; ++i) {
+      __m128i vector = _mm_and_si128(loaded.at[i], load16(mask + 16 * i));
+      if (i + 1 == kVectors) vector = _mm_or_si128(vector, last);
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(key.bytes + 16 * i), vector);
+    }
+    return key;  // cppcheck-suppress uninitvar
+  }
 };
 
 /// Names; `Stat` has a member `name`, a NameKey, which this sets.
@@ -129,7 +124,9 @@ struct NameKeys {
   using Entry = Stat;
   using Key = decltype(Stat::name);
 
-  static std::uint32_t hash(const Key& key, const KeySecret& secret) { return key.hash(secret); }
+  static std::uint32_t hash(const Key& key, const KeySecret& secret) {
+    return hash_bytes(key.bytes, secret);
+  }
   static bool same(const Entry& entry, const Key& key) { return entry.name == key; }
   static void begin(Entry& entry, const Key& key) { entry.name = key; }
 };

@@ -25,7 +25,7 @@ RecordList::RecordList(PageRange page, IsHidden is_hidden, LargeMemory memory)
       is_hidden_(is_hidden),
       records_(memory),
       items_(memory),
-      drop_at_(std::max(kWorthDropping, std::uint64_t{page.end} * 2)) {
+      drop_at_(std::max(kWorthDropping, std::size_t{page.end} * 2)) {
   if (page.start >= page.end || page.start >= kNeverReached) {  // shows nothing: all lies behind
     has_last_key_ = true;
     last_key_ = 0xFFFFFFFF;
@@ -81,7 +81,7 @@ std::uint32_t RecordList::needed() {
 void RecordList::drop_what_lies_behind() {
   items_.sort(size_);
   drop_from(needed());
-  drop_at_ = std::max(kWorthDropping, std::uint64_t{size_} * 2);
+  drop_at_ = std::max(kWorthDropping, std::size_t{size_} * 2);
 }
 
 /// Moves the records before `position` together. Those are visited by their place in the store,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -41,7 +42,7 @@ class RecordList {
   /// written into it and then appended. Valid until the next call. Null without memory.
   /// KEEP: the caller then drops the record, silently and uncounted.
   char* room(std::size_t most) {
-    const std::size_t grown = size_ == 0 ? kWorthDropping : std::size_t{size_} * 2;
+    const std::size_t grown = std::max(kWorthDropping, std::size_t{size_} * 2);
     return size_ < items_.room() || items_.reserve(grown) ? records_.room(most) : nullptr;
   }
 
@@ -73,7 +74,7 @@ class RecordList {
 
  private:
   /// A shorter list is not cut: that would cost more than the memory is worth.
-  static constexpr std::uint64_t kWorthDropping = 4096;
+  static constexpr std::size_t kWorthDropping = 4096;
 
   static std::uint32_t place_of(std::uint64_t item) { return static_cast<std::uint32_t>(item); }
 
