@@ -18,7 +18,7 @@ const ConfigSection* find_section(std::string_view word, std::span<const ConfigS
 
 /// `line` is the record that the lines of a file share: a handler leaves what it reported in there,
 /// for the next one as well.
-void take_line(char* text, std::span<const ConfigSection> sections, RpcRequest& line) {
+void handle_line(char* text, std::span<const ConfigSection> sections, RpcRequest& line) {
   while (*text == ' ') ++text;
   // Before the line is trimmed, since most lines of a pass are for another one.
   const std::string_view word(text, std::strcspn(text, " \t"));
@@ -29,7 +29,7 @@ void take_line(char* text, std::span<const ConfigSection> sections, RpcRequest& 
   if (*rest == '\0') return;
   set_errtext(line, word.substr(0, kMaxSectionText));
   line.data = rest;
-  section->take_line(line);
+  section->handle(line);
 }
 
 }  // namespace
@@ -37,7 +37,7 @@ void take_line(char* text, std::span<const ConfigSection> sections, RpcRequest& 
 void read_config(std::FILE* file, std::span<const ConfigSection> sections) {
   char text[kConfigLineBytes];
   RpcRequest line{};
-  while (std::fgets(text, sizeof text, file) != nullptr) take_line(text, sections, line);
+  while (std::fgets(text, sizeof text, file) != nullptr) handle_line(text, sections, line);
 }
 
 int read_config_file(const char* path, std::span<const ConfigSection> sections) {

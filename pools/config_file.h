@@ -16,7 +16,7 @@ using ConfigLineHandler = void (*)(RpcRequest& line);
 
 struct ConfigSection {
   std::string_view word;  ///< the first word of its lines, compared exactly; holds no blank
-  ConfigLineHandler take_line;
+  ConfigLineHandler handle;
 };
 
 /// Lines are read as fgets reads them into a buffer of so many bytes: the text behind the first

@@ -15,10 +15,10 @@
 namespace qsvmon::pool_samples {
 
 /// The error word that a line handler records for the rest of a line, "" when it takes the line.
-inline std::string error_of(ConfigLineHandler take_line, std::string rest) {
+inline std::string error_of(ConfigLineHandler handle, std::string rest) {
   RpcRequest line{};
   line.data = rest.data();
-  take_line(line);
+  handle(line);
   EXPECT_EQ(line.status, line.errtext[0] == '\0' ? 0U : 22U);
   return std::string(request_errtext(line));
 }
