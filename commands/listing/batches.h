@@ -22,7 +22,7 @@ struct BatchPlan {
   Daemon daemon;
   WordStyle style = WordStyle::kBlankBefore;  ///< kBlankAfter also counts the NUL in datalen
   std::uint32_t msgcode = kVerbList;          ///< set for every batch
-  std::size_t record_bytes = 0;               ///< of one record, where all are as long and read
+  std::size_t record_bytes = 0;               ///< of a record; not 0 maps a batch at once
   bool want_dict = false;  ///< `syncdesc` of the first request: 1 asks for the dictionary
   bool clear_syncdesc_later = false;  ///< sets it to 0 from the second on; else it is as replied
   bool clear_result = false;  ///< sets `result` to 0 in every request; else it is as replied
@@ -78,7 +78,7 @@ class RpcBatches final : public BatchSource {
   Words words_;
   RpcRequest request_{};
   std::span<const char> bytes_;
-  std::size_t mapped_ = 0;  ///< bytes of the reply that were read before
+  std::size_t mapped_ = 0;  ///< bytes of the reply that were mapped so
   bool first_ = true;
   bool done_ = false;
 };

@@ -20,7 +20,7 @@ template <class Entry>
 
 /// The entries of a fold, zeroed when they are added and numbered from 0 in that order. They
 /// lie in chunks, the first of them of 32 KiB at most and each of the others twice as large as the
-/// one before, so that few entries need little memory and many few chunks. An entry never moves:
+/// one before, so few entries need little memory and many entries few chunks. An entry never moves:
 /// pointers to it are valid as long as the object.
 template <class Entry>
 class EntryChunks {

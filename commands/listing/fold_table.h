@@ -48,7 +48,8 @@ class FoldTable {
   Entry& operator[](std::uint32_t number) { return entries_[number]; }
   const Entry& operator[](std::uint32_t number) const { return entries_[number]; }
 
-  /// The entry of `key`; a new one is zeroed but for its key. Null without memory.
+  /// For tests, which fold keys one by one: the entry of `key`; a new one is zeroed but for its
+  /// key. Null without memory.
   Entry* insert(const Key& key) {
     return begin() ? entry_for(KeyUse::kInsert, key, Keys::hash(key, secret_)) : nullptr;
   }

@@ -24,8 +24,8 @@ namespace qsvmon {
 /// the items are sorted. A hidden record may be stored without its bytes.
 class RecordList {
  public:
-  /// Whether a record whose turn on the page comes is left out of the page and of its count. Called
-  /// once at most for each record.
+  /// Whether a record is left out of the page and of its count. Called once at most for each
+  /// record, when its turn on the page comes or earlier.
   using IsHidden = bool (*)(std::span<const char> record);
 
   /// With a null `is_hidden` none is.

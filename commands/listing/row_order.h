@@ -21,7 +21,7 @@ class RowOrder {
   explicit RowOrder(std::uint32_t count, LargeMemory memory = {}) : count_(count), items_(memory) {}
 
   /// Sorts by `counter_of(number)`, a u32 that is asked once for each row, as far as the first
-  /// `most` places; what stands behind them is undefined. Time is linear in the rows. Without
+  /// `most` places; there are none behind them then. Time is linear in the rows. Without
   /// memory the order stays as it is.
   template <class CounterOf>
   void sort(CounterOf&& counter_of, Direction direction, std::uint32_t most = kAllRows) {
@@ -47,14 +47,15 @@ class RowOrder {
   }
 
   std::uint32_t size() const { return count_; }
-  /// The number of the row at `place` (0 <= place < size()).
+  /// The number of the row at `place`, below size() and below the `most` that was sorted for.
   std::uint32_t operator[](std::uint32_t place) const {
     return is_sorted_ ? static_cast<std::uint32_t>(items_[place]) : place;
   }
 
  private:
-  /// A page of few rows needs no array of all: of 100,000 rows the first 20 take 0.1 ms, and all of
-  /// them 0.7 ms. In the worst case, when each row comes before those that are kept, 0.8 ms.
+  /// A page of few rows, as many as are sorted without a second array, needs no array of all: of
+  /// 100,000 rows the first 20 take 0.1 ms, and all of them 0.7 ms. In the worst case, when each
+  /// row comes before those that are kept, 0.8 ms.
   static constexpr std::uint32_t kSome = 4096;
 
   std::uint32_t count_;

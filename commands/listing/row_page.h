@@ -18,7 +18,7 @@ struct RowRange {
   std::uint32_t last = 0xffffffff;
 };
 
-/// The JSON document that every listing of rows is: {"data":[row,row],"count":2}.
+/// The JSON document around rows: {"data":[row,row],"count":2}.
 class JsonRows {
  public:
   explicit JsonRows(Printer& out) : out_(out) { out_.put("{\"data\":["); }

@@ -51,12 +51,14 @@ class MalcDetail {
 /// "host=example.com" finds events of "exam" too, and not those of "example.com.cn".
 bool host_passes(const char* host, const MalcEvent& event);
 
-/// The "list" member of one row with its trailing comma: the signature that the query names, or
-/// every listed signature of the event, categories once each.
+/// A row's opening brace and its "list" member with the comma behind it: the signature that the
+/// query names, or every listed signature of the event, categories once each.
+/// KEEP: those that are equal modulo 64 are one here, and modulo 32 in the other listings; a pool
+/// has 32.
 void print_detail_list(Printer& out, const MalcQuery& query, const MalcNames& names,
                        std::uint64_t bitmap);
 
-/// One row without its list: from "src_ip" to the closing brace.
+/// The rest of the row: from "src_ip" to the closing brace.
 void print_detail_row(Printer& out, const MalcEvent& event);
 
 }  // namespace qsvmon

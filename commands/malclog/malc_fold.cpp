@@ -15,8 +15,8 @@ struct CountEvent {
 
   template <class Row>
   void operator()(Row& row, const MalcEvent& event) const {
-    // The daemon may have changed the bitmap since `can_count` read it, so it is fixed again here:
-    // a tally must not get its slots from one reading and its counts from another.
+    // The daemon may have changed the bitmap since `can_count` read it. Whatever it is now, it is
+    // read once: a tally must not get its slots from one reading and its counts from another.
     const std::uint64_t slots = tids.counted(read_once(std::uint64_t{event.bitmap}));
     if (blocks.count(row.tally, slots)) ++row.total;
   }

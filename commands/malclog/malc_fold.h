@@ -11,10 +11,11 @@
 #include "commands/malclog/tidpool.h"
 #include "pools/itlgc_pool.h"
 
-/// The folds of the malicious-event listings, one for each list type (`Agg`, as in aggregation, is
-/// what the appliance's developers call them): events in, rows of counters out, numbered from 0,
-/// over any number of batches. `tids` must outlive a fold and be filled before its first `add`. An
-/// event is dropped when there is no memory to count it.
+/// The folds of the malicious-event listings, one for each kind of row but the single event (`Agg`,
+/// as in aggregation, is what the appliance's developers call them): events in, rows of counters
+/// out, numbered from 0, over any number of batches. `tids` must outlive a fold and be filled
+/// before its first `add`. An empty record, whose time is 0, counts nowhere; an event is dropped
+/// when there is no memory to count it.
 namespace qsvmon {
 
 /// The events of one address.
@@ -92,7 +93,8 @@ class MalcAppAgg {
  public:
   static constexpr std::uint32_t kApps = 1000;
 
-  explicit MalcAppAgg(const TidPool& tids, LargeMemory memory = {}) : tids_(tids), blocks_(memory) {}
+  explicit MalcAppAgg(const TidPool& tids, LargeMemory memory = {})
+      : tids_(tids), blocks_(memory) {}
 
   void add(std::span<const MalcEvent> events);
 

@@ -1,5 +1,6 @@
 #include "commands/malclog/malc_print.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstring>
@@ -33,8 +34,9 @@ const char* no_cname(EntryForm form) {
   return form == EntryForm::kApp ? "(null)" : "NULL";
 }
 
-/// What an entry says behind its count depends on its signature alone, and is made once for each of
-/// them: rows with two entries cost 20 to 25 ns less than with it put together anew for each.
+/// What an entry says behind its count depends on its signature and the query alone, and is made
+/// once for each of them: rows with two entries cost 20 to 25 ns less than with it put together
+/// anew for each.
 class EntryTexts {
  public:
   EntryTexts(const MalcNames& names, EntryForm form) {
@@ -87,15 +89,17 @@ class EntryTexts {
       cname = category.cname;
     }
     const int length = static_cast<int>(name.size());
+    int written = 0;
     if (form == EntryForm::kHost) {
-      text.length = std::snprintf(text.bytes, sizeof text.bytes,
-                                  ", \"name\":\"%.*s\", \"mkmode\":%u, \"cname\":\"%s\"}", length,
-                                  name.data(), unsigned{signature.mkmode}, cname);
+      written = std::snprintf(text.bytes, sizeof text.bytes,
+                              ", \"name\":\"%.*s\", \"mkmode\":%u, \"cname\":\"%s\"}", length,
+                              name.data(), unsigned{signature.mkmode}, cname);
     } else {
-      text.length = std::snprintf(text.bytes, sizeof text.bytes,
-                                  ", \"id\":%u, \"name\":\"%.*s\", \"cname\":\"%s\"}", id, length,
-                                  name.data(), cname);
+      written = std::snprintf(text.bytes, sizeof text.bytes,
+                              ", \"id\":%u, \"name\":\"%.*s\", \"cname\":\"%s\"}", id, length,
+                              name.data(), cname);
     }
+    text.length = std::min(written, static_cast<int>(sizeof text.bytes) - 1);
   }
 
   std::array<Text, kSlots> texts_{};
@@ -162,11 +166,11 @@ void print_malc_app_page(Printer& out, const MalcNames& names, const MalcAppAgg&
       [](const MalcAppStat& row) { return row.apid != 0; });
 }
 
-void print_malc_tids(Printer& out, const MalcNames& names, const MalcTidAgg& tids,
+void print_malc_tids(Printer& out, const MalcNames& names, const MalcTidAgg& fold,
                      const RowOrder& order) {
   JsonRows document(out);
   for (std::uint32_t place = 0; place < order.size(); ++place) {
-    const auto [signature, total] = tids[order[place]];
+    const auto [signature, total] = fold[order[place]];
     if (signature.mkmode == kModeCategory || signature.tid == 0 || signature.disabled != 0)
       continue;
     document.next_row();
@@ -174,7 +178,7 @@ void print_malc_tids(Printer& out, const MalcNames& names, const MalcTidAgg& tid
             ",\"mode\":1,\"vid\":", std::uint16_t{signature.vid}, ",\"type\":", signature.type,
             ",\"name\":\"", field_text(signature.name), "\",\"cnt\":", total, "}");
   }
-  const MalcTidAgg::CategoryHits hits = tids.category_hits();
+  const MalcTidAgg::CategoryHits hits = fold.category_hits();
   for (std::size_t id = 0; id < names.categories.size() && id < hits.size(); ++id) {
     const ItlgcEntry& category = names.categories[id];
     const std::uint32_t total = category.hits + hits[id];

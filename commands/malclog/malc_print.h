@@ -39,7 +39,7 @@ void print_malc_app_page(Printer& out, const MalcNames& names, const MalcAppAgg&
 /// Prints the signature listing, which has no pages: every enabled signature that is not listed
 /// under its category, then every category with hits. A category's sum begins with
 /// `ItlgcEntry::hits`.
-void print_malc_tids(Printer& out, const MalcNames& names, const MalcTidAgg& tids,
+void print_malc_tids(Printer& out, const MalcNames& names, const MalcTidAgg& fold,
                      const RowOrder& order);
 
 }  // namespace qsvmon

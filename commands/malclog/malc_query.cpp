@@ -64,7 +64,8 @@ Status parse_malc_query(Words words, MalcQuery& query) {
   for (const char* word : words) {
     if (Status s = parse_word(word, query); !s.ok()) return s;
   }
-  // KEEP: any category word, valid or not, excuses a signature id from naming its type.
+  // KEEP: a category other than -1, valid or not, excuses a signature id from naming its type; the
+  // pages that filter by category do not send one.
   if (query.itlgc_id == -1 && query.names_signature() && query.type == -1) {
     return Status::error("INV_TYPE");
   }

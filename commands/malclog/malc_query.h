@@ -19,12 +19,13 @@ enum class MalcListType : int {
   kHost = 5,    ///< host name
 };
 
-/// What the words of one `malclog list` ask for; -1 (or 0 for an address) where no word said so.
+/// What the words of one `malclog list` ask for; the values below are those without a word.
 /// Every list type uses `itlgc_id`. All but kTable use `type` and `tid`, `page` and `limit`. The
-/// kDetail listing alone uses `src_net`, `dst_net`, `apid` and `host`.
+/// kDetail listing alone uses `src_net`, `dst_net`, `apid` and `host`: the others, kHost too, list
+/// every address, application and host.
 struct MalcQuery {
   MalcListType listtype = MalcListType::kNone;
-  int type = -1;              ///< type of the signature that `tid` names: 0 IP, 1 DNS
+  int type = -1;              ///< -1 none; type of the signature that `tid` names: 0 IP, 1 DNS
   int tid = -1;               ///< signature id; filters from 1 on
   int itlgc_id = -1;          ///< category; filters from 0 on
   std::uint32_t src_net = 0;  ///< address in network order; 0 = any

@@ -135,7 +135,7 @@ int malclog_list(int argc, char** argv) {
   // KEEP: the event listing begins before the daemon is asked, so that a failed call leaves the
   // beginning of a document in front of its error text.
   if (query.listtype == MalcListType::kDetail) print_detail_begin(out);
-  (void)desc_pools_init();  // without pools addresses have no labels
+  (void)desc_pools_init();  // fills the category pool, too; what is missing has no names
   TidPool tids(query);
   RpcBatches batches(batch_plan(query.listtype), words);
   if (Status s = list_events(out, query, batches, tids, category_pool()); !s.ok()) return fail(s);

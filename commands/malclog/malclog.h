@@ -18,9 +18,10 @@ namespace qsvmon {
 int malclog_list(int argc, char** argv);
 
 /// What `malclog_list` does once it knows the query; tests call it with batches of their own.
-/// `categories` are the category pool's entries. On failure, what was printed before stays: the
-/// beginning of the event-by-event listing. Where the signature table cannot be allocated, prints a
-/// line that says so and an empty listing, which is no failure.
+/// `categories` are the category pool's entries. Of the event-by-event listing the caller has
+/// printed the beginning (print_detail_begin), and what events of earlier batches printed stays
+/// when it fails. Where the signature table cannot be allocated, prints a line that says so and an
+/// empty listing, which is no failure.
 Status list_events(Printer& out, const MalcQuery& query, BatchSource& batches, TidPool& tids,
                    std::span<const ItlgcEntry> categories);
 

@@ -10,7 +10,8 @@
 
 namespace qsvmon {
 
-/// The signature table of one run, and the query's filters as masks. An event carries a bitmap of
+/// The signature table of one run ("tid" is a signature's id; not one of the pools of pools/), and
+/// the query's filters as masks. An event carries a bitmap of
 /// the signatures that it matched, one bit for each of the table's 64 slots, so `fill` turns the
 /// query's signature (`tid`, `type`) and its category (`itlgc_id`) into filter masks once, and an
 /// event costs a few logical operations.

@@ -26,7 +26,8 @@ int tcpreset_listip(int argc, char** argv) {
   IpQuery query;
   if (Status s = parse_ip_query(words, query); !s.ok()) return fail(s);
   IpFold fold(query.side);
-  RpcBatches batches(batch_plan(query.side == IpSide::kSrc), words);
+  const bool want_dict = query.side == IpSide::kSrc;  // sources are listed with applications
+  RpcBatches batches(batch_plan(want_dict), words);
   if (Status s = fold_all<ResetRecord>(batches, fold); !s.ok()) return fail(s);
   print_ip_page(standard_out(), fold, sorted_rows(fold, query), query);
   return 0;
