@@ -96,9 +96,10 @@ TEST(RowOrder, StaysAsFirstSeenWithoutMemory) {
   EXPECT_EQ(order_of({1, 2, 3}, Direction::kLargestFirst, kScarce), (Numbers{0, 1, 2}));
 }
 
-/// The counters that row n of `count` has, in orders that keep few rows early, late, and always.
+/// The counters that row n of `count` has, in orders that keep few rows early, late, and always,
+/// and in one of which late rows belong to places 16 to 19.
 std::vector<Numbers> counters_in_every_order(std::uint32_t count) {
-  std::vector<Numbers> all(4, Numbers(count));
+  std::vector<Numbers> all(5, Numbers(count));
   std::uint32_t state = 99;
   for (std::uint32_t n = 0; n < count; ++n) {
     state = state * 1664525u + 1013904223u;
@@ -106,6 +107,7 @@ std::vector<Numbers> counters_in_every_order(std::uint32_t count) {
     all[1][n] = count - n;
     all[2][n] = state >> 20;  // many are equal
     all[3][n] = 7;
+    all[4][n] = n < 4096 ? 100000 - 20 * n : n < 4100 ? 99690 : 0;
   }
   return all;
 }
