@@ -9,7 +9,7 @@ namespace qsvmon {
 
 /// Where pools get their zeroed memory: `large_memory_allocate`. Tests put a failing one in its
 /// place.
-extern void* (*pool_allocate)(std::size_t bytes, Pages pages);
+inline void* (*pool_allocate)(std::size_t bytes, Pages pages) = large_memory_allocate;
 
 /// Owns one kind of pool for the whole process: the current pool and those that it replaced, as
 /// pointers into them stay valid. A pool starts as all zero bytes.
