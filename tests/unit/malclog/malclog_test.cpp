@@ -141,5 +141,28 @@ TEST(MalcListing, WithoutMemoryForTheTableNothingMoreIsRead) {
   }
 }
 
+// 5000 keys of one event each, more than a page of few rows keeps while it is sorted. The first
+// eighteen have three, and the last one has two.
+TEST(MalcListing, TheLastRowOfAPageOutOfMany) {
+  std::vector<MalcEvent> events;
+  for (std::uint32_t i = 0; i < 5000; ++i) {
+    MalcEvent e = of_host("h" + std::to_string(i), bit(1));
+    e.dst_net = net(10, 0, static_cast<std::uint8_t>(i >> 8), static_cast<std::uint8_t>(i));
+    events.insert(events.end(), i < 18 ? 3 : i == 4999 ? 2 : 1, e);
+  }
+  MalcQuery query = query_of(MalcListType::kHost);
+  query.limit = 20;
+  EXPECT_TRUE(
+      listing(query, kTable, events, {})
+          .ends_with(
+              R"({"host":"h4999","cnt":2,"list":[{"cnt":2, "name":"one", "mkmode":1, "cname":"NULL"}]}],)"
+              R"("count":5000})"));
+  query.listtype = MalcListType::kDst;
+  EXPECT_TRUE(
+      listing(query, kTable, events, {})
+          .ends_with(R"({"ip":"10.0.19.135","cnt":2,"ip_desc":"","list":[)"
+                     R"({"cnt":2, "id":0, "name":"one", "cname":"NULL"}]}],"count":5000})"));
+}
+
 }  // namespace
 }  // namespace qsvmon

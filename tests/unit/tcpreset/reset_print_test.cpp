@@ -300,5 +300,28 @@ TEST(Hundredths, ZeroIsShort) {
   EXPECT_EQ(out.str(), "0 0.01 1.00 10485.75");
 }
 
+/// 5000 addresses from 10.0.0.0 on, ever earlier, but for the last one, 10.0.19.135, which comes
+/// behind the first nineteen. More than a page of few rows keeps while it is sorted.
+std::vector<Session> many_addresses() {
+  std::vector<Session> sessions;
+  for (std::uint32_t i = 0; i < 5000; ++i) {
+    sessions.push_back({.time = 100000 - 10 * i, .dst = 0x0a000000 + i, .dport = 80});
+  }
+  sessions.back().time = 99815;
+  return sessions;
+}
+
+TEST(IpPrint, TheLastRowOfAPageOutOfMany) {
+  EXPECT_EQ(ip_page(many_addresses(), {"sort=maxtime", "order=asc", "row=20-20"}),
+            R"({"data":[{"ip":"10.0.19.135","flowcnt":1,"http":0,"https":"0","maxtime":99815,)"
+            R"( "mintime":99815,"port":"80"}],"total":5000})");
+}
+
+TEST(IpPrint, AFilterFindsRowsBehindThoseOfThePage) {
+  EXPECT_EQ(ip_page(many_addresses(), {"sort=maxtime", "order=asc", "row=2-2", "filter=.135"}),
+            R"({"data":[{"ip":"10.0.0.135","flowcnt":1,"http":0,"https":"0","maxtime":98650,)"
+            R"( "mintime":98650,"port":"80"}],"total":20})");
+}
+
 }  // namespace
 }  // namespace qsvmon
