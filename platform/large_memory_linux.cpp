@@ -5,7 +5,6 @@
 #include <cstdint>
 
 namespace qsvmon {
-
 namespace {
 
 constexpr std::size_t kPageBytes = 4096;

@@ -5,7 +5,6 @@
 #include "platform/read_once.h"
 
 namespace qsvmon {
-
 namespace {
 
 /// Counts an event of the address and the host listing into its row.

@@ -7,25 +7,21 @@
 namespace qsvmon {
 namespace {
 
-/// A word that carries a number.
-struct NumberWord {
+/// Words that carry a number.
+constexpr struct {
   std::string_view prefix;
   int MalcQuery::*member;
-};
-
-constexpr NumberWord kNumbers[] = {
+} kNumbers[] = {
     {"itlgc_id=", &MalcQuery::itlgc_id}, {"tid=", &MalcQuery::tid},   {"id=", &MalcQuery::tid},
     {"apid=", &MalcQuery::apid},         {"page=", &MalcQuery::page}, {"limit=", &MalcQuery::limit},
 };
 
-struct ListTypeWord {
-  std::string_view prefix;
-  MalcListType value;
-};
-
 // KEEP: a list type is known by the first twelve characters of its word, so that "listtype=tabular"
 // lists signatures and "listtype=hos" hosts; scripts have come to rely on the short forms.
-constexpr ListTypeWord kListTypes[] = {
+constexpr struct {
+  std::string_view prefix;
+  MalcListType value;
+} kListTypes[] = {
     {"listtype=dst", MalcListType::kDst},    {"listtype=src", MalcListType::kSrc},
     {"listtype=app", MalcListType::kApp},    {"listtype=tab", MalcListType::kTable},
     {"listtype=det", MalcListType::kDetail}, {"listtype=hos", MalcListType::kHost},
@@ -44,7 +40,7 @@ Status parse_word(const char* word, MalcQuery& query) {
   if (after_prefix(word, "type=ip")) query.type = 0;
   if (after_prefix(word, "type=dns")) query.type = 1;
   if (const char* text = after_prefix(word, "host=")) query.host = text;
-  for (const NumberWord& number : kNumbers) {
+  for (const auto& number : kNumbers) {
     if (const char* text = after_prefix(word, number.prefix))
       query.*number.member = parse_atoi(text);
   }
@@ -52,7 +48,7 @@ Status parse_word(const char* word, MalcQuery& query) {
     return Status::error("INV_SRCIP");
   if (const char* text = after_prefix(word, "dst="); text && !parse_address(text, query.dst_net))
     return Status::error("INV_DSTIP");
-  for (const ListTypeWord& list : kListTypes) {
+  for (const auto& list : kListTypes) {
     if (after_prefix(word, list.prefix)) query.listtype = list.value;
   }
   return Status::good();

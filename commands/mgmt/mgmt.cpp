@@ -3,7 +3,6 @@
 #include "rpc/wire/message_codes.h"
 
 namespace qsvmon {
-
 namespace {
 using enum Exchange::Output;
 }

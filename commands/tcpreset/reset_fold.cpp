@@ -3,7 +3,6 @@
 #include "format/byte_order.h"
 
 namespace qsvmon {
-
 namespace {
 
 /// Updates every counter of `stat`; `slots` is left to the caller.

@@ -11,7 +11,6 @@
 #include "rpc/dict.h"
 
 namespace qsvmon {
-
 namespace {
 
 /// More than a row takes without the application names: a name, nine counters, eight ports.
@@ -50,11 +49,6 @@ bool address_contains(const IpStat& stat, std::string_view text) {
          std::string_view::npos;
 }
 
-/// The filter's text; every key contains the empty one.
-std::string_view filter_text(const char* filter) {
-  return filter == nullptr ? std::string_view() : filter;
-}
-
 }  // namespace
 
 void print_counters(RowText& row, const FlowStat& stat) {
@@ -84,20 +78,20 @@ void print_dns_row(Printer& out, const DnsStat& stat) {
 }
 
 void print_ip_page(Printer& out, const IpFold& fold, const RowOrder& order, const IpQuery& query) {
-  const std::string_view filter = filter_text(query.filter);
   print_page(
-      out, fold, order, {.rows = query.rows, .total = "total", .filtered = !filter.empty()},
+      out, fold, order, {.rows = query.rows, .total = "total", .filtered = !query.filter.empty()},
       [&](const IpStat& stat) { print_ip_row(out, stat, query.side); },
-      [&](const IpStat& stat) { return address_contains(stat, filter); });
+      [&](const IpStat& stat) { return address_contains(stat, query.filter); });
 }
 
 void print_dns_page(Printer& out, const DnsFold& fold, const RowOrder& order,
                     const DnsQuery& query) {
-  const std::string_view filter = filter_text(query.filter);
   print_page(
-      out, fold, order, {.rows = query.rows, .total = "total", .filtered = !filter.empty()},
+      out, fold, order, {.rows = query.rows, .total = "total", .filtered = !query.filter.empty()},
       [&](const DnsStat& stat) { print_dns_row(out, stat); },
-      [&](const DnsStat& stat) { return stat.name.text().find(filter) != std::string_view::npos; });
+      [&](const DnsStat& stat) {
+        return stat.name.text().find(query.filter) != std::string_view::npos;
+      });
 }
 
 char* write_value(char* at, Hundredths metric) {

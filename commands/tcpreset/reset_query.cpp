@@ -5,7 +5,6 @@
 #include <string_view>
 
 namespace qsvmon {
-
 namespace {
 
 template <class Stat>
@@ -24,36 +23,27 @@ constexpr SortKey<DnsStat> kDnsSortKeys[] = {
     {"http30x", &DnsStat::http30x}, {"http40x", &DnsStat::http40x}, {"http50x", &DnsStat::http50x},
 };
 
-/// What "order=asc" and "order=desc" mean to a listing.
-struct OrderWords {
-  Direction asc;
-  Direction desc;
-};
-constexpr OrderWords kIpOrders = {.asc = Direction::kLargestFirst,
-                                  .desc = Direction::kSmallestFirst};
-constexpr OrderWords kDnsOrders = {.asc = Direction::kSmallestFirst,
-                                   .desc = Direction::kLargestFirst};
-
 Status parse_row_range(const char* text, RowRange& rows) {
   if (std::sscanf(text, "%u-%u", &rows.first, &rows.last) < 2) return Status::error("INVALID_ROW");
   return Status::good();
 }
 
-Direction parse_order(std::string_view text, const OrderWords& words, Direction present) {
-  if (text == "asc") return words.asc;
-  if (text == "desc") return words.desc;
-  return present;
+/// `asc` is what "order=asc" means to the listing; "order=desc" is the other way round.
+Direction parse_order(std::string_view text, Direction asc, Direction present) {
+  if (text == "asc") return asc;
+  if (text != "desc") return present;
+  return asc == Direction::kSmallestFirst ? Direction::kLargestFirst : Direction::kSmallestFirst;
 }
 
 /// Reads one of the words "row=", "filter=", "order=" and "sort=".
 template <class Stat>
-Status parse_stat_word(const char* word, std::span<const SortKey<Stat>> keys,
-                       const OrderWords& orders, StatQuery<Stat>& query) {
+Status parse_stat_word(const char* word, std::span<const SortKey<Stat>> keys, Direction asc,
+                       StatQuery<Stat>& query) {
   if (const char* text = after_prefix(word, "row=")) return parse_row_range(text, query.rows);
   if (const char* text = after_prefix(word, "filter=")) {
     query.filter = text;
   } else if (const char* order = after_prefix(word, "order=")) {
-    query.direction = parse_order(order, orders, query.direction);
+    query.direction = parse_order(order, asc, query.direction);
   } else if (const char* sort = after_prefix(word, "sort=")) {
     for (const SortKey<Stat>& key : keys) {
       if (key.word == sort) query.counter = key.counter;
@@ -71,7 +61,9 @@ Status parse_ip_query(Words words, IpQuery& query) {
       query.side = IpSide::kDst;
     } else if (text == "type=src") {
       query.side = IpSide::kSrc;
-    } else if (Status s = parse_stat_word<IpStat>(word, kIpSortKeys, kIpOrders, query); !s.ok()) {
+    } else if (Status s =
+                   parse_stat_word<IpStat>(word, kIpSortKeys, Direction::kLargestFirst, query);
+               !s.ok()) {
       return s;
     }
   }
@@ -80,7 +72,8 @@ Status parse_ip_query(Words words, IpQuery& query) {
 
 Status parse_dns_query(Words words, DnsQuery& query) {
   for (const char* word : words) {
-    if (Status s = parse_stat_word<DnsStat>(word, kDnsSortKeys, kDnsOrders, query); !s.ok()) {
+    if (Status s = parse_stat_word<DnsStat>(word, kDnsSortKeys, Direction::kSmallestFirst, query);
+        !s.ok()) {
       return s;
     }
   }

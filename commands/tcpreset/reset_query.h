@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "commands/listing/row_order.h"
 #include "commands/listing/row_page.h"
@@ -14,13 +15,12 @@ namespace qsvmon {
 template <class Stat>
 struct StatQuery {
   RowRange rows;
-  const char* filter = nullptr;            ///< text that a row's key contains; null for all
+  std::string_view filter;                 ///< text that a row's key contains; empty for all
   std::uint32_t Stat::*counter = nullptr;  ///< what to sort by; null as first seen
   Direction direction = Direction::kFirstSeen;
 
-  bool has_filter() const { return filter != nullptr && *filter != '\0'; }
   /// How many rows of the order can lie on the page: with a filter any may.
-  std::uint32_t most_rows() const { return has_filter() ? RowOrder::kAllRows : rows.last; }
+  std::uint32_t most_rows() const { return !filter.empty() ? RowOrder::kAllRows : rows.last; }
   /// Without a counter or without a direction all rows are equal.
   Direction sorting() const { return counter == nullptr ? Direction::kFirstSeen : direction; }
 };

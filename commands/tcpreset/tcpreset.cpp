@@ -7,7 +7,6 @@
 #include "format/printer.h"
 
 namespace qsvmon {
-
 namespace {
 
 /// Only the first request asks for the dictionary.
