@@ -297,7 +297,8 @@ class Fields(unittest.TestCase):
                                  (len(text), area * 1024, area * 1024))
                 self.assertEqual([e.request.islast for e in exchanges], [0] * len(exchanges))
                 self.assertEqual([e.answer.islast for e in exchanges], [0] * (len(exchanges) - 1) + [1])
-                self.assertTrue(before <= first.request.stamp <= int(time.time()))
+                # The client reads a coarse clock, which may be a tick behind the precise one.
+                self.assertTrue(before - 1 <= first.request.stamp <= int(time.time()))
                 for e in exchanges:
                     self.assertEqual((e.answer.status, e.answer.shmid, e.answer.msgcode),
                                      (0, e.request.shmid, e.request.msgcode))
