@@ -6,7 +6,7 @@
 namespace qsvmon {
 
 /// Bob Jenkins' lookup2 hash of 1996 over `length` bytes, with `initial` as its third start value.
-/// Which names share a bucket shows in listings, so the value is part of the outside behaviour.
+/// Which asset lines are refused depends on the texts that share a bucket, so the value must stay.
 std::uint32_t lookup2(const void* bytes, std::size_t length, std::uint32_t initial);
 
 constexpr std::size_t kNameHashBytes = 16;

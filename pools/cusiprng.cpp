@@ -56,14 +56,14 @@ void sort_rows(CusIpPool& pool) {
   std::sort(pool.ranges, end, [](const CusIpRange& a, const CusIpRange& b) {
     return a.lo != b.lo ? a.lo < b.lo : a.info_slot < b.info_slot;
   });
-  const auto meet = [](const CusIpRange& a, const CusIpRange& b) { return a.hi >= b.lo; };
-  pool.has_overlaps = std::adjacent_find(pool.ranges, end, meet) != end;
+  const auto overlap = [](const CusIpRange& a, const CusIpRange& b) { return a.hi >= b.lo; };
+  pool.has_overlaps = std::adjacent_find(pool.ranges, end, overlap) != end;
   index_rows(pool);
   pool.is_sorted = true;
 }
 
-/// KEEP: where ranges overlap, the places at which the halving looks decide which row it meets.
-const CusIpRange* find_by_halving(const CusIpPool& pool, std::uint32_t ip) {
+/// KEEP: of ranges that overlap, the order in which rows are looked at decides which is found.
+const CusIpRange* find_among_overlaps(const CusIpPool& pool, std::uint32_t ip) {
   std::int32_t low = 0;
   std::int32_t high = pool.count - 1;
   while (low <= high) {
@@ -128,7 +128,7 @@ const CusIpRange* cusiprng_find(std::uint32_t ip) {
   CusIpPool* const pool = holder.get();
   if (pool == nullptr || pool->count == 0) return nullptr;
   if (!pool->is_sorted) sort_rows(*pool);
-  return pool->has_overlaps ? find_by_halving(*pool, ip) : find_last_below(*pool, ip);
+  return pool->has_overlaps ? find_among_overlaps(*pool, ip) : find_last_below(*pool, ip);
 }
 
 const CusIpInfo* cusiprng_info(const CusIpRange& range) {
@@ -150,7 +150,7 @@ void cusiprng_line(RpcRequest& line) {
       set_field(texts.info, words.value());
     }
   }
-  // An empty label counts as none: its slot would pass for free.
+  // An empty label counts as none: a slot without one is free.
   if (lo == 0 || hi == 0 || texts.info[0] == '\0') return set_request_error(line, "INV_IP_INFO");
   CusIpPool* const pool = holder.get();
   if (pool == nullptr) return;

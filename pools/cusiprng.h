@@ -29,7 +29,7 @@ int cusiprng_init();
 /// The number of ranges stored.
 std::int32_t cusiprng_count();
 
-/// Searches the rows, sorted by `lo`, by halving and returns the first row met that contains `ip`
+/// Searches the sorted rows by bisection and returns the first one looked at that contains `ip`
 /// (host order), or null. KEEP: where ranges overlap, that may be any of them or none.
 const CusIpRange* cusiprng_find(std::uint32_t ip);
 /// The texts of a row, or null when its slot number is none of 1..kCusIpRanges.

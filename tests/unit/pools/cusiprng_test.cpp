@@ -105,7 +105,7 @@ TEST_F(CusIpRng, OverlapsGiveTheRowMetFirst) {
   EXPECT_EQ(info(0x0a020001), "(none)");
 }
 
-// Ranges that share one address overlap there: the halving of two rows looks at the lower one
+// Ranges that share one address overlap there: the bisection of two rows looks at the lower one
 // first.
 TEST_F(CusIpRng, ASharedEndIsAnOverlap) {
   EXPECT_EQ(line("iprng=10.0.0.1-10.0.0.5 info=below"), "");
@@ -137,7 +137,8 @@ TEST_F(CusIpRng, RowsWithEqualStartsStandInTheOrderOfTheFile) {
 }
 
 // Forty rows begin at 10.0.0.1 and end at 10.0.0.1, .2 ... .40, enough for a sort that is not
-// stable to mix them. The halving looks at row 19 and then, upwards, at rows 29, 34, 37, 38 and 39.
+// stable to mix them. The bisection looks at row 19 and then, upwards, at rows 29, 34, 37, 38
+// and 39.
 TEST_F(CusIpRng, ManyRowsWithEqualStartsStandInTheOrderOfTheFile) {
   for (int i = 0; i < 40; ++i) {
     EXPECT_EQ(
@@ -167,8 +168,8 @@ TEST_F(CusIpRng, WideAndNarrowRangesWithoutOverlap) {
                 {0xc7ffffff, "(none)"}, {0xc8000000, "high"},   {0xe0000000, "high"},
                 {0xfeffffff, "high"},   {0xff000000, "(none)"}, {0xffffffff, "(none)"}};
   for (const auto& c : kCases) EXPECT_EQ(info(c.ip), c.info) << std::hex << c.ip;
-  // One more range that overlaps: the search is the plain halving again, and of the five rows (low
-  // zero two high all) the middle one comes first, then those above it.
+  // One more range that overlaps: the search is the plain bisection again, and of the five rows
+  // (low zero two high all) the middle one comes first, then those above it.
   EXPECT_EQ(line("iprng=201.0.0.0-255.255.255.255 info=all"), "");
   EXPECT_EQ(info(0xe0000000), "high");
   EXPECT_EQ(info(0xff000000), "all");
