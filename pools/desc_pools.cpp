@@ -55,14 +55,12 @@ const char* range_or_asset_label(std::uint32_t net) {
   return object == nullptr ? nullptr : object->name;
 }
 
-const char* description(const void* key, std::size_t len) {
-  const IpMacDesc* const entry = ipmacdesc_find(key, len);
+/// The length is known where it is compiled, which makes three instructions of the hash's copy.
+template <std::size_t Len>
+const char* description(const void* key) {
+  if (!ipmacdesc_may_have(key, Len)) return nullptr;
+  const IpMacDesc* const entry = ipmacdesc_find(key, Len);
   return entry == nullptr ? nullptr : entry->desc;
-}
-
-const char* address_label(std::uint32_t net) {
-  const char* const text = description(&net, kIpv4KeyLen);
-  return text != nullptr ? text : range_or_asset_label(net);
 }
 
 }  // namespace
@@ -87,17 +85,21 @@ char* desc_lookup(const void* addr, int family, char* dest, std::size_t size) {
   return dest;
 }
 
-AddressLabel::AddressLabel(std::uint32_t net) : AddressLabel(address_label(net)) {}
+const char* address_label(std::uint32_t net) {
+  const char* const text = description<kIpv4KeyLen>(&net);
+  return text != nullptr ? text : range_or_asset_label(net);
+}
 
-MacLabel::MacLabel(const std::uint8_t* mac) : AddressLabel(description(mac, kMacKeyLen)) {}
+const char* mac_label(const std::uint8_t* mac) {
+  return description<kMacKeyLen>(mac);
+}
 
-char* write_value(char* at, AddressLabel label) {
+char* write_label(char* at, const char* text) {
   static_assert(sizeof CusIpInfo::info <= AddressLabel::kMostBytes &&
                 sizeof AssetsObject::name <= AddressLabel::kMostBytes &&
                 kIpMacDescBytes < AddressLabel::kMostBytes);
-  if (label.text() == nullptr) return at;
-  const std::size_t length = ::strnlen(label.text(), AddressLabel::kMostBytes);
-  std::memcpy(at, label.text(), length);
+  const std::size_t length = ::strnlen(text, AddressLabel::kMostBytes);
+  std::memcpy(at, text, length);
   return at + length;
 }
 

@@ -24,16 +24,20 @@ int desc_pools_init();
 /// then the asset object with the address. Several threads may call it while descriptions change.
 char* desc_lookup(const void* addr, int family, char* dest, std::size_t size);
 
+/// The text of the same label, or null: of an IPv4 address in network order, of the 6 bytes of a
+/// MAC. It stays in its pool, valid until that label is changed or `desc_pools_release`.
+const char* address_label(std::uint32_t net);
+const char* mac_label(const std::uint8_t* mac);
+
 /// The same label as a value to print: `out.put("...", AddressLabel{net}, "...")`. Without a label
 /// nothing is printed. The constructor looks the address up, in every pool up to the one that has
 /// the label, and prefetches the text: a row that makes its labels before it prints the members in
-/// front of them does not wait for the text (full pools: 330 against 400 ns a row). The text stays
-/// in its pool, valid until that label is changed or `desc_pools_release`.
+/// front of them does not wait for the text (full pools: 330 against 400 ns a row).
 class AddressLabel {
  public:
   static constexpr std::size_t kMostBytes = 64;  ///< every label is shorter
 
-  explicit AddressLabel(std::uint32_t net);  ///< IPv4, network order
+  explicit AddressLabel(std::uint32_t net) : AddressLabel(address_label(net)) {}
   const char* text() const { return text_; }
 
  protected:
@@ -45,9 +49,13 @@ class AddressLabel {
 /// The same for a MAC of 6 bytes, whose label can come from one pool alone.
 class MacLabel : public AddressLabel {
  public:
-  explicit MacLabel(const std::uint8_t* mac);
+  explicit MacLabel(const std::uint8_t* mac) : AddressLabel(mac_label(mac)) {}
 };
-char* write_value(char* at, AddressLabel label);
+/// Writes the label's text, at most AddressLabel::kMostBytes bytes, and returns its end.
+char* write_label(char* at, const char* text);
+inline char* write_value(char* at, AddressLabel label) {
+  return label.text() == nullptr ? at : write_label(at, label.text());
+}
 
 /// Frees all pools, those of earlier calls too; for tests and fuzzing, which build them many times.
 void desc_pools_release();

@@ -184,6 +184,29 @@ TEST_F(IpMac, AFullPoolDropsNewAddressesAndUpdatesOldOnes) {
   EXPECT_EQ(find(Bytes4{16, 0, 7, 7}), nullptr);
 }
 
+TEST_F(IpMac, TheFilterKeepsNearlyAllOthersOut) {
+  const auto passes = [](Bytes4 ip) { return ipmacdesc_may_have(ip.data(), 4); };
+  const auto others = [&] {  // of 65,536 addresses without a description
+    int count = 0;
+    for (int i = 0; i < 65536; ++i) {
+      const auto octet = [&](int shift) { return static_cast<std::uint8_t>(i >> shift); };
+      count += passes({10, octet(8), octet(0), 8}) ? 1 : 0;
+    }
+    return count;
+  };
+  EXPECT_EQ(others(), 0);
+  for (int i = 0; i < 4096; ++i) {
+    const std::string ip = std::to_string(i / 256) + "." + std::to_string(i % 256);
+    ASSERT_EQ(line("m=10." + ip + ".7 d=n"), "");
+    ASSERT_TRUE(passes({10, static_cast<std::uint8_t>(i / 256), static_cast<std::uint8_t>(i), 7}));
+  }
+  EXPECT_EQ(line("m=00:11:22:33:44:55 d=full"), "");
+  EXPECT_FALSE(ipmacdesc_may_have(kMac.data(), 6));
+  EXPECT_LT(others(), 65536 / 12);  // one sixteenth is to be expected
+  ipmacdesc_init();
+  EXPECT_EQ(others(), 0);
+}
+
 TEST_F(IpMac, ThreadsShareThePool) {
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t) {
