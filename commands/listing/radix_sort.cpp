@@ -58,17 +58,6 @@ bool sort_if_in_order(std::span<std::uint64_t> items) {
   return true;
 }
 
-std::uint32_t keep_first(std::span<std::uint64_t> items, std::uint32_t most) {
-  const auto count = static_cast<std::uint32_t>(items.size());
-  if (count <= most) return count;
-  if (!sort_if_in_order(items)) sort_in_place(items);
-  const auto by_number = [](std::uint64_t a, std::uint64_t b) {
-    return static_cast<std::uint32_t>(a) < static_cast<std::uint32_t>(b);
-  };
-  sort_in_place(items.first(most), by_number);
-  return most;
-}
-
 RadixSorted radix_sort(std::uint64_t* items, std::uint64_t* spare, std::size_t count) {
   RadixSorted sorted{items, 0};
   if (count < 2) return sorted;

@@ -30,10 +30,6 @@ RadixSorted radix_sort(std::uint64_t* items, std::uint64_t* spare, std::size_t c
 /// million items take 3 ms so, and 37 ms and a second copy with radix_sort.
 bool sort_if_in_order(std::span<std::uint64_t> items);
 
-/// Moves the `most` smallest items to the front, in the order of their lower halves, which they had
-/// before, and returns how many there are: all of them, untouched, where there are no more.
-std::uint32_t keep_first(std::span<std::uint64_t> items, std::uint32_t most);
-
 /// Up to here `sort_in_place` is the better one: 512 items take it 5.7 us, and radix_sort 2.8 us
 /// and the allocation of its spare.
 constexpr std::size_t kFewItems = 512;

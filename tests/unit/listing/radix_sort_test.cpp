@@ -131,21 +131,5 @@ TEST(SortIfInOrder, OtherOrdersAreLeftAsTheyAre) {
   EXPECT_EQ(items, (Items{item(2, 0), item(1, 1), item(2, 2)}));
 }
 
-TEST(KeepFirst, KeepsTheSmallestInTheOrderOfTheirNumbers) {
-  Items items = {item(9, 0), item(1, 1), item(4, 2), item(1, 3), item(4, 4)};
-  EXPECT_EQ(keep_first(items, 3), 3U);
-  EXPECT_EQ((Items{items.begin(), items.begin() + 3}), (Items{item(1, 1), item(4, 2), item(1, 3)}));
-  Items falling = {item(9, 0), item(8, 1), item(8, 2), item(7, 3)};
-  EXPECT_EQ(keep_first(falling, 2), 2U);
-  EXPECT_EQ((Items{falling.begin(), falling.begin() + 2}), (Items{item(8, 1), item(7, 3)}));
-}
-
-TEST(KeepFirst, FewerThanAskedForStayAsTheyAre) {
-  Items items = {item(9, 0), item(1, 1)};
-  EXPECT_EQ(keep_first(items, 2), 2U);
-  EXPECT_EQ(items, (Items{item(9, 0), item(1, 1)}));
-  EXPECT_EQ(keep_first(items, 0), 0U);
-}
-
 }  // namespace
 }  // namespace qsvmon

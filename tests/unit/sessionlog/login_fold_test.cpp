@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <functional>
+#include <span>
 #include <string>
 #include <thread>
 #include <vector>
@@ -63,37 +66,95 @@ TEST(LoginFold, TextsEndWithTheirFields) {
   EXPECT_EQ(packed_login(empty).text(), "");
 }
 
+/// Records of these times, numbered by `start`.
+std::vector<TelnetLogRecord> records_of(std::uint32_t count,
+                                        const std::function<std::uint32_t(std::uint32_t)>& time) {
+  std::vector<TelnetLogRecord> records(count);
+  for (std::uint32_t i = 0; i < count; ++i) {
+    records[i].head.time = time(i);
+    records[i].head.start = i;
+  }
+  return records;
+}
+
+std::uint32_t number_of(const RecordList& list, std::uint32_t position) {
+  return packed_login(list[position]).head.start;
+}
+
 TEST(LoginFold, EveryRecordIsCountedAndThoseOfThePageAreKept) {
   RecordList list({0, 2});
   LoginFold<TelnetLogRecord> fold(list);
-  std::vector<TelnetLogRecord> records(9000);
-  for (std::uint32_t i = 0; i < 9000; ++i) records[i].head.time = i;
-  fold.add(records);
+  fold.add(records_of(9000, [](std::uint32_t i) { return i; }));
   list.sort();
   EXPECT_EQ(list.count(), 9000U);
-  EXPECT_LT(list.size(), 4096U);
+  EXPECT_EQ(list.size(), 2U);  // no other was ever stored
   EXPECT_EQ(time_of(list, 0), 8999U);
   EXPECT_EQ(time_of(list, 1), 8998U);
 }
 
-// Blocks of 4096 records are looked through before any is copied.
-TEST(LoginFold, OfEqualTimesTheFirstThatCameAreShown) {
-  RecordList list({1, 5});
+TEST(LoginFold, TheNewestMayComeFirst) {
+  RecordList list({0, 2});
   LoginFold<TelnetLogRecord> fold(list);
-  std::vector<TelnetLogRecord> records(10000);
-  for (std::uint32_t i = 0; i < 10000; ++i) {
-    records[i].head.time = i % 3;
-    records[i].head.start = i;
-  }
-  fold.add(records);
+  fold.add(records_of(1000, [](std::uint32_t i) { return 1000 - i; }));
   list.sort();
-  EXPECT_EQ(list.count(), 10000U);
-  for (std::uint32_t at = 0; at < 5; ++at) {
-    EXPECT_EQ(std::uint32_t{packed_login(list[at]).head.start}, 2 + 3 * at);
+  EXPECT_EQ(list.count(), 1000U);
+  EXPECT_EQ(list.size(), 2U);
+  EXPECT_EQ(time_of(list, 0), 1000U);
+  EXPECT_EQ(time_of(list, 1), 999U);
+}
+
+// The page ends among records of one time, three of which the batch has: the first two are shown.
+TEST(LoginFold, APageMayEndAmongEqualTimes) {
+  RecordList rising({0, 5});
+  LoginFold<TelnetLogRecord>(rising).add(records_of(9000, [](std::uint32_t i) { return i / 3; }));
+  rising.sort();
+  EXPECT_EQ(number_of(rising, 2), 8999U);
+  EXPECT_EQ(number_of(rising, 3), 8994U);
+  EXPECT_EQ(number_of(rising, 4), 8995U);
+  RecordList falling({0, 5});
+  LoginFold<TelnetLogRecord>(falling).add(
+      records_of(9000, [](std::uint32_t i) { return 9000 - i / 3; }));
+  falling.sort();
+  EXPECT_EQ(number_of(falling, 3), 3U);
+  EXPECT_EQ(number_of(falling, 4), 4U);
+}
+
+// Neither end of these has the newest, and batches may be shorter than the page.
+TEST(LoginFold, ThePageMayComeFromAnywhere) {
+  const auto hill = [](std::uint32_t i) { return i < 50 ? i : 100 - i; };
+  for (const std::uint32_t batch : {1U, 3U, 4U, 5U, 60U, 100U}) {
+    RecordList list({1, 4});
+    LoginFold<TelnetLogRecord> fold(list);
+    const std::vector<TelnetLogRecord> records = records_of(100, hill);
+    for (std::uint32_t at = 0; at < 100; at += batch) {
+      fold.add(std::span(records).subspan(at, std::min(batch, 100 - at)));
+    }
+    list.sort();
+    EXPECT_EQ(list.count(), 100U);
+    EXPECT_EQ(number_of(list, 0), 50U);
+    EXPECT_EQ(number_of(list, 1), 49U);
+    EXPECT_EQ(number_of(list, 2), 51U);
+    EXPECT_EQ(number_of(list, 3), 48U);
   }
 }
 
-// The largest times are 9999, 9998, ...; multiplying by 7919 scatters them over all blocks.
+TEST(LoginFold, APageOfNothingCountsAlone) {
+  RecordList list({3, 3});
+  LoginFold<TelnetLogRecord>(list).add(records_of(9, [](std::uint32_t) { return 0xFFFFFFFF; }));
+  EXPECT_EQ(list.count(), 9U);
+  EXPECT_EQ(list.size(), 0U);
+}
+
+TEST(LoginFold, OfEqualTimesTheFirstThatCameAreShown) {
+  RecordList list({1, 5});
+  LoginFold<TelnetLogRecord> fold(list);
+  fold.add(records_of(10000, [](std::uint32_t i) { return i % 3; }));
+  list.sort();
+  EXPECT_EQ(list.count(), 10000U);
+  for (std::uint32_t at = 0; at < 5; ++at) EXPECT_EQ(number_of(list, at), 2 + 3 * at);
+}
+
+// The largest times are 9999, 9998, ...; multiplying by 7919 scatters them.
 TEST(LoginFold, ThePageOfScatteredTimesIsThatOfAllRecords) {
   RecordList list({4000, 4003});
   LoginFold<FtpLogRecord> fold(list);
@@ -107,7 +168,6 @@ TEST(LoginFold, ThePageOfScatteredTimesIsThatOfAllRecords) {
   EXPECT_EQ(time_of(list, 4002), 5997U);
 }
 
-// A page of 4096 records or more leaves none of a block out: each is appended by itself.
 TEST(LoginFold, ALongPageIsThatOfAllRecordsToo) {
   RecordList list({4094, 4097});
   LoginFold<FtpLogRecord> fold(list);
