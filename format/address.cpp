@@ -110,6 +110,11 @@ constexpr OctetTexts make_octet_texts() {
 
 constexpr OctetTexts kOctets = make_octet_texts();
 
+char* put_octet(char* dst, std::uint32_t octet) {
+  std::memcpy(dst, kOctets.text[octet], 4);
+  return dst + kOctets.digits[octet] + 1;
+}
+
 /// "00-" to "ff-" and a NUL: four bytes are copied at once.
 struct HexBytes {
   char text[256][4];
@@ -211,20 +216,22 @@ int parse_mac(const char* text, std::uint8_t* out6) {
 }
 
 char* format_ipv4(char* dst, std::uint32_t host) {
-  for (int shift = 24; shift > 0; shift -= 8) {
-    const unsigned octet = host >> shift & 0xff;
-    std::memcpy(dst, kOctets.text[octet], 4);
-    dst += kOctets.digits[octet] + 1;
-  }
-  const unsigned octet = host & 0xff;
-  std::memcpy(dst, kOctets.text[octet], 3);
-  return dst + kOctets.digits[octet];
+  dst = put_octet(dst, host >> 24);
+  dst = put_octet(dst, host >> 16 & 0xff);
+  dst = put_octet(dst, host >> 8 & 0xff);
+  std::memcpy(dst, kOctets.text[host & 0xff], 3);
+  return dst + kOctets.digits[host & 0xff];
 }
 
 char* format_mac(char* dst, const std::uint8_t* mac6) {
-  for (int i = 0; i < 5; ++i, dst += 3) std::memcpy(dst, kHexBytes.text[mac6[i]], 4);
-  std::memcpy(dst, kHexBytes.text[mac6[5]], 2);
-  return dst + 2;
+  const auto put_byte = [&](int i) { std::memcpy(dst + 3 * i, kHexBytes.text[mac6[i]], 4); };
+  put_byte(0);
+  put_byte(1);
+  put_byte(2);
+  put_byte(3);
+  put_byte(4);
+  std::memcpy(dst + 15, kHexBytes.text[mac6[5]], 2);
+  return dst + kMacTextBytes;
 }
 
 }  // namespace qsvmon
