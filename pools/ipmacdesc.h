@@ -37,11 +37,14 @@ std::uint32_t ipmacdesc_count();
 /// Bits of a key's hash.
 constexpr int kIpMacHashBits = 16;
 
-/// The hash of a key of 4 or 6 bytes.
+/// The hash of a key of 4 or 6 bytes. They meet in a register: 8 bytes read back from memory that was
+/// that was written as 4 and 2 they take 6 ns longer.
 inline std::uint32_t ipmacdesc_hash(const void* key, std::size_t len) {
-  std::uint64_t bytes = 0;
-  std::memcpy(&bytes, key, len);
-  return key_bucket(bytes, kIpMacHashBits);
+  std::uint32_t first;
+  std::uint16_t last = 0;
+  std::memcpy(&first, key, sizeof first);
+  if (len == kMacKeyLen) std::memcpy(&last, static_cast<const char*>(key) + 4, sizeof last);
+  return key_bucket(std::uint64_t{last} << 32 | first, kIpMacHashBits);
 }
 
 /// A bit for each hash, set where the pool has a key of it.
