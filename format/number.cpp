@@ -103,17 +103,22 @@ int format_count(std::uint64_t value, char* dst, std::size_t size) {
   return std::snprintf(dst, size, "%lu ", static_cast<unsigned long>(value));
 }
 
-/// Four digits at a time, which needs no count of the digits first: a time of 10 digits takes 45
-/// instructions, with std::to_chars 75.
+/// Four digits at a time, which needs no count of the digits first: the two ports and two times of
+/// an FTP row take 159 instructions, with std::to_chars a time alone takes 75. Most ports have one
+/// digit before the last four.
 char* write_decimal(char* at, std::uint32_t value) {
   constexpr std::uint32_t kFour = 10000;
   if (value < kFour) return write_up_to_four(at, value);
-  if (value < kFour * kFour) {
-    return write_four_digits(write_up_to_four(at, value / kFour), value % kFour);
+  const std::uint32_t high = value / kFour;
+  value -= high * kFour;
+  if (high < 10) {
+    *at++ = static_cast<char>('0' + high);
+  } else if (high < kFour) {
+    at = write_up_to_four(at, high);
+  } else {
+    at = write_four_digits(write_up_to_two(at, high / kFour), high % kFour);
   }
-  at = write_up_to_two(at, value / (kFour * kFour));
-  value %= kFour * kFour;
-  return write_four_digits(write_four_digits(at, value / kFour), value % kFour);
+  return write_four_digits(at, value);
 }
 
 }  // namespace qsvmon
