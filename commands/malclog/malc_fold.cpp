@@ -9,43 +9,41 @@ namespace {
 
 /// Counts an event of the address and the host listing into its row.
 struct CountEvent {
-  const TidPool& tids;
   TallyBlocks& blocks;
 
   template <class Row>
-  void operator()(Row& row, const MalcEvent& event) const {
-    // The daemon may have changed the bitmap since `can_count` read it. Whatever it is now, it is
-    // read once: a tally must not get its slots from one reading and its counts from another.
-    const std::uint64_t slots = tids.counted(read_once(std::uint64_t{event.bitmap}));
+  void operator()(Row& row, const MalcEvent&, std::uint64_t slots) const {
     if (blocks.count(row.tally, slots)) ++row.total;
   }
 };
 
-/// True when an event counts and there is memory to count it; asked before a row is made for it.
-inline bool can_count(const TidPool& tids, TallyBlocks& blocks, const MalcEvent& event) {
-  const std::uint64_t slots = tids.counted_of(event);
+/// True when an event counts, in `slots`, and there is memory to count it; asked before a row is
+/// made for it.
+inline bool can_count(const TidPool& tids, TallyBlocks& blocks, const MalcEvent& event,
+                      std::uint64_t& slots) {
+  slots = tids.counted_of(event);
   return slots != 0 && blocks.ready_for(slots);
 }
 
 }  // namespace
 
 void MalcIpAgg::add(std::span<const MalcEvent> events) {
-  const auto by_address = [this](const MalcEvent& event, std::uint32_t& key) {
+  const auto by_address = [this](const MalcEvent& event, std::uint32_t& key, std::uint64_t& slots) {
     key = side_ == IpSide::kSrc ? event.src_net : event.dst_net;
-    return can_count(tids_, blocks_, event) ? KeyUse::kInsert : KeyUse::kSkip;
+    return can_count(tids_, blocks_, event, slots) ? KeyUse::kInsert : KeyUse::kSkip;
   };
-  rows_.fold(events, by_address, CountEvent{tids_, blocks_});
+  rows_.fold<std::uint64_t>(events, by_address, CountEvent{blocks_});
 }
 
 void MalcHostAgg::add(std::span<const MalcEvent> events) {
-  const auto by_host = [this](const MalcEvent& event, NameKey<48>& key) {
+  const auto by_host = [this](const MalcEvent& event, NameKey<48>& key, std::uint64_t& slots) {
     const std::size_t length = read_once(event.host_len);
     if (length == 0 || length == kMaxName + 1) return KeyUse::kSkip;
-    if (!can_count(tids_, blocks_, event)) return KeyUse::kSkip;
+    if (!can_count(tids_, blocks_, event, slots)) return KeyUse::kSkip;
     key = NameKey<48>::of(event.host, length <= kMaxName ? length : kMaxName);
     return length <= kMaxName ? KeyUse::kInsert : KeyUse::kReplace;
   };
-  rows_.fold(events, by_host, CountEvent{tids_, blocks_});
+  rows_.fold<std::uint64_t>(events, by_host, CountEvent{blocks_});
 }
 
 void MalcAppAgg::add(std::span<const MalcEvent> events) {

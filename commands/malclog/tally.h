@@ -20,6 +20,7 @@ namespace qsvmon {
 /// bytes are an empty tally. Copy one only to move it: two copies would share a block.
 struct Tally {
   static constexpr int kFew = 4;
+  using Counts = std::uint16_t[kSlots];
 
   /// True when `slots` has more than kFew bits. Not std::popcount: the oldest processors that this
   /// is built for have no instruction for it, and each record would cost several calls.
@@ -31,7 +32,7 @@ struct Tally {
   std::uint64_t slots;  ///< slots that were ever counted
   union {
     std::uint16_t few[kFew];  ///< up to kFew slots: their counts, then undefined values
-    std::uint32_t block;      ///< more slots: the number of the block
+    Counts* block;            ///< more slots: the counts of all
   };
 
   bool has_block() const { return is_many(slots); }
@@ -58,8 +59,7 @@ class TallyBlocks {
     const std::uint64_t all = tally.slots | slots;
     if (Tally::is_many(all)) {
       if (tally.slots != all && !add_slots(tally, all)) return false;
-      std::uint16_t* const counts = blocks_[tally.block].counts;
-      for (; slots != 0; slots &= slots - 1) ++counts[std::countr_zero(slots)];
+      for (; slots != 0; slots &= slots - 1) ++(*tally.block)[std::countr_zero(slots)];
       return true;
     }
     if (tally.slots == 0) tally.slots = slots;  // an empty tally's counts are 0
@@ -76,11 +76,11 @@ class TallyBlocks {
   /// may be 0.
   template <class Use>
   void for_each(const Tally& tally, Use&& use) const {
-    const Block* const block = tally.has_block() ? &blocks_[tally.block] : nullptr;
+    const bool has_block = tally.has_block();
     const std::uint16_t* few = tally.few;
     for (std::uint64_t rest = tally.slots; rest != 0; rest &= rest - 1) {
       const int slot = std::countr_zero(rest);
-      use(slot, block != nullptr ? block->counts[slot] : *few++);
+      use(slot, has_block ? (*tally.block)[slot] : *few++);
     }
   }
 
@@ -92,14 +92,10 @@ class TallyBlocks {
   }
 
  private:
-  struct Block {
-    std::uint16_t counts[kSlots];
-  };
-
   void count_some(Tally& tally, std::uint64_t slots);
   bool add_slots(Tally& tally, std::uint64_t all);
 
-  EntryChunks<Block> blocks_;
+  EntryChunks<Tally::Counts> blocks_;
 };
 
 }  // namespace qsvmon

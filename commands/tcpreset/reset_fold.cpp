@@ -44,27 +44,30 @@ inline void count_name(DnsStat& stat, const ResetRecord& record) {
 }  // namespace
 
 void IpFold::add(std::span<const ResetRecord> records) {
-  const auto by_dst = [](const ResetRecord& record, std::uint32_t& key) {
+  const auto by_dst = [](const ResetRecord& record, std::uint32_t& key, NoNote&) {
     key = record.dst_net;
     return KeyUse::kInsert;
   };
-  const auto by_src = [](const ResetRecord& record, std::uint32_t& key) {
+  const auto by_src = [](const ResetRecord& record, std::uint32_t& key, NoNote&) {
     key = record.src_net;
     return KeyUse::kInsert;
   };
   if (side_ == IpSide::kDst) {
-    table_.fold(records, by_dst, [](IpStat& s, const ResetRecord& r) { count_port(s, r); });
+    table_.fold<NoNote>(records, by_dst,
+                        [](IpStat& s, const ResetRecord& r, NoNote) { count_port(s, r); });
   } else {
-    table_.fold(records, by_src, [](IpStat& s, const ResetRecord& r) { count_app(s, r); });
+    table_.fold<NoNote>(records, by_src,
+                        [](IpStat& s, const ResetRecord& r, NoNote) { count_app(s, r); });
   }
 }
 
 void DnsFold::add(std::span<const ResetRecord> records) {
-  const auto by_name = [](const ResetRecord& record, NameKey<32>& key) {
+  const auto by_name = [](const ResetRecord& record, NameKey<32>& key, NoNote&) {
     key = NameKey<32>::up_to_nul(record.name);
     return key.length() == 0 ? KeyUse::kSkip : KeyUse::kInsert;
   };
-  table_.fold(records, by_name, [](DnsStat& s, const ResetRecord& r) { count_name(s, r); });
+  table_.fold<NoNote>(records, by_name,
+                      [](DnsStat& s, const ResetRecord& r, NoNote) { count_name(s, r); });
 }
 
 }  // namespace qsvmon

@@ -130,17 +130,18 @@ TEST(FoldTable, ManyEntriesOfOneKeyNeedOneSlot) {
 
 using Numbers = std::vector<std::uint32_t>;
 
-/// Counts `keys` in; every third one is left out.
+/// Counts `keys` in; every third one is left out. `seen` gets what was noted of the others.
 void fold_numbers(AddressTable& table, const Numbers& keys, Numbers* seen = nullptr) {
-  table.fold(
+  table.fold<std::uint64_t>(
       std::span<const std::uint32_t>(keys),
-      [](const std::uint32_t& record, std::uint32_t& key) {
+      [](const std::uint32_t& record, std::uint32_t& key, std::uint64_t& note) {
         key = record;
+        note = std::uint64_t{record} << 32;
         return record % 3 == 0 ? KeyUse::kSkip : KeyUse::kInsert;
       },
-      [&](AddressStat& stat, const std::uint32_t& record) {
+      [&](AddressStat& stat, const std::uint32_t&, std::uint64_t note) {
         stat.count += 1;
-        if (seen != nullptr) seen->push_back(record);
+        if (seen != nullptr) seen->push_back(static_cast<std::uint32_t>(note >> 32));
       });
 }
 
