@@ -34,8 +34,8 @@ bool ipmacdesc_ready();
 /// The number of entries in use.
 std::uint32_t ipmacdesc_count();
 
-/// Bits of a key's hash.
-constexpr int kIpMacHashBits = 16;
+/// Bits of a key's hash: with a full pool one in 32 of the other addresses passes the filter below.
+constexpr int kIpMacHashBits = 17;
 
 /// The hash of a key of 4 or 6 bytes. They meet in a register: written to memory as 4 and 2 bytes
 /// and read back as 8 they cost an FTP row 2 to 10 ns.

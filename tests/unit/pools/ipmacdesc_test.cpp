@@ -202,7 +202,7 @@ TEST_F(IpMac, TheFilterKeepsNearlyAllOthersOut) {
   }
   EXPECT_EQ(line("m=00:11:22:33:44:55 d=full"), "");
   EXPECT_FALSE(ipmacdesc_may_have(kMac.data(), 6));
-  EXPECT_LT(others(), 65536 / 12);  // one sixteenth is to be expected
+  EXPECT_LT(others(), 65536 / 24);  // one in 32 is to be expected
   ipmacdesc_init();
   EXPECT_EQ(others(), 0);
 }
