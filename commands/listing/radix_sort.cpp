@@ -58,17 +58,20 @@ bool sort_if_in_order(std::span<std::uint64_t> items) {
   return true;
 }
 
-RadixSorted radix_sort(std::uint64_t* items, std::uint64_t* spare, std::size_t count) {
-  RadixSorted sorted{items, 0};
-  if (count < 2) return sorted;
+std::uint64_t* radix_sort(std::uint64_t* items, std::uint64_t* spare, std::size_t count) {
+  if (count < 2) return items;
   DigitCounts counts = count_digits(items, count);
   for (std::size_t digit = 0; digit < kDigits; ++digit) {
     if (counts[digit][digit_of(items[0], digit)] == count) continue;  // all the same
-    scatter(sorted.items, spare, count, digit, counts[digit]);
-    std::swap(sorted.items, spare);
-    ++sorted.passes;
+    scatter(items, spare, count, digit, counts[digit]);
+    std::swap(items, spare);
   }
-  return sorted;
+  return items;
+}
+
+void sort_in_place(std::span<std::uint64_t> items) {
+  std::make_heap(items.begin(), items.end());
+  std::sort_heap(items.begin(), items.end());
 }
 
 bool SortItems::reserve(std::size_t count) {
@@ -89,7 +92,7 @@ void SortItems::sort(std::size_t count) {
     spare = static_cast<std::uint64_t*>(memory_.allocate(room_ * sizeof *items_, Pages::kWhole));
   }
   if (spare == nullptr) return sort_in_place(first(count));
-  if (radix_sort(items_, spare, count).items == spare) std::swap(items_, spare);
+  if (radix_sort(items_, spare, count) == spare) std::swap(items_, spare);
   memory_.free(spare, room_ * sizeof *items_);
 }
 

@@ -1,9 +1,7 @@
 #pragma once
 
-#include <algorithm>  // IWYU pragma: keep
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <span>
 #include <utility>
 
@@ -15,15 +13,9 @@
 /// quadratic in the items when it is chosen badly.
 namespace qsvmon {
 
-/// What `radix_sort` did.
-struct RadixSorted {
-  std::uint64_t* items;  ///< where the items are now: one of the two places
-  unsigned passes;       ///< how often all of them were moved, 0 to 3
-};
-
 /// Sorts `count` items (below 2^32) by their upper halves, equal ones as they stand. `spare` has
-/// room for as many; what is left in the other place is of no use.
-RadixSorted radix_sort(std::uint64_t* items, std::uint64_t* spare, std::size_t count);
+/// room for as many. Returns which of the two has the items now; the other is of no use.
+std::uint64_t* radix_sort(std::uint64_t* items, std::uint64_t* spare, std::size_t count);
 
 /// Sorts items whose upper halves rise, or fall, from the first to the last, equal ones as they
 /// stand; leaves any others as they are and returns false. Logs come in the order of time: a
@@ -35,11 +27,7 @@ bool sort_if_in_order(std::span<std::uint64_t> items);
 constexpr std::size_t kFewItems = 512;
 
 /// Sorts items by both halves and without more memory: at most 3 n + 2 n log2(n) comparisons.
-template <class Less = std::less<std::uint64_t>>
-void sort_in_place(std::span<std::uint64_t> items, Less less = {}) {
-  std::make_heap(items.begin(), items.end(), less);
-  std::sort_heap(items.begin(), items.end(), less);
-}
+void sort_in_place(std::span<std::uint64_t> items);
 
 /// An array of such items, and the way to sort it.
 class SortItems {
