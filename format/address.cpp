@@ -224,7 +224,9 @@ char* format_ipv4(char* dst, std::uint32_t host) {
 }
 
 char* format_mac(char* dst, const std::uint8_t* mac6) {
-  const auto put_byte = [&](int i) { std::memcpy(dst + 3 * i, kHexBytes.text[mac6[i]], 4); };
+  const auto put_byte = [&](std::size_t i) {
+    std::memcpy(dst + 3 * i, kHexBytes.text[mac6[i]], 4);
+  };
   put_byte(0);
   put_byte(1);
   put_byte(2);
