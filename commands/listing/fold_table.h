@@ -53,17 +53,6 @@ class FoldTable {
   Entry& operator[](std::uint32_t number) { return entries_[number]; }
   const Entry& operator[](std::uint32_t number) const { return entries_[number]; }
 
-  /// For tests, which fold keys one by one: the entry of `key`; a new one is zeroed but for its
-  /// key. Null without memory.
-  Entry* insert(const Key& key) {
-    return begin() ? entry_for(KeyUse::kInsert, key, Keys::hash(key, secret_)) : nullptr;
-  }
-  /// A new entry, which later look-ups of `key` find instead of the present one, if any; that one
-  /// stays among the entries. Null without memory.
-  Entry* replace(const Key& key) {
-    return begin() ? entry_for(KeyUse::kReplace, key, Keys::hash(key, secret_)) : nullptr;
-  }
-
   /// Folds records in order. `key_of(const Record&, Key&, Note&)` sets the key of one, says what it
   /// is for, and may note what it read of the record for `update(Entry&, const Record&, Note)`,
   /// which counts it in: what lies in the shared area is read once. Works in groups, so that the

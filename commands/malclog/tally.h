@@ -84,13 +84,6 @@ class TallyBlocks {
     }
   }
 
-  /// For tests: the count of `slot` in `tally`; 0 when it was never counted, or wrapped.
-  std::uint16_t count_of(const Tally& tally, int slot) const {
-    std::uint16_t found = 0;
-    for_each(tally, [&](int n, std::uint16_t count) { found = n == slot ? count : found; });
-    return found;
-  }
-
  private:
   void count_some(Tally& tally, std::uint64_t slots);
   bool add_slots(Tally& tally, std::uint64_t all);

@@ -22,8 +22,35 @@ struct NameStat {
   Name name;
   std::uint32_t count;
 };
-using AddressTable = FoldTable<AddressKeys<AddressStat>>;
-using NameTable = FoldTable<NameKeys<NameStat>>;
+
+/// A table into which keys are folded one by one.
+template <class Keys>
+class OneByOne : public FoldTable<Keys> {
+ public:
+  using Key = typename Keys::Key;
+  using Entry = typename Keys::Entry;
+  using FoldTable<Keys>::FoldTable;
+
+  /// The entry of `key`; null without memory.
+  Entry* insert(const Key& key) { return put(key, KeyUse::kInsert); }
+  /// A new entry, which later look-ups of `key` find; null without memory.
+  Entry* replace(const Key& key) { return put(key, KeyUse::kReplace); }
+
+ private:
+  Entry* put(const Key& key, KeyUse use) {
+    Entry* found = nullptr;
+    this->template fold<NoNote>(
+        std::span<const Key>(&key, 1),
+        [use](const Key& record, Key& copy, NoNote&) {
+          copy = record;
+          return use;
+        },
+        [&](Entry& entry, const Key&, NoNote) { found = &entry; });
+    return found;
+  }
+};
+using AddressTable = OneByOne<AddressKeys<AddressStat>>;
+using NameTable = OneByOne<NameKeys<NameStat>>;
 
 /// Network-order address of a host-order one.
 std::uint32_t net(std::uint32_t host) {

@@ -12,6 +12,7 @@
 
 #include "commands/malclog/malc_record.h"
 #include "commands/malclog/malclog.h"
+#include "commands/malclog/tally.h"
 #include "commands/malclog/tidpool.h"
 #include "format/printer.h"
 #include "pools/itlgc_pool.h"
@@ -31,6 +32,13 @@ inline std::uint32_t net(std::uint8_t a, std::uint8_t b, std::uint8_t c, std::ui
 /// A port in network order.
 inline std::uint16_t net_port(unsigned port) {
   return static_cast<std::uint16_t>(((port & 0xff) << 8) | ((port >> 8) & 0xff));
+}
+
+/// The count of `slot` in `tally`; 0 when it was never counted, or wrapped.
+inline std::uint16_t count_of(const TallyBlocks& blocks, const Tally& tally, int slot) {
+  std::uint16_t found = 0;
+  blocks.for_each(tally, [&](int n, std::uint16_t count) { found = n == slot ? count : found; });
+  return found;
 }
 
 struct Sig {
