@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <utility>
 
 #include "platform/large_memory.h"
 
@@ -33,11 +32,8 @@ void sort_in_place(std::span<std::uint64_t> items);
 class SortItems {
  public:
   explicit SortItems(LargeMemory memory) : memory_(memory) {}
-  SortItems(SortItems&& other) noexcept
-      : memory_(other.memory_),
-        items_(std::exchange(other.items_, nullptr)),
-        room_(std::exchange(other.room_, 0)) {}
-  SortItems& operator=(SortItems&&) = delete;
+  SortItems(const SortItems&) = delete;
+  SortItems& operator=(const SortItems&) = delete;
   ~SortItems() { memory_.free(items_, room_ * sizeof *items_); }
 
   std::size_t room() const { return room_; }

@@ -20,6 +20,14 @@ class RowOrder {
   /// `count` rows as first seen; allocates nothing.
   explicit RowOrder(std::uint32_t count, LargeMemory memory = {}) : count_(count), items_(memory) {}
 
+  /// `rows` by a counter of theirs, as `sort` does; it may be null where `direction` is kFirstSeen.
+  template <class Rows, class Stat>
+  RowOrder(const Rows& rows, std::uint32_t Stat::*counter, Direction direction,
+           std::uint32_t most = kAllRows)
+      : RowOrder(rows.size()) {
+    sort([&](std::uint32_t number) { return rows[number].*counter; }, direction, most);
+  }
+
   /// Sorts by `counter_of(number)`, a u32 that is asked once for each row, as far as the first
   /// `most` places; there are none behind them then. Time is linear in the rows. Without
   /// memory the order stays as it is.
@@ -62,15 +70,5 @@ class RowOrder {
   bool is_sorted_ = false;
   SortItems items_;  ///< counter in the upper half, number in the lower
 };
-
-/// The order of `rows` by a counter of theirs, as far as `most`. The counter may be null where
-/// `direction` is kFirstSeen.
-template <class Rows, class Stat>
-RowOrder sorted_rows(const Rows& rows, std::uint32_t Stat::*counter, Direction direction,
-                     std::uint32_t most = RowOrder::kAllRows) {
-  RowOrder order(rows.size());
-  order.sort([&](std::uint32_t number) { return rows[number].*counter; }, direction, most);
-  return order;
-}
 
 }  // namespace qsvmon

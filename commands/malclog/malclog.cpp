@@ -64,7 +64,7 @@ Status list_ips(const Listing& l) {
   const bool by_src = l.query.listtype == MalcListType::kSrc;
   MalcIpAgg fold(l.tids, by_src ? IpSide::kSrc : IpSide::kDst);
   if (Status s = fold_events(l, fold); !s.ok()) return s;
-  const RowOrder order = sorted_rows(fold, &MalcIpStat::total, Direction::kLargestFirst, page.end);
+  const RowOrder order(fold, &MalcIpStat::total, Direction::kLargestFirst, page.end);
   print_malc_ip_page(l.out, l.names, fold, order, page);
   return Status::good();
 }
@@ -73,8 +73,7 @@ Status list_hosts(const Listing& l) {
   const PageRange page = l.query.range();
   MalcHostAgg fold(l.tids);
   if (Status s = fold_events(l, fold); !s.ok()) return s;
-  const RowOrder order =
-      sorted_rows(fold, &MalcHostStat::total, Direction::kLargestFirst, page.end);
+  const RowOrder order(fold, &MalcHostStat::total, Direction::kLargestFirst, page.end);
   print_malc_host_page(l.out, l.names, fold, order, page);
   return Status::good();
 }
@@ -83,7 +82,7 @@ Status list_hosts(const Listing& l) {
 Status list_apps(const Listing& l) {
   MalcAppAgg fold(l.tids);
   if (Status s = fold_events(l, fold); !s.ok()) return s;
-  const RowOrder order = sorted_rows(fold, &MalcAppStat::total, Direction::kLargestFirst);
+  const RowOrder order(fold, &MalcAppStat::total, Direction::kLargestFirst);
   print_malc_app_page(l.out, l.names, fold, order, l.query.range());
   return Status::good();
 }
@@ -92,7 +91,7 @@ Status list_signatures(const Listing& l) {
   MalcTidAgg fold(l.tids);
   if (Status s = fold_events(l, fold); !s.ok()) return s;
   print_malc_tids(l.out, l.names, fold,
-                  sorted_rows(fold, &MalcTidStat::total, Direction::kLargestFirst));
+                  RowOrder(fold, &MalcTidStat::total, Direction::kLargestFirst));
   return Status::good();
 }
 

@@ -45,7 +45,7 @@ Status parse_dns_query(Words words, DnsQuery& query);
 /// The order in which the rows of a fold are shown.
 template <class Fold, class Stat>
 RowOrder sorted_rows(const Fold& fold, const StatQuery<Stat>& query) {
-  return sorted_rows(fold, query.counter, query.sorting(), query.most_rows());
+  return RowOrder(fold, query.counter, query.sorting(), query.most_rows());
 }
 
 }  // namespace qsvmon

@@ -73,14 +73,14 @@ struct TwoRows {
 };
 
 TEST(SortedRows, AreSortedByACounter) {
-  const RowOrder order = sorted_rows(TwoRows(), &Flows::count, Direction::kLargestFirst);
+  const RowOrder order(TwoRows(), &Flows::count, Direction::kLargestFirst);
   EXPECT_EQ(order[0], 1U);
   EXPECT_EQ(order[1], 0U);
 }
 
 TEST(SortedRows, NeedNoCounterAsFirstSeen) {
   constexpr std::uint32_t Flows::*kNone = nullptr;
-  const RowOrder order = sorted_rows(TwoRows(), kNone, Direction::kFirstSeen);
+  const RowOrder order(TwoRows(), kNone, Direction::kFirstSeen);
   EXPECT_EQ(order.size(), 2U);
   EXPECT_EQ(order[0], 0U);
 }

@@ -112,7 +112,7 @@ TEST(MalcTidListing, HitsAddToWhatThePoolSays) {
   pool_entries[0].hits = 5;
   MemoryPrinter out;
   print_malc_tids(out, {tids, pool_entries}, agg,
-                  sorted_rows(agg, &MalcTidStat::total, Direction::kLargestFirst));
+                  RowOrder(agg, &MalcTidStat::total, Direction::kLargestFirst));
   EXPECT_NE(
       out.str().find(R"({"id":0,"tid":0,"vid":0,"type":0,"mode":2,"name":"","cname":"","cnt":5})"),
       std::string::npos);
@@ -126,7 +126,7 @@ TEST(MalcTidListing, PrintedTwiceItSaysTheSame) {
   MalcTidAgg agg(tids);
   agg.add(std::vector<MalcEvent>{event(bit(1) | bit(2) | bit(3))});
   const Categories pool_entries = categories();
-  const RowOrder order = sorted_rows(agg, &MalcTidStat::total, Direction::kLargestFirst);
+  const RowOrder order(agg, &MalcTidStat::total, Direction::kLargestFirst);
   MemoryPrinter once;
   print_malc_tids(once, {tids, pool_entries}, agg, order);
   MemoryPrinter again;
