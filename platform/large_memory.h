@@ -9,7 +9,7 @@ namespace qsvmon {
 constexpr std::size_t kLargePageBytes = std::size_t{2} << 20;
 
 /// How the memory is to be backed. On Linux 4 KiB cost 1.4 us on touch, 0.8 us at once and 0.5 us
-/// in large pages: together a third of the time of a page out of 100,000 distinct names.
+/// in large pages.
 enum class Pages {
   kOnTouch,  ///< page by page as it is touched, for what may stay mostly empty
   kWhole,    ///< for what will be filled: large pages where they pay and the system has them,

@@ -15,6 +15,7 @@ using namespace malc_samples;
 const SignatureTable kTable = common_table({
     {4, {.tid = 104, .mkmode = 9, .itlgc = 7, .name = "four"}},
     {5, {.tid = 105, .mkmode = 2, .itlgc = 32, .name = "five"}},
+    {40, {.tid = 140, .name = "forty"}},
 });
 
 MalcQuery by_host() {
@@ -34,6 +35,13 @@ TEST(MalcHostListing, RowsByTotalWithTheirSignatures) {
             R"({"cnt":1, "name":"four", "mkmode":9, "cname":"NULL"}]},)"
             R"({"host":"a.example","cnt":1,)"
             R"("list":[{"cnt":1, "name":"one", "mkmode":1, "cname":"NULL"}]}],"count":2})");
+}
+
+TEST(MalcHostListing, ASlotBeyondThe32ndCountsLikeTheFirst) {
+  EXPECT_EQ(list(by_host(), {of_host("a", bit(40)), of_host("a", bit(40) | bit(0))}),
+            R"({"data":[{"host":"a","cnt":2,)"
+            R"("list":[{"cnt":1, "name":"zero", "mkmode":1, "cname":"NULL"},)"
+            R"({"cnt":2, "name":"forty", "mkmode":1, "cname":"NULL"}]}],"count":1})");
 }
 
 TEST(MalcHostListing, ACategoryBeyondThePoolHasNoNames) {

@@ -17,6 +17,7 @@ const SignatureTable kTable = common_table({
     {5, {.tid = 105, .mkmode = 0, .itlgc = 7, .name = "five"}},
     {6, {.tid = 106, .mkmode = 2, .itlgc = 39, .name = "six"}},  // bit 7 of the mask, like 7
     {7, {.tid = 107, .mkmode = 2, .itlgc = 255, .name = "seven"}},
+    {40, {.tid = 140, .name = "forty"}},
 });
 
 Categories categories() {
@@ -45,6 +46,13 @@ TEST(MalcIpListing, RowsByTotalWithTheirSignatures) {
             R"({"cnt":2, "id":0, "name":"one", "cname":"NULL"}]},)"
             R"({"ip":"10.0.0.1","cnt":1,"ip_desc":"",)"
             R"("list":[{"cnt":1, "id":0, "name":"one", "cname":"NULL"}]}],"count":2})");
+}
+
+TEST(MalcIpListing, ASlotBeyondThe32ndCountsLikeTheFirst) {
+  EXPECT_EQ(list(dst(), {at(kA, bit(40)), at(kA, bit(40) | bit(0))}),
+            R"({"data":[{"ip":"10.0.0.1","cnt":2,"ip_desc":"",)"
+            R"("list":[{"cnt":1, "id":0, "name":"zero", "cname":"NULL"},)"
+            R"({"cnt":2, "id":0, "name":"forty", "cname":"NULL"}]}],"count":1})");
 }
 
 TEST(MalcIpListing, SourceAndDestinationAreToldApart) {
