@@ -38,18 +38,13 @@ class AddressLabel {
   static constexpr std::size_t kMostBytes = 64;  ///< every label is shorter
 
   explicit AddressLabel(std::uint32_t net) : AddressLabel(address_label(net)) {}
+  explicit AddressLabel(const std::uint8_t* mac) : AddressLabel(mac_label(mac)) {}
   const char* text() const { return text_; }
 
- protected:
+ private:
   explicit AddressLabel(const char* text) : text_(text) { __builtin_prefetch(text); }
 
- private:
   const char* text_;  ///< null without a label
-};
-/// The same for a MAC of 6 bytes, whose label can come from one pool alone.
-class MacLabel : public AddressLabel {
- public:
-  explicit MacLabel(const std::uint8_t* mac) : AddressLabel(mac_label(mac)) {}
 };
 /// Writes the label's text, at most AddressLabel::kMostBytes bytes, and returns its end.
 char* write_label(char* at, const char* text);

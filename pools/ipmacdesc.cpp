@@ -29,11 +29,6 @@ struct IpMacPool {
 
 constinit PoolHolder<IpMacPool> holder;
 
-/// Needs no lock.
-std::uint32_t count_of(const IpMacPool& pool) {
-  return __atomic_load_n(&pool.count, __ATOMIC_RELAXED);
-}
-
 bool is_key_len(std::size_t len) {
   return len == kIpv4KeyLen || len == kMacKeyLen;
 }
@@ -130,7 +125,8 @@ bool ipmacdesc_ready() {
 }
 
 std::uint32_t ipmacdesc_count() {
-  return holder.get() == nullptr ? 0 : count_of(*holder.get());
+  const IpMacPool* const pool = holder.get();
+  return pool == nullptr ? 0 : __atomic_load_n(&pool->count, __ATOMIC_RELAXED);
 }
 
 IpMacDesc* ipmacdesc_find(const void* key, std::size_t len) {

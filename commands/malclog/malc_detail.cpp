@@ -83,7 +83,7 @@ void print_detail_row(Printer& out, const MalcEvent& event) {
           ",\"proto\":", event.proto, ",\"bitmap\":", std::uint64_t{event.bitmap}, ",\"host\":\"",
           event.host_len == 0 ? std::string_view() : field_text(event.host), "\",\"srcip_desc\":\"",
           AddressLabel{src_net}, "\",\"dstip_desc\":\"", AddressLabel{dst_net}, "\",\"sign\":\"",
-          event.sign, "\",\"ipmac_desc\":\"", MacLabel{event.mac}, "\"");
+          event.sign, "\",\"ipmac_desc\":\"", AddressLabel{event.mac}, "\"");
   print_signs(out, event.sign);
   out.put("}");
 }

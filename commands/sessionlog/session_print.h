@@ -43,7 +43,7 @@ struct EndpointLabels {
       : src(endpoints.src_net), dst(endpoints.dst_net), mac(endpoints.mac) {}
   AddressLabel src;
   AddressLabel dst;
-  MacLabel mac;
+  AddressLabel mac;
 };
 
 /// ,"srcip_desc" ,"dstip_desc" and ,"ipmac_desc"

@@ -100,7 +100,7 @@ TEST_F(DescPools, LabelsArePrintedAsValues) {
   print({10, 8, 0, 0});
   const Bytes6 known = {0, 0x11, 0x22, 0x33, 0x44, 0x55};
   const Bytes6 unknown = {0, 0x11, 0x22, 0x33, 0x44, 0x56};
-  out.put('<', MacLabel{known.data()}, "><", MacLabel{unknown.data()}, '>');
+  out.put('<', AddressLabel{known.data()}, "><", AddressLabel{unknown.data()}, '>');
   EXPECT_EQ(out.str(), "<gateway><office><web><><" + longest + "><printer><>");
 }
 
