@@ -6,7 +6,6 @@
 #include "format/address.h"
 #include "format/number.h"
 #include "pools/config_file.h"
-#include "pools/key_hash.h"
 #include "pools/pool_holder.h"
 #include "pools/spin_lock.h"
 #include "pools/text_field.h"
@@ -39,8 +38,8 @@ bool has_key(const IpMacDesc& entry, const void* key, std::size_t len) {
                             : std::memcmp(entry.key, key, kMacKeyLen) == 0;
 }
 
-std::uint16_t& head_of(IpMacPool& pool, std::uint32_t hash) {
-  return pool.heads[hash >> (kIpMacHashBits - kBucketBits)];
+std::uint32_t bucket_of(std::uint32_t hash) {
+  return hash >> (kIpMacHashBits - kBucketBits);
 }
 
 IpMacDesc* entry_of(IpMacPool& pool, std::uint16_t number) {
@@ -48,7 +47,7 @@ IpMacDesc* entry_of(IpMacPool& pool, std::uint16_t number) {
 }
 
 IpMacDesc* find_in_chain(IpMacPool& pool, const void* key, std::size_t len) {
-  IpMacDesc* entry = entry_of(pool, head_of(pool, ipmacdesc_hash(key, len)));
+  IpMacDesc* entry = entry_of(pool, pool.heads[bucket_of(ipmacdesc_hash(key, len))]);
   while (entry != nullptr && !has_key(*entry, key, len)) entry = entry->next;
   return entry;
 }
@@ -72,8 +71,9 @@ IpMacDesc* add_entry(IpMacPool& pool, const IpMacDesc& like) {
   const std::uint32_t hash = ipmacdesc_hash(like.key, like.key_len);
   entry.key_len = like.key_len;
   std::memcpy(entry.key, like.key, sizeof entry.key);
-  entry.next = entry_of(pool, head_of(pool, hash));
-  head_of(pool, hash) = static_cast<std::uint16_t>(pool.high_water);
+  std::uint16_t& head = pool.heads[bucket_of(hash)];
+  entry.next = entry_of(pool, head);
+  head = static_cast<std::uint16_t>(pool.high_water);
   __atomic_fetch_or(&ipmacdesc_filter[hash / 64], std::uint64_t{1} << hash % 64, __ATOMIC_RELAXED);
   return &entry;
 }

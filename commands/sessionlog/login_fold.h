@@ -1,6 +1,6 @@
 #pragma once
 
-#include <algorithm>
+#include <algorithm>  // IWYU pragma: keep
 #include <cstddef>
 #include <cstdint>
 #include <span>
