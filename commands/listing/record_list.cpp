@@ -9,11 +9,6 @@ namespace {
 /// No list gets that long: records of 4 bytes would fill the store before.
 constexpr std::uint32_t kNeverReached = std::uint32_t{1} << 31;
 
-/// Marks of records.
-constexpr std::uint16_t kNotAsked = 0;
-constexpr std::uint16_t kShown = 1;
-constexpr std::uint16_t kHidden = 2;
-
 std::uint64_t swap_halves(std::uint64_t item) {
   return item << 32 | item >> 32;
 }
@@ -40,24 +35,12 @@ void RecordList::append(std::uint32_t key, std::span<const char> record) {
   append(key, record.size());
 }
 
-/// Appends a record, but of a hidden one its key alone. The room is still the same one.
-void RecordList::append_asked(std::uint32_t key, std::size_t bytes) {
-  const bool hidden = is_hidden_({records_.room(bytes), bytes});
-  const std::uint32_t place = records_.add(hidden ? 0 : bytes);
-  records_.set_mark(place, hidden ? kHidden : kShown);
-  add_item(key, place);
-}
-
 /// Whether the record is left out of the page. The answer never changes, and a record that is not
 /// before the page now never will be: the bytes of a hidden one are not needed any more.
 bool RecordList::hides(std::uint32_t place) {
   if (is_hidden_ == nullptr) return false;
-  if (records_.mark(place) == kNotAsked) {
-    const bool hidden = is_hidden_(records_[place]);
-    records_.set_mark(place, hidden ? kHidden : kShown);
-    if (hidden) records_.empty(place);
-  }
-  return records_.mark(place) == kHidden;
+  if (!records_[place].empty() && is_hidden_(records_[place])) records_.empty(place);
+  return records_[place].empty();
 }
 
 /// How many of the sorted records the page needs: those before it, and from there on up to the last

@@ -24,8 +24,8 @@ namespace qsvmon {
 /// the items are sorted. A hidden record may be stored without its bytes.
 class RecordList {
  public:
-  /// Whether a record is left out of the page and of its count. Called once at most for each
-  /// record, when its turn on the page comes or earlier.
+  /// Whether a record is left out of the page and of its count. Called when its turn on the page
+  /// comes, or earlier: three times a stored record at most, on average.
   using IsHidden = bool (*)(std::span<const char> record);
 
   /// With a null `is_hidden` none is.
@@ -48,7 +48,7 @@ class RecordList {
 
   /// Appends the record that the first `bytes` bytes (above 0) of the last `room` are.
   void append(std::uint32_t key, std::size_t bytes) {
-    if (asks_at_once_) return append_asked(key, bytes);
+    if (asks_at_once_ && is_hidden_({records_.room(bytes), bytes})) bytes = 0;  // the same room
     add_item(key, records_.add(bytes));
   }
   /// The same for a record that lies elsewhere, which is counted alone where lies_behind(key).
@@ -83,7 +83,6 @@ class RecordList {
     ++count_;
     if (size_ == drop_at_) drop_what_lies_behind();
   }
-  void append_asked(std::uint32_t key, std::size_t bytes);
   std::uint32_t needed();
   bool hides(std::uint32_t place);
   void drop_what_lies_behind();

@@ -30,7 +30,7 @@ class RecordStore {
   /// Adds the record that the first `bytes` bytes of the last `room` are, and returns its place.
   std::uint32_t add(std::size_t bytes) {
     const auto place = static_cast<std::uint32_t>(end_);
-    *at(place) = {static_cast<std::uint16_t>(bytes), 0};
+    at(place)->bytes = static_cast<std::uint32_t>(bytes);
     end_ += units_of(bytes);
     return place;
   }
@@ -40,11 +40,7 @@ class RecordStore {
     return {reinterpret_cast<const char*>(head + 1), head->bytes};
   }
 
-  /// A mark of the caller's beside the record, 0 at first.
-  std::uint16_t mark(std::uint32_t place) const { return at(place)->mark; }
-  void set_mark(std::uint32_t place, std::uint16_t mark) { at(place)->mark = mark; }
-
-  /// Drops a record's bytes and keeps its mark. Their memory is reused after the next `rewind`.
+  /// Drops a record's bytes. Their memory is reused after the next `rewind`.
   void empty(std::uint32_t place) { at(place)->bytes = 0; }
 
   /// Compaction, which frees no memory: `rewind`, then `move` for each record that stays, in the
@@ -55,8 +51,7 @@ class RecordStore {
 
  private:
   struct Head {
-    std::uint16_t bytes;
-    std::uint16_t mark;
+    std::uint32_t bytes;
   };
 
   static constexpr std::size_t kUnit = sizeof(Head);                ///< places are counted in units

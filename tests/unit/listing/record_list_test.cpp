@@ -239,16 +239,19 @@ bool count_and_hide(std::span<const char> record) {
   return is_hidden(record);
 }
 
-TEST(RecordList, EachRecordIsAskedAboutOnceAtMost) {
+// As it arrives, and again when the list is cut, which has doubled since the last time.
+TEST(RecordList, ARecordIsAskedAboutThreeTimesAtMostOnAverage) {
   std::mt19937 random(4);
-  std::vector<Item> items = items_of(2, 50000, random);
-  for (Item& item : items) item.hidden = random() % 4 != 0;
-  times_asked = 0;
-  RecordList list({10, 500}, count_and_hide);
-  for (const Item& item : items) append(list, item);
-  EXPECT_GT(times_asked, 0U);
-  EXPECT_LE(times_asked, 50000U);
-  EXPECT_EQ(page_of(list), plain_model(items, {10, 500}));
+  for (const int order : {0, 1, 2}) {
+    std::vector<Item> items = items_of(order, 50000, random);
+    for (Item& item : items) item.hidden = random() % 4 != 0;
+    times_asked = 0;
+    RecordList list({10, 5000}, count_and_hide);
+    for (const Item& item : items) append(list, item);
+    EXPECT_GT(times_asked, 0U);
+    EXPECT_LE(times_asked, 3 * 50000U);
+    EXPECT_EQ(page_of(list), plain_model(items, {10, 5000}));
+  }
 }
 
 std::size_t bytes_now = 0;

@@ -65,22 +65,6 @@ TEST(RecordStore, TheLongestRecordFits) {
   }
 }
 
-TEST(RecordStore, AMarkStaysWithItsRecord) {
-  RecordStore store({});
-  std::uint32_t first = 0;
-  std::uint32_t second = 0;
-  ASSERT_TRUE(add(store, "abc", first));
-  ASSERT_TRUE(add(store, "defgh", second));
-  EXPECT_EQ(store.mark(first), 0U);
-  store.set_mark(second, 7);
-  EXPECT_EQ(store.mark(first), 0U);
-  store.rewind();
-  const std::uint32_t moved = store.move(second);
-  EXPECT_EQ(moved, first);
-  EXPECT_EQ(store.mark(moved), 7U);
-  EXPECT_EQ(text_of(store[moved]), "defgh");
-}
-
 TEST(RecordStore, WhatMovesTogetherStaysWholeAndMakesRoom) {
   for (std::size_t every : {1U, 2U, 7U, 1000U}) {
     RecordStore store({});
