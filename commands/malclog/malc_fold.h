@@ -36,7 +36,6 @@ class MalcIpAgg {
 
   std::uint32_t size() const { return rows_.size(); }
   const MalcIpStat& operator[](std::uint32_t row) const { return rows_[row]; }
-  const TallyBlocks& blocks() const { return blocks_; }
 
  private:
   const TidPool& tids_;
@@ -72,7 +71,6 @@ class MalcHostAgg {
 
   std::uint32_t size() const { return rows_.size(); }
   const MalcHostStat& operator[](std::uint32_t row) const { return rows_[row]; }
-  const TallyBlocks& blocks() const { return blocks_; }
 
  private:
   const TidPool& tids_;
@@ -100,7 +98,6 @@ class MalcAppAgg {
 
   std::uint32_t size() const { return kApps; }
   const MalcAppStat& operator[](std::uint32_t row) const { return rows_[row]; }
-  const TallyBlocks& blocks() const { return blocks_; }
 
  private:
   const TidPool& tids_;

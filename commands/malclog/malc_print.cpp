@@ -47,12 +47,12 @@ class EntryTexts {
 
   /// Prints the entries of a row's "list" without its brackets: one for each slot that was counted,
   /// a category once with the count of its first slot.
-  void print(Printer& out, const TallyBlocks& blocks, const Tally& tally) const {
+  void print(Printer& out, const Tally& tally) const {
     // KEEP: the mask knows a category by its number modulo 32, and the counts of a category's later
     // slots are not added to its entry; the pages show categories as "at least one of these".
     std::uint32_t listed = 0;
     bool first = true;
-    blocks.for_each(tally, [&](int slot, std::uint16_t count) {
+    tally.for_each([&](int slot, std::uint16_t count) {
       const Text& text = texts_[static_cast<std::size_t>(slot)];
       if (count == 0 || (listed & text.category) != 0) return;
       listed |= text.category;
@@ -105,28 +105,25 @@ class EntryTexts {
   std::array<Text, kSlots> texts_{};
 };
 
-void print_ip_row(Printer& out, const EntryTexts& texts, const TallyBlocks& blocks,
-                  const MalcIpStat& row) {
+void print_ip_row(Printer& out, const EntryTexts& texts, const MalcIpStat& row) {
   RowText(out, kHeadBytes)
       .put("{\"ip\":\"", Ipv4Text{from_net32(row.ip)}, "\",\"cnt\":", row.total, ",\"ip_desc\":\"",
            AddressLabel{row.ip}, "\",\"list\":[");
-  texts.print(out, blocks, row.tally);
+  texts.print(out, row.tally);
   out.put("]}");
 }
 
-void print_host_row(Printer& out, const EntryTexts& texts, const TallyBlocks& blocks,
-                    const MalcHostStat& row) {
+void print_host_row(Printer& out, const EntryTexts& texts, const MalcHostStat& row) {
   const std::string_view host = row.name.text().data();  // up to its first NUL
   RowText(out, kHeadBytes).put("{\"host\":\"", host, "\",\"cnt\":", row.total, ",\"list\":[");
-  texts.print(out, blocks, row.tally);
+  texts.print(out, row.tally);
   out.put("]}");
 }
 
-void print_app_row(Printer& out, const EntryTexts& texts, const TallyBlocks& blocks,
-                   const MalcAppStat& row) {
+void print_app_row(Printer& out, const EntryTexts& texts, const MalcAppStat& row) {
   out.put("{\"apid\":", row.apid, ",\"appname\":\"", dict_appname(row.apid), "\",\"appcname\":\"",
           dict_appcname(row.apid), "\",\"count\":", row.total, ",\"list\":[");
-  texts.print(out, blocks, row.tally);
+  texts.print(out, row.tally);
   out.put("]}");
 }
 
@@ -145,14 +142,14 @@ void print_malc_ip_page(Printer& out, const MalcNames& names, const MalcIpAgg& i
                         const RowOrder& order, PageRange range) {
   const EntryTexts texts(names, EntryForm::kAddress);
   print_page(out, ips, order, page_of(range, false),
-             [&](const MalcIpStat& row) { print_ip_row(out, texts, ips.blocks(), row); });
+             [&](const MalcIpStat& row) { print_ip_row(out, texts, row); });
 }
 
 void print_malc_host_page(Printer& out, const MalcNames& names, const MalcHostAgg& hosts,
                           const RowOrder& order, PageRange range) {
   const EntryTexts texts(names, EntryForm::kHost);
   print_page(out, hosts, order, page_of(range, false),
-             [&](const MalcHostStat& row) { print_host_row(out, texts, hosts.blocks(), row); });
+             [&](const MalcHostStat& row) { print_host_row(out, texts, row); });
 }
 
 void print_malc_app_page(Printer& out, const MalcNames& names, const MalcAppAgg& apps,
@@ -162,7 +159,7 @@ void print_malc_app_page(Printer& out, const MalcNames& names, const MalcAppAgg&
   // counted among the rows.
   print_page(
       out, apps, order, page_of(range, true),
-      [&](const MalcAppStat& row) { print_app_row(out, texts, apps.blocks(), row); },
+      [&](const MalcAppStat& row) { print_app_row(out, texts, row); },
       [](const MalcAppStat& row) { return row.apid != 0; });
 }
 

@@ -36,6 +36,18 @@ struct Tally {
   };
 
   bool has_block() const { return is_many(slots); }
+
+  /// Calls `use(slot, count)` for every slot that was ever counted, in order; a count that wrapped
+  /// may be 0.
+  template <class Use>
+  void for_each(Use&& use) const {
+    const bool in_block = has_block();
+    const std::uint16_t* next = few;
+    for (std::uint64_t rest = slots; rest != 0; rest &= rest - 1) {
+      const int slot = std::countr_zero(rest);
+      use(slot, in_block ? (*block)[slot] : *next++);
+    }
+  }
 };
 static_assert(sizeof(Tally) == 16 && std::is_trivially_copyable_v<Tally>);
 
@@ -70,18 +82,6 @@ class TallyBlocks {
       for (std::uint16_t& few : tally.few) ++few;
     }
     return true;
-  }
-
-  /// Calls `use(slot, count)` for every slot that was ever counted, in order; a count that wrapped
-  /// may be 0.
-  template <class Use>
-  void for_each(const Tally& tally, Use&& use) const {
-    const bool has_block = tally.has_block();
-    const std::uint16_t* few = tally.few;
-    for (std::uint64_t rest = tally.slots; rest != 0; rest &= rest - 1) {
-      const int slot = std::countr_zero(rest);
-      use(slot, has_block ? (*tally.block)[slot] : *few++);
-    }
   }
 
  private:

@@ -121,8 +121,8 @@ TEST(MalcAppAgg, AnEventWithoutMemoryIsNotCounted) {
   EXPECT_EQ(apps[7].apid, 7);  // the row is there, and says that it was hit by nothing
   EXPECT_EQ(apps[7].total, 0U);
   EXPECT_EQ(apps[8].total, 2U);
-  EXPECT_EQ(count_of(apps.blocks(), apps[8].tally, 1), 2);
-  EXPECT_EQ(count_of(apps.blocks(), apps[8].tally, 0), 0);
+  EXPECT_EQ(count_of(apps[8].tally, 1), 2);
+  EXPECT_EQ(count_of(apps[8].tally, 0), 0);
 }
 
 }  // namespace

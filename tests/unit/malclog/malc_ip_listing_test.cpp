@@ -250,13 +250,13 @@ TEST(MalcIpAgg, AnEventWithoutMemoryIsDropped) {
   some.add(std::vector<MalcEvent>{at(kB, 0xff), at(kA, 0xff), at(kC, bit(2)), at(kA, bit(1))});
   EXPECT_EQ(some.size(), 2U);  // no row for the second address
   EXPECT_EQ(some[0].total, 2U);
-  EXPECT_EQ(count_of(some.blocks(), some[0].tally, 1), 2);
-  EXPECT_EQ(count_of(some.blocks(), some[0].tally, 0), 0);
+  EXPECT_EQ(count_of(some[0].tally, 1), 2);
+  EXPECT_EQ(count_of(some[0].tally, 0), 0);
   EXPECT_EQ(some[1].ip, net(10, 0, 0, kC));
   // Four signatures of the event and the one of the row are too many together.
   some.add(std::vector<MalcEvent>{at(kC, bit(3) | bit(4) | bit(6) | bit(7)), at(kC, bit(3))});
   EXPECT_EQ(some[1].total, 2U);
-  EXPECT_EQ(count_of(some.blocks(), some[1].tally, 3), 1);
+  EXPECT_EQ(count_of(some[1].tally, 3), 1);
 }
 
 }  // namespace

@@ -35,9 +35,9 @@ inline std::uint16_t net_port(unsigned port) {
 }
 
 /// The count of `slot` in `tally`; 0 when it was never counted, or wrapped.
-inline std::uint16_t count_of(const TallyBlocks& blocks, const Tally& tally, int slot) {
+inline std::uint16_t count_of(const Tally& tally, int slot) {
   std::uint16_t found = 0;
-  blocks.for_each(tally, [&](int n, std::uint16_t count) { found = n == slot ? count : found; });
+  tally.for_each([&](int n, std::uint16_t count) { found = n == slot ? count : found; });
   return found;
 }
 

@@ -24,11 +24,11 @@ TEST(Tally, CountsFewSlotsInSlotOrderWhateverTheirOrderOfArrival) {
   EXPECT_TRUE(blocks.count(tally, bit(0) | bit(63) | bit(40)));
   EXPECT_FALSE(tally.has_block());
   EXPECT_EQ(tally.slots, bit(0) | bit(3) | bit(40) | bit(63));
-  EXPECT_EQ(count_of(blocks, tally, 0), 1);
-  EXPECT_EQ(count_of(blocks, tally, 3), 1);
-  EXPECT_EQ(count_of(blocks, tally, 40), 3);
-  EXPECT_EQ(count_of(blocks, tally, 63), 2);
-  EXPECT_EQ(count_of(blocks, tally, 1), 0);
+  EXPECT_EQ(count_of(tally, 0), 1);
+  EXPECT_EQ(count_of(tally, 3), 1);
+  EXPECT_EQ(count_of(tally, 40), 3);
+  EXPECT_EQ(count_of(tally, 63), 2);
+  EXPECT_EQ(count_of(tally, 1), 0);
 }
 
 TEST(Tally, AFifthSlotKeepsTheCountsOfTheFirstFour) {
@@ -40,14 +40,14 @@ TEST(Tally, AFifthSlotKeepsTheCountsOfTheFirstFour) {
   EXPECT_TRUE(tally.has_block());
   EXPECT_TRUE(blocks.count(tally, bit(5)));
   EXPECT_TRUE(blocks.count(tally, bit(62)));
-  EXPECT_EQ(count_of(blocks, tally, 1), 1);
-  EXPECT_EQ(count_of(blocks, tally, 2), 3);
-  EXPECT_EQ(count_of(blocks, tally, 5), 2);
-  EXPECT_EQ(count_of(blocks, tally, 8), 1);
-  EXPECT_EQ(count_of(blocks, tally, 9), 1);
-  EXPECT_EQ(count_of(blocks, tally, 62), 1);
-  EXPECT_EQ(count_of(blocks, tally, 0), 0);
-  EXPECT_EQ(count_of(blocks, tally, 63), 0);
+  EXPECT_EQ(count_of(tally, 1), 1);
+  EXPECT_EQ(count_of(tally, 2), 3);
+  EXPECT_EQ(count_of(tally, 5), 2);
+  EXPECT_EQ(count_of(tally, 8), 1);
+  EXPECT_EQ(count_of(tally, 9), 1);
+  EXPECT_EQ(count_of(tally, 62), 1);
+  EXPECT_EQ(count_of(tally, 0), 0);
+  EXPECT_EQ(count_of(tally, 63), 0);
 }
 
 TEST(Tally, ANewKeyHitByAllSlots) {
@@ -55,9 +55,9 @@ TEST(Tally, ANewKeyHitByAllSlots) {
   Tally tally{};
   EXPECT_TRUE(blocks.count(tally, ~std::uint64_t{0}));
   EXPECT_TRUE(blocks.count(tally, bit(63)));
-  EXPECT_EQ(count_of(blocks, tally, 0), 1);
-  EXPECT_EQ(count_of(blocks, tally, 62), 1);
-  EXPECT_EQ(count_of(blocks, tally, 63), 2);
+  EXPECT_EQ(count_of(tally, 0), 1);
+  EXPECT_EQ(count_of(tally, 62), 1);
+  EXPECT_EQ(count_of(tally, 63), 2);
 }
 
 TEST(Tally, CountingNothingChangesNothing) {
@@ -77,13 +77,13 @@ TEST(Tally, CountsWrapAt65536) {
     blocks.count(few, bit(7));
     blocks.count(many, bit(1));
   }
-  EXPECT_EQ(count_of(blocks, few, 7), 65535);
-  EXPECT_EQ(count_of(blocks, many, 1), 0);
-  EXPECT_EQ(count_of(blocks, many, 0), 1);
+  EXPECT_EQ(count_of(few, 7), 65535);
+  EXPECT_EQ(count_of(many, 1), 0);
+  EXPECT_EQ(count_of(many, 0), 1);
   blocks.count(few, bit(7));
-  EXPECT_EQ(count_of(blocks, few, 7), 0);
+  EXPECT_EQ(count_of(few, 7), 0);
   blocks.count(few, bit(7));
-  EXPECT_EQ(count_of(blocks, few, 7), 1);
+  EXPECT_EQ(count_of(few, 7), 1);
 }
 
 TEST(Tally, ManyTalliesKeepTheirOwnBlocks) {
@@ -101,7 +101,7 @@ TEST(Tally, ManyTalliesKeepTheirOwnBlocks) {
   }
   for (std::size_t at = 0; at < 1000; ++at) {
     for (int n = 0; n < kSlots; ++n) {
-      ASSERT_EQ(count_of(blocks, tallies[at], n), expected[at][static_cast<std::size_t>(n)])
+      ASSERT_EQ(count_of(tallies[at], n), expected[at][static_cast<std::size_t>(n)])
           << at << " " << n;
     }
   }
@@ -116,15 +116,15 @@ TEST(Tally, WithoutMemoryForABlockItStaysAsItWas) {
   EXPECT_TRUE(blocks.count(tally, bit(1) | bit(2)));
   EXPECT_FALSE(blocks.count(tally, bit(2) | bit(5) | bit(6) | bit(7)));
   EXPECT_EQ(tally.slots, bit(1) | bit(2));
-  EXPECT_EQ(count_of(blocks, tally, 2), 1);
-  EXPECT_EQ(count_of(blocks, tally, 5), 0);
+  EXPECT_EQ(count_of(tally, 2), 1);
+  EXPECT_EQ(count_of(tally, 5), 0);
   EXPECT_FALSE(blocks.ready_for(0x1f));
   EXPECT_TRUE(blocks.ready_for(0xf));
   ScarceMemory::allow(ScarceMemory::kAll);  // memory is back
   EXPECT_TRUE(blocks.count(tally, bit(2) | bit(5) | bit(6) | bit(7)));
-  EXPECT_EQ(count_of(blocks, tally, 1), 1);
-  EXPECT_EQ(count_of(blocks, tally, 2), 2);
-  EXPECT_EQ(count_of(blocks, tally, 7), 1);
+  EXPECT_EQ(count_of(tally, 1), 1);
+  EXPECT_EQ(count_of(tally, 2), 2);
+  EXPECT_EQ(count_of(tally, 7), 1);
 }
 
 }  // namespace
