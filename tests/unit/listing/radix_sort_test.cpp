@@ -78,7 +78,7 @@ std::vector<std::vector<std::uint32_t>> hard_orders(std::uint32_t count) {
   return orders;
 }
 
-TEST(RadixSort, AndSortInPlaceSortEveryOrder) {
+TEST(BothSorts, SortEveryOrder) {
   for (const std::uint32_t count : {2U, 3U, 64U, 1000U, 100000U}) {
     for (const std::vector<std::uint32_t>& keys : hard_orders(count)) {
       Items items = items_of(keys);

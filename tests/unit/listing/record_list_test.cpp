@@ -254,6 +254,16 @@ TEST(RecordList, ARecordIsAskedAboutThreeTimesAtMostOnAverage) {
   }
 }
 
+// A list of 4096 is cut: its hidden records are found then, and those that follow as they arrive.
+TEST(RecordList, HiddenRecordsLoseTheirBytes) {
+  RecordList list({0, 2}, is_hidden);
+  for (std::uint32_t i = 0; i < 5000; ++i) append(list, {i, i, i != 7, 100});
+  list.sort();
+  ASSERT_EQ(list.size(), 5000U);
+  for (std::uint32_t at = 0; at < 5000; ++at) ASSERT_EQ(list[at].empty(), at != 4992) << at;
+  EXPECT_EQ(number_of(list[4992]), 7U);
+}
+
 std::size_t bytes_now = 0;
 std::size_t bytes_most = 0;
 void* counting_take(std::size_t bytes, Pages pages) {

@@ -72,13 +72,13 @@ struct TwoRows {
   Flows operator[](std::uint32_t number) const { return {number}; }
 };
 
-TEST(SortedRows, AreSortedByACounter) {
+TEST(RowOrder, AreSortedByACounter) {
   const RowOrder order(TwoRows(), &Flows::count, Direction::kLargestFirst);
   EXPECT_EQ(order[0], 1U);
   EXPECT_EQ(order[1], 0U);
 }
 
-TEST(SortedRows, NeedNoCounterAsFirstSeen) {
+TEST(RowOrder, NeedNoCounterAsFirstSeen) {
   constexpr std::uint32_t Flows::*kNone = nullptr;
   const RowOrder order(TwoRows(), kNone, Direction::kFirstSeen);
   EXPECT_EQ(order.size(), 2U);

@@ -207,6 +207,20 @@ TEST_F(IpMac, TheFilterKeepsNearlyAllOthersOut) {
   EXPECT_EQ(others(), 0);
 }
 
+TEST_F(IpMac, EveryByteOfAMacCounts) {
+  EXPECT_EQ(line("m=00:11:22:33:44:55 d=full"), "");
+  EXPECT_TRUE(ipmacdesc_may_have(kMac.data(), 6));
+  for (std::size_t at = 0; at < kMac.size(); ++at) {
+    Bytes6 other = kMac;
+    int passes = 0;
+    for (int value = 0; value < 256; ++value) {
+      other[at] = static_cast<std::uint8_t>(value);
+      passes += ipmacdesc_may_have(other.data(), 6) ? 1 : 0;
+    }
+    EXPECT_EQ(passes, 1) << at;
+  }
+}
+
 TEST_F(IpMac, ThreadsShareThePool) {
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t) {

@@ -103,7 +103,7 @@ TEST(LoginFold, TheNewestMayComeFirst) {
   EXPECT_EQ(time_of(list, 1), 999U);
 }
 
-// The page ends among records of one time, three of which the batch has: the first two are shown.
+// The batch has three records of each time; the page ends behind the second of one.
 TEST(LoginFold, APageMayEndAmongEqualTimes) {
   RecordList rising({0, 5});
   LoginFold<TelnetLogRecord>(rising).add(records_of(9000, [](std::uint32_t i) { return i / 3; }));
