@@ -55,7 +55,7 @@ const char* range_or_asset_label(std::uint32_t net) {
   return object == nullptr ? nullptr : object->name;
 }
 
-/// The length is known where it is compiled, which makes three instructions of the hash's copy.
+/// A template, so that the length is a constant: copying the key then takes three instructions.
 template <std::size_t Len>
 const char* description(const void* key) {
   if (!ipmacdesc_may_have(key, Len)) return nullptr;

@@ -32,7 +32,7 @@ const char* mac_label(const std::uint8_t* mac);
 /// The same label as a value to print: `out.put("...", AddressLabel{net}, "...")`. Without a label
 /// nothing is printed. The constructor looks the address up, in every pool up to the one that has
 /// the label, and prefetches the text: a row that makes its labels before it prints the members in
-/// front of them does not wait for the text (full pools: 330 against 400 ns a row).
+/// front of them does not wait for the text.
 class AddressLabel {
  public:
   static constexpr std::size_t kMostBytes = 64;  ///< every label is shorter

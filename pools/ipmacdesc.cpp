@@ -189,7 +189,6 @@ void ipmacdesc_line(RpcRequest& line) {
 }
 
 void ipmacdesc_release() {
-  std::memset(ipmacdesc_filter, 0, sizeof ipmacdesc_filter);
   holder.release();
 }
 

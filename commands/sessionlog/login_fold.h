@@ -43,8 +43,9 @@ constexpr std::size_t kPackRoom = sizeof(PackedLogin) + sizeof(Record);
 std::size_t pack_login(char* room, const FtpLogRecord& record);
 std::size_t pack_login(char* room, const TelnetLogRecord& record);
 
-/// Collects FTP or Telnet records: appends every one to a list that is sorted by their time. A fold
-/// in its interface alone, `add` as `fold_all` calls it; records are not summed up, each is a row.
+/// Collects FTP or Telnet records in a list that is sorted by their time: appends those that the
+/// list's page may need and counts the others. A fold in its interface alone, `add` as `fold_all`
+/// calls it; records are not summed up, each is a row.
 template <class Record>
 class LoginFold {
  public:

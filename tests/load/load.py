@@ -23,7 +23,8 @@ import harness  # noqa: E402
 MIB = 1 << 20
 
 # The bounds of docs/limits.md. FIXED: program, 2 MiB area, output buffer, pools of a small
-# configuration, the last piece of 4 MiB and the rounding to large pages. The others are bytes.
+# configuration, the first slots of a large table, the last chunk of 4 MiB and the rounding to large
+# pages. The others are bytes.
 FIXED = 16 * MIB
 LIST_EXTRA = 20  # what a list keeps beside each record, while it is sorted
 ENTRY_EXTRA = 48  # what a fold keeps beside each entry, while its table grows or is sorted
