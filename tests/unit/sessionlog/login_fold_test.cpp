@@ -46,6 +46,22 @@ TEST(LoginFold, APackedRecordHasWhatTheRecordHas) {
   EXPECT_EQ(login.user(), "ann");
 }
 
+TEST(LoginFold, TextsOfEveryLengthArePackedWhole) {
+  for (std::size_t length = 0; length <= 64; ++length) {
+    const std::string name(length, 'n');
+    const std::string user(length % 25, 'u');
+    FtpLogRecord record{};
+    fill(record.name, 'x');  // the NUL alone ends a text
+    fill(record.user, 'y');
+    std::memcpy(record.name, name.c_str(), std::min<std::size_t>(length + 1, 64));
+    std::memcpy(record.user, user.c_str(), std::min<std::size_t>(user.size() + 1, 24));
+    const std::string bytes = packed(record);
+    EXPECT_EQ(bytes.size(), 29 + length + length % 25);
+    EXPECT_EQ(packed_login(bytes).text(), name);
+    EXPECT_EQ(packed_login(bytes).user(), user);
+  }
+}
+
 TEST(LoginFold, TextsEndWithTheirFields) {
   FtpLogRecord ftp{};
   fill(ftp.name, 'n');
