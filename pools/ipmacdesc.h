@@ -51,8 +51,7 @@ inline std::uint32_t ipmacdesc_hash(const void* key, std::size_t len) {
 inline std::uint64_t ipmacdesc_filter[(1 << kIpMacHashBits) / 64];
 
 /// True for every key of 4 or 6 bytes that an entry has, and for few others. Needs no lock, and no
-/// call: an FTP row, which asks for three keys, takes 1,097 instead of 1,232
-/// instructions so.
+/// call: an FTP row, which asks for three keys, takes 1,097 instead of 1,232 instructions so.
 inline bool ipmacdesc_may_have(const void* key, std::size_t len) {
   const std::uint32_t hash = ipmacdesc_hash(key, len);
   return (__atomic_load_n(&ipmacdesc_filter[hash / 64], __ATOMIC_RELAXED) >> hash % 64 & 1) != 0;

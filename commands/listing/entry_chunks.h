@@ -19,10 +19,10 @@ template <class Entry>
 }
 
 /// The entries of a fold, zeroed when they are added and numbered from 0 in that order. They lie in
-/// chunks: the first has 32 KiB at most, the second some hundreds, the third a few large pages, and
-/// each of the others as much as all before it; so few entries need little memory, and many entries
-/// few chunks and few small pages. An entry never moves: pointers to it are valid as long as the
-/// object.
+/// chunks: the first has 32 KiB at most, the second some hundreds of KiB, the third a few large
+/// pages, and each of the others as much as all before it; so few entries need little memory, and
+/// many entries few chunks and few small pages. An entry never moves: pointers to it are valid as
+/// long as the object.
 template <class Entry>
 class EntryChunks {
   static_assert(std::is_trivially_copyable_v<Entry> && std::is_trivially_destructible_v<Entry>);
@@ -63,9 +63,9 @@ class EntryChunks {
   static std::size_t bytes_between(unsigned top, unsigned end) {
     return ((std::size_t{1} << end) - (std::size_t{1} << top)) * sizeof(Entry);
   }
-  /// Behind the last top bit of the chunk that begins with `top`. Small pages
-  /// cost more than large ones: a page out of 100,000 addresses takes 0.9 of the time that it takes
-  /// where each chunk is twice the one before.
+  /// Behind the last top bit of the chunk that begins with `top`. Small pages cost more than large
+  /// ones: a page out of 100,000 addresses takes 0.9 of the time that it takes where each chunk is
+  /// twice the one before.
   static unsigned end_of_chunk(unsigned top) {
     const bool is_second = top == kFirstTop + 1;
     const std::size_t least = top == kFirstTop ? 0

@@ -80,7 +80,8 @@ class LoginFold {
   /// As many of the records as the page could show have this time or a later one: those before it
   /// lie behind the page, whatever else comes. Logs come in the order of time, so that it is found
   /// at one end of them: a page of 20 out of a million takes 4 ms so, and 14 ms where each is
-  /// packed and dropped again.
+  /// packed and dropped again. The times are read again when records are chosen: where the daemon
+  /// has changed one meanwhile, the page may lack a record.
   std::uint32_t least_needed(std::span<const Record> records) const {
     const std::uint32_t most = list_.page().end;
     if (most >= records.size()) return 0;

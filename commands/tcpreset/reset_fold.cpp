@@ -32,8 +32,8 @@ inline void count_app(FlowStat& stat, const ResetRecord& record) {
   stat.slots.put(id % 8, static_cast<std::uint16_t>(id));
 }
 
-/// By the hundreds of an HTTP status, which has 10 bits. Those below 200 have
-/// none: they add 0 to one.
+/// By the hundreds of an HTTP status, which has 10 bits. Those below 200 have none: they add 0 to
+/// one.
 constexpr std::uint32_t DnsStat::*kStatusCounters[] = {
     &DnsStat::http20x, &DnsStat::http20x, &DnsStat::http20x, &DnsStat::http30x,
     &DnsStat::http40x, &DnsStat::http50x, &DnsStat::http50x, &DnsStat::http50x,
