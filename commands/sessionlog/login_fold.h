@@ -6,8 +6,8 @@
 #include <span>
 #include <string_view>
 
-#include "commands/listing/record_list.h"
 #include "commands/sessionlog/login_record.h"
+#include "commands/sessionlog/record_list.h"
 #include "platform/read_once.h"
 
 namespace qsvmon {

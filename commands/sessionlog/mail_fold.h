@@ -2,8 +2,8 @@
 
 #include <span>
 
-#include "commands/listing/record_list.h"
 #include "commands/sessionlog/mail_record.h"
+#include "commands/sessionlog/record_list.h"
 #include "commands/sessionlog/session_query.h"
 
 namespace qsvmon {

@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <span>
 
-#include "commands/listing/record_list.h"
 #include "commands/listing/row_page.h"
 #include "commands/sessionlog/csv_sheet.h"
+#include "commands/sessionlog/record_list.h"
 #include "format/printer.h"
 
 /// The page loop of the session lists. A `Row` is a list's own: load(record) prepares it and says

@@ -7,7 +7,7 @@
 
 #include "commands/listing/page.h"
 #include "commands/listing/radix_sort.h"
-#include "commands/listing/record_store.h"
+#include "commands/sessionlog/record_store.h"
 
 namespace qsvmon {
 

@@ -1,4 +1,4 @@
-#include "commands/listing/record_list.h"
+#include "commands/sessionlog/record_list.h"
 
 #include <algorithm>
 #include <cstring>

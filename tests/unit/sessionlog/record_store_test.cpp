@@ -1,4 +1,4 @@
-#include "commands/listing/record_store.h"
+#include "commands/sessionlog/record_store.h"
 
 #include <gtest/gtest.h>
 
