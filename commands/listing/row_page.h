@@ -6,6 +6,7 @@
 
 #include "commands/listing/entry_chunks.h"
 #include "commands/listing/row_order.h"
+#include "format/json_rows.h"
 #include "format/printer.h"
 
 namespace qsvmon {
@@ -16,27 +17,6 @@ namespace qsvmon {
 struct RowRange {
   std::uint32_t first = 0;
   std::uint32_t last = 0xffffffff;
-};
-
-/// The JSON document around rows: {"data":[row,row],"count":2}.
-class JsonRows {
- public:
-  explicit JsonRows(Printer& out) : out_(out) { out_.put("{\"data\":["); }
-
-  /// Call it in front of each row.
-  void next_row() {
-    if (count_++ != 0) out_.put(',');
-  }
-  /// Rows so far.
-  std::uint32_t count() const { return count_; }
-  /// `total` is the name of the member with the number of all rows.
-  void finish(std::string_view total, std::uint32_t number) {
-    out_.put("],\"", total, "\":", number, '}');
-  }
-
- private:
-  Printer& out_;
-  std::uint32_t count_ = 0;
 };
 
 /// What `print_page` shows: a range of rows, and how the document around them is written.

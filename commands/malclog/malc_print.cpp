@@ -9,6 +9,7 @@
 #include "commands/listing/row_page.h"
 #include "format/address.h"
 #include "format/byte_order.h"
+#include "format/json_rows.h"
 #include "format/row_text.h"
 #include "pools/desc_pools.h"
 #include "rpc/dict.h"

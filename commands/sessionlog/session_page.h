@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <span>
 
-#include "commands/listing/row_page.h"
 #include "commands/sessionlog/csv_sheet.h"
 #include "commands/sessionlog/record_list.h"
+#include "format/json_rows.h"
 #include "format/printer.h"
 
 /// The page loop of the session lists. A `Row` is a list's own: load(record) prepares it and says
@@ -34,7 +34,7 @@ std::uint32_t show_page(const RecordList& list, Row& row, Show&& show) {
 }
 
 /// Prints the page of `list` as a JSON object, without a newline. Rows of counters have print_page
-/// (row_page.h), which knows nothing of hidden records.
+/// (commands/listing/row_page.h), which knows nothing of hidden records.
 template <class Row>
 void print_record_page(Printer& out, const RecordList& list, Row& row) {
   JsonRows document(out);
