@@ -18,32 +18,26 @@
 namespace qsvmon {
 namespace {
 
-/// The first pass over the main file. Its failure is told, the second pass's is the same one.
-int load_descriptions() {
-  static constexpr ConfigSection kSections[] = {{"mac", ipmacdesc_line},
-                                                {"malcitlgc", itlgc_pool_line}};
+/// Loads the main file. It is opened before the pool of ranges is made, as no pool is made once
+/// something has failed.
+int load_main_file() {
+  static constexpr ConfigSection kSections[] = {
+      {"mac", ipmacdesc_line}, {"malcitlgc", itlgc_pool_line}, {"cusiprng", cusiprng_line}};
   if (ipmacdesc_init() != 0) {
     put_message("fail to init ipmacdesc pool\n");
     return -1;
   }
-  if (read_config_file(kMainConfigPath, kSections) != 0) {
+  std::FILE* const file = std::fopen(kMainConfigPath, "re");
+  if (file == nullptr) {
     std::perror("fopen");
     return -1;
   }
-  return 0;
-}
-
-/// The second pass, for the lines that the first one skipped: the pools are built one after the
-/// other, and none is built once one has failed.
-int load_ranges() {
-  static constexpr ConfigSection kSections[] = {{"cusiprng", cusiprng_line}};
-  if (cusiprng_init() != 0) {
-    put_message("NO_MEM\n");
-    return -1;
-  }
-  if (read_config_file(kMainConfigPath, kSections) != 0) return -1;
+  const bool has_ranges = cusiprng_init() == 0;
+  if (!has_ranges) put_message("NO_MEM\n");
+  read_config(file, kSections);  // ranges without their pool are dropped
+  std::fclose(file);
   cusiprng_sort();  // while there is one thread
-  return 0;
+  return has_ranges ? 0 : -1;
 }
 
 /// The label that the ranges or, outside of them, the assets give an IPv4 address (network order);
@@ -69,8 +63,7 @@ const char* description(const void* key) {
 int desc_pools_init() {
   // Categories are names beside numbers; addresses can be labelled without them.
   if (itlgc_pool_init() != 0) put_message("itlgc_pool alloc fail\n");
-  if (load_descriptions() != 0) return -1;
-  if (load_ranges() != 0) return -1;
+  if (load_main_file() != 0) return -1;
   return assetsdesc_init();
 }
 

@@ -196,6 +196,18 @@ TEST_F(DescPools, ASecondCallMakesFreshPools) {
   EXPECT_STREQ(categories[3].name, "botnet");
 }
 
+TEST_F(DescPools, WithoutTheMainFileTheLaterPoolsStay) {
+  write_main(kMain);
+  write_assets(kAssets);
+  EXPECT_EQ(printed_by_init(0), "");
+  std::filesystem::remove("conf/korvale.conf");
+  ScarceMemory::allow(2, 1);  // the third pool would be that of the ranges
+  pool_allocate = ScarceMemory::allocate;
+  EXPECT_EQ(printed_by_init(-1), "fopen: No such file or directory\n");
+  EXPECT_EQ(label(Bytes4{10, 0, 0, 1}), "office");  // its description is gone
+  EXPECT_EQ(label(Bytes4{192, 168, 1, 1}), "web");
+}
+
 // The pools are allocated in the order categories, descriptions, ranges, assets.
 std::string printed_without_memory_for(int pool, int wanted_result) {
   CapturedOut out;
