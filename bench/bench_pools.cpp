@@ -124,19 +124,7 @@ void read_lines_only(benchmark::State& state) {
 }
 BENCHMARK(read_lines_only)->Unit(benchmark::kMicrosecond);
 
-/// The same in the loader's passes: the ranges are loaded in a second one over the main file.
-void read_lines_in_passes(benchmark::State& state) {
-  write_files(kAscending, kSpread);
-  std::size_t lines = 0;
-  for (auto _ : state) {
-    lines = count_lines(kMainConfigPath) + count_lines(kMainConfigPath) +
-            count_lines(kAssetsConfigPath);
-  }
-  state.counters["lines"] = static_cast<double>(lines);
-}
-BENCHMARK(read_lines_in_passes)->Unit(benchmark::kMicrosecond);
-
-/// The first one with fgets and the loader's line buffer.
+/// The same with fgets and the loader's line buffer.
 void read_lines_fgets(benchmark::State& state) {
   write_files(kAscending, kSpread);
   std::size_t lines = 0;
