@@ -277,7 +277,7 @@ void counting_give(void* piece, std::size_t bytes) {
 }
 
 // 200000 records of 1005 bytes, each in front of all before it, for a page of 20: one chunk of 4
-// MiB, a table of chunks, the keys. With everyone hidden, 4 bytes and a key for each.
+// MiB, and the keys. With everyone hidden, 4 bytes and a key for each.
 TEST(RecordList, MemoryFollowsThePage) {
   constexpr LargeMemory kCounted{counting_take, counting_give};
   for (const bool hidden : {false, true}) {
@@ -295,14 +295,14 @@ TEST(RecordList, MemoryFollowsThePage) {
 constexpr LargeMemory kScarce{ScarceMemory::allocate};
 
 TEST(RecordList, RecordsAreDroppedSilentlyWithoutMemory) {
-  for (int takes = 0; takes < 3; ++takes) {  // keys, the table of chunks, the chunk
+  for (int takes = 0; takes < 2; ++takes) {  // keys, the chunk
     ScarceMemory::allow(takes);
     RecordList list(kAll, nullptr, kScarce);
     append(list, {1, 1});
     EXPECT_EQ(list.size(), 0U);
     EXPECT_EQ(list.count(), 0U);
   }
-  ScarceMemory::allow(3);
+  ScarceMemory::allow(2);
   RecordList list(kAll, nullptr, kScarce);
   for (std::uint32_t i = 0; i < 5000; ++i) append(list, {i, i});
   EXPECT_EQ(list.size(), 4096U);  // the keys could not be enlarged
@@ -321,7 +321,7 @@ TEST(RecordList, RecordsAreDroppedSilentlyWithoutMemory) {
 TEST(RecordList, DropsInPlaceWhenASecondCopyDoesNotFit) {
   std::mt19937 random(5);
   const std::vector<Item> items = items_of(0, 9000, random);
-  ScarceMemory::allow(3);
+  ScarceMemory::allow(2);
   RecordList list({300, 500}, nullptr, kScarce);
   for (const Item& item : items) append(list, item);
   EXPECT_EQ(page_of(list), plain_model(items, {300, 500}));
