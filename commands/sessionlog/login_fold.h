@@ -57,10 +57,10 @@ class LoginFold {
     std::uint32_t behind = 0;
     for (const Record& record : records) {
       const std::uint32_t time = time_of(record);
-      if (time < least || list_.lies_behind(time)) {
+      if (time < least) {
         ++behind;
-      } else if (char* const room = list_.room(kPackRoom<Record>); room != nullptr) {
-        list_.append(time, pack_login(room, record));
+      } else {
+        list_.append(time, kPackRoom<Record>, [&](char* room) { return pack_login(room, record); });
       }
     }
     list_.count_behind(behind);

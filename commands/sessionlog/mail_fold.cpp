@@ -70,9 +70,12 @@ void MailFold::add(std::span<const MailRecord> records) {
     if (key == 0) continue;
     MailElements elements(record);
     const MailParts parts = elements.parts();
-    if (endpoints_match(parts, query_) && texts_match(parts, query_)) {
-      list_.append(key, elements.bytes());
-    }
+    if (!endpoints_match(parts, query_) || !texts_match(parts, query_)) continue;
+    const std::span<const char> bytes = elements.bytes();
+    list_.append(key, bytes.size(), [&](char* room) {
+      std::memcpy(room, bytes.data(), bytes.size());
+      return bytes.size();
+    });
   }
 }
 

@@ -1,7 +1,6 @@
 #include "commands/sessionlog/record_list.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace qsvmon {
 namespace {
@@ -20,19 +19,9 @@ RecordList::RecordList(PageRange page, IsHidden is_hidden, LargeMemory memory)
       is_hidden_(is_hidden),
       records_(memory),
       items_(memory),
-      drop_at_(std::max(kWorthDropping, std::size_t{page.end} * 2)) {
-  if (page.start >= page.end || page.start >= kNeverReached) {  // shows nothing: all lies behind
-    has_last_key_ = true;
-    last_key_ = 0xFFFFFFFF;
-  }
-}
-
-void RecordList::append(std::uint32_t key, std::span<const char> record) {
-  if (lies_behind(key)) return count_behind(1);
-  char* const at = room(record.size());
-  if (at == nullptr) return;
-  std::memcpy(at, record.data(), record.size());
-  append(key, record.size());
+      drop_at_(doubled(page.end)) {
+  const bool shows_nothing = page.start >= page.end || page.start >= kNeverReached;
+  if (shows_nothing) least_key_ = std::uint64_t{1} << 32;  // above all keys
 }
 
 /// Whether the record is left out of the page. The answer never changes, and a record that is not
@@ -50,8 +39,8 @@ std::uint32_t RecordList::needed() {
   std::uint32_t position = std::min(page_.start, size_);
   for (; position < size_; ++position) {
     if (!hides(place_of(items_[position])) && --to_show == 0) {
-      has_last_key_ = true;
-      last_key_ = ~static_cast<std::uint32_t>(items_[position] >> 32);
+      const auto key = ~static_cast<std::uint32_t>(items_[position] >> 32);
+      least_key_ = std::uint64_t{key} + 1;  // of equal keys those that came first are in front
       return position + 1;
     }
   }
@@ -64,7 +53,7 @@ std::uint32_t RecordList::needed() {
 void RecordList::drop_what_lies_behind() {
   items_.sort(size_);
   drop_from(needed());
-  drop_at_ = std::max(kWorthDropping, std::size_t{size_} * 2);
+  drop_at_ = doubled(size_);
 }
 
 /// Moves the records before `position` together. Those are visited by their place in the store,

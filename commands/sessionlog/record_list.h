@@ -33,26 +33,22 @@ class RecordList {
   RecordList(const RecordList&) = delete;
   RecordList& operator=(const RecordList&) = delete;
 
-  /// Whether a record of this key will never be needed, whatever else comes.
-  bool lies_behind(std::uint32_t key) const {
-    return has_last_key_ && key <= last_key_;  // of equal keys those that came first are in front
+  /// Appends a record: `write(room)` writes at most `most` bytes (up to
+  /// RecordStore::kMaxRecordBytes) and returns how many, above 0. A record whose key says that it
+  /// will never be needed, whatever else comes, is counted alone.
+  /// KEEP: without memory the record is dropped, silently and uncounted.
+  template <class Write>
+  void append(std::uint32_t key, std::size_t most, Write&& write) {
+    if (key < least_key_) return count_behind(1);
+    if (size_ == items_.room() && !items_.reserve(doubled(size_))) return;
+    char* const room = records_.room(most);
+    if (room == nullptr) return;
+    std::size_t bytes = write(room);
+    if (asks_at_once_ && is_hidden_({room, bytes})) bytes = 0;
+    items_[size_++] = std::uint64_t{~key} << 32 | records_.add(bytes);
+    ++count_;
+    if (size_ == drop_at_) drop_what_lies_behind();
   }
-
-  /// Room for a record of at most `most` bytes (up to RecordStore::kMaxRecordBytes), which is
-  /// written into it and then appended. Valid until the next call. Null without memory.
-  /// KEEP: the caller then drops the record, silently and uncounted.
-  char* room(std::size_t most) {
-    const std::size_t grown = std::max(kWorthDropping, std::size_t{size_} * 2);
-    return size_ < items_.room() || items_.reserve(grown) ? records_.room(most) : nullptr;
-  }
-
-  /// Appends the record that the first `bytes` bytes (above 0) of the last `room` are.
-  void append(std::uint32_t key, std::size_t bytes) {
-    if (asks_at_once_ && is_hidden_({records_.room(bytes), bytes})) bytes = 0;  // the same room
-    add_item(key, records_.add(bytes));
-  }
-  /// The same for a record that lies elsewhere, which is counted alone where lies_behind(key).
-  void append(std::uint32_t key, std::span<const char> record);
 
   /// Counts records that lie behind the page, for which nothing is appended.
   void count_behind(std::uint32_t records) { count_ += records; }
@@ -73,16 +69,13 @@ class RecordList {
   }
 
  private:
-  /// A shorter list is not cut: that would cost more than the memory is worth.
-  static constexpr std::size_t kWorthDropping = 4096;
-
+  /// Twice as many records, or 4,096: to cut a shorter list would cost more than the memory is
+  /// worth.
+  static std::size_t doubled(std::uint32_t records) {
+    return std::max(std::size_t{4096}, std::size_t{records} * 2);
+  }
   static std::uint32_t place_of(std::uint64_t item) { return static_cast<std::uint32_t>(item); }
 
-  void add_item(std::uint32_t key, std::uint32_t place) {
-    items_[size_++] = std::uint64_t{~key} << 32 | place;
-    ++count_;
-    if (size_ == drop_at_) drop_what_lies_behind();
-  }
   std::uint32_t needed();
   bool hides(std::uint32_t place);
   void drop_what_lies_behind();
@@ -95,10 +88,9 @@ class RecordList {
   SortItems items_;
   std::uint32_t size_ = 0;
   std::uint32_t count_ = 0;
-  std::uint64_t drop_at_;       ///< the size at which the list is cut
-  bool asks_at_once_ = false;   ///< `is_hidden` is called for every record that arrives
-  bool has_last_key_ = false;   ///< `last_key_` is set
-  std::uint32_t last_key_ = 0;  ///< of the page's last record
+  std::size_t drop_at_;          ///< the size at which the list is cut
+  bool asks_at_once_ = false;    ///< `is_hidden` is called for every record that arrives
+  std::uint64_t least_key_ = 0;  ///< a record of a smaller key lies behind the page
 };
 
 }  // namespace qsvmon

@@ -90,7 +90,11 @@ Shown page_of(RecordList& list) {
 }
 
 void append(RecordList& list, const Item& item) {
-  list.append(item.key, item.bytes());
+  const std::string bytes = item.bytes();
+  list.append(item.key, bytes.size(), [&](char* room) {
+    std::memcpy(room, bytes.data(), bytes.size());
+    return bytes.size();
+  });
 }
 
 Shown listed(const std::vector<Item>& items, PageRange page) {
