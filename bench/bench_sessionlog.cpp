@@ -210,8 +210,7 @@ void BM_print_100k_mails(benchmark::State& state) {
   const int null = ::open("/dev/null", O_WRONLY);
   for (auto _ : state) {
     FilePrinter out(null);
-    MailRow row;
-    print_record_page(out, list, row);
+    print_record_page<MailRow>(out, list);
   }
   ::close(null);
   state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kMails));
@@ -349,8 +348,7 @@ void BM_ftp_rows(benchmark::State& state) {
   const int null = ::open("/dev/null", O_WRONLY);
   for (auto _ : state) {
     FilePrinter out(null);
-    FtpRow row;
-    print_record_page(out, list, row);
+    print_record_page<FtpRow>(out, list);
   }
   ::close(null);
   state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kFtpRows));
@@ -401,8 +399,7 @@ void BM_telnet_million(benchmark::State& state) {
     fill_telnet(list);
     list.sort();
     FilePrinter out(null);
-    TelnetRow row;
-    print_record_page(out, list, row);
+    print_record_page<TelnetRow>(out, list);
   }
   ::close(null);
 }

@@ -18,13 +18,12 @@ using namespace qsvmon;
 /// Whatever is shown goes to a page and to a sheet.
 template <class Row>
 void show(const RecordList& list) {
-  Row row;
   MemoryPrinter out;
-  print_record_page(out, list, row);
+  print_record_page<Row>(out, list);
   CsvSheet sheet;
   sheet.fd = ::open("/dev/null", O_WRONLY);
   sheet.out = std::make_unique<FilePrinter>(sheet.fd);
-  write_sheet(sheet, list, row);
+  write_sheet<Row>(sheet, list);
 }
 
 template <class Row>

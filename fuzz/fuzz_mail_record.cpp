@@ -33,8 +33,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
   }
   list.sort();
-  MailRow row;
   MemoryPrinter out;
-  print_record_page(out, list, row);
+  print_record_page<MailRow>(out, list);
   return 0;
 }

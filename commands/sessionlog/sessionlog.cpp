@@ -15,22 +15,19 @@ namespace {
 /// The lists' requests differ in the module's name, and in that the mail list alone needs the
 /// dictionary: its rows name applications.
 BatchPlan batch_plan(std::string_view module, bool want_dict) {
-  BatchPlan plan{module, Daemon::kMgmt};
-  plan.want_dict = want_dict;
-  plan.clear_result = true;
-  return plan;
+  return {.module = module, .daemon = Daemon::kMgmt, .want_dict = want_dict, .clear_result = true};
 }
 
 /// Writes `list` into a file for download and prints the file's name.
 template <class Row>
-int download(const RecordList& list, Row& row) {
+int download(const RecordList& list) {
   CsvSheet sheet;
   char name[kCsvNameBytes];
   if (csv_open(sheet, name, sizeof name) != 0) {
     // KEEP: the front end compares with this text, though the file is CSV and written here.
     return fail(Status::error("xlsxwriter init failed."));
   }
-  write_sheet(sheet, list, row);
+  write_sheet<Row>(sheet, list);
   csv_close(sheet);
   standard_out().put(static_cast<const char*>(name), '\n');
   return 0;
@@ -38,10 +35,10 @@ int download(const RecordList& list, Row& row) {
 
 /// Shows the sorted list as the query asks: into a file, or as JSON.
 template <class Row>
-int show(const SessionQuery& query, const RecordList& list, Row& row) {
+int show(const SessionQuery& query, const RecordList& list) {
   desc_pools_init();  // without its files there are just no labels
-  if (query.download) return download(list, row);
-  print_record_page(standard_out(), list, row);
+  if (query.download) return download<Row>(list);
+  print_record_page<Row>(standard_out(), list);
   return 0;
 }
 
@@ -55,8 +52,7 @@ int list_logins(std::string_view module, Words words) {
   RpcBatches batches(batch_plan(module, false), words);
   if (Status s = fold_all<Record>(batches, fold); !s.ok()) return fail(s);
   list.sort();
-  Row row;
-  return show(query, list, row);
+  return show<Row>(query, list);
 }
 
 }  // namespace
@@ -70,8 +66,7 @@ int emaillog_list(int argc, char** argv) {
   RpcBatches batches(batch_plan("emaillog", true), words);
   if (Status s = fold_all<MailRecord>(batches, fold); !s.ok()) return fail(s);
   list.sort();
-  MailRow row;
-  return show(query.common, list, row);
+  return show<MailRow>(query.common, list);
 }
 
 int ftplog_list(int argc, char** argv) {

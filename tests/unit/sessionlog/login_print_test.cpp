@@ -67,9 +67,8 @@ std::string page(const std::vector<typename Row::Record>& records, PageRange ran
   RecordList list(range);
   LoginFold<typename Row::Record>(list).add(records);
   list.sort();
-  Row row;
   MemoryPrinter out;
-  print_record_page(out, list, row);
+  print_record_page<Row>(out, list);
   return out.str();
 }
 
@@ -181,9 +180,8 @@ TEST_F(LoginPrintTest, TheFtpSheetIsUtf8) {
   RecordList list(kAll);
   LoginFold<FtpLogRecord>(list).add(records);
   list.sort();
-  FtpRow row;
   EXPECT_EQ(
-      sheet_bytes([&](CsvSheet& sheet) { write_sheet(sheet, list, row); }),
+      sheet_bytes([&](CsvSheet& sheet) { write_sheet<FtpRow>(sheet, list); }),
       "\n"
       "\u6E90\u5730\u5740,\u6E90\u7AEF\u53E3,\u76EE\u6807\u5730\u5740,\u76EE\u6807\u7AEF\u53E3,"
       "\u6E90MAC,\u8FDE\u63A5\u65F6\u95F4,\u64CD\u4F5C\u65F6\u95F4,\u7528\u6237\u540D,"
@@ -200,9 +198,8 @@ TEST_F(LoginPrintTest, TheTelnetSheetIsGbkAndItsCommandsRaw) {
   const TelnetLogRecord record = telnet(2, "ls \"a\"\\b", "root");
   LoginFold<TelnetLogRecord>(list).add({&record, 1});
   list.sort();
-  TelnetRow row;
   EXPECT_EQ(
-      sheet_bytes([&](CsvSheet& sheet) { write_sheet(sheet, list, row); }),
+      sheet_bytes([&](CsvSheet& sheet) { write_sheet<TelnetRow>(sheet, list); }),
       "\n"
       "\xD4\xB4\xB5\xD8\xD6\xB7,\xD4\xB4\xB6\xCB\xBF\xDA,\xC4\xBF\xB1\xEA\xB5\xD8\xD6\xB7,"
       "\xC4\xBF\xB1\xEA\xB6\xCB\xBF\xDA,\xD4\xB4MAC,\xC1\xAC\xBD\xD3\xCA\xB1\xBC\xE4,"

@@ -47,15 +47,13 @@ class MailPrintTest : public RowTest {
     RecordList list(page_range(number, limit), is_hidden_mail);
     fill(list, mails);
     MemoryPrinter out;
-    MailRow row;
-    print_record_page(out, list, row);
+    print_record_page<MailRow>(out, list);
     return out.str();
   }
   static std::string sheet(const std::vector<MailRecord>& mails) {
     RecordList list(kAll, is_hidden_mail);
     fill(list, mails);
-    MailRow row;
-    return sheet_bytes([&](CsvSheet& to) { write_sheet(to, list, row); });
+    return sheet_bytes([&](CsvSheet& to) { write_sheet<MailRow>(to, list); });
   }
 };
 
@@ -158,9 +156,8 @@ TEST_F(MailPrintTest, APageThatIsPrintedAgainIsTheSame) {
   fill(list, {whole_mail().from("Bob Smith <b@x>").to("a\tb").subject("a b").record()});
   MemoryPrinter first;
   MemoryPrinter second;
-  MailRow row;
-  print_record_page(first, list, row);
-  print_record_page(second, list, row);
+  print_record_page<MailRow>(first, list);
+  print_record_page<MailRow>(second, list);
   EXPECT_NE(first.str().find("\"from\":\"BobSmith<b@x>\",\"to\":\"ab\""), std::string::npos);
   EXPECT_EQ(first.str(), second.str());
 }
