@@ -24,7 +24,7 @@ template <class Query>
 void choose(Query& query, unsigned choice) {
   query.direction = kDirections[choice % 3];
   if ((choice & 4) != 0) query.filter = "1";
-  if ((choice & 8) != 0) query.rows = {.first = choice >> 4, .last = 20};
+  if ((choice & 8) != 0) query.rows = {.start = choice >> 4, .end = 20};
 }
 
 void require(bool holds) {

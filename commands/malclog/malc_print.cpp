@@ -128,11 +128,10 @@ void print_app_row(Printer& out, const EntryTexts& texts, const MalcAppStat& row
   out.put("]}");
 }
 
-/// KEEP: passes the 0-based range on as 1-based rows, without adding 1; malc_print.h says what
-/// follows.
+/// KEEP: takes the positions, which are counted from 0, for rows counted from 1; malc_print.h says
+/// what follows.
 RowPage page_of(PageRange range, bool filtered) {
-  const RowRange none = {.first = 1, .last = 0};
-  return {.rows = range.end == 0 ? none : RowRange{range.start, range.end - 1},
+  return {.rows = {std::max(range.start, 1U) - 1, std::max(range.end, 1U) - 1},
           .total = "count",
           .filtered = filtered};
 }

@@ -16,7 +16,7 @@ struct SessionQuery {
   int limit = 100;
   bool download = false;  ///< all records into a file instead of one page as JSON
 
-  PageRange range() const { return download ? PageRange{0, 0xFFFFFFFF} : page_range(page, limit); }
+  PageRange range() const { return download ? PageRange{} : page_range(page, limit); }
 };
 
 /// What the words of one `emaillog list` ask for.

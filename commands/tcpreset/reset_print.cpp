@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <string_view>
 
+#include "commands/listing/row_page.h"
 #include "format/address.h"
 #include "format/byte_order.h"
 #include "format/number.h"

@@ -1,5 +1,6 @@
 #include "commands/tcpreset/reset_query.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <span>
 #include <string_view>
@@ -23,8 +24,10 @@ constexpr SortKey<DnsStat> kDnsSortKeys[] = {
     {"http30x", &DnsStat::http30x}, {"http40x", &DnsStat::http40x}, {"http50x", &DnsStat::http50x},
 };
 
-Status parse_row_range(const char* text, RowRange& rows) {
-  if (std::sscanf(text, "%u-%u", &rows.first, &rows.last) < 2) return Status::error("INVALID_ROW");
+Status parse_row_range(const char* text, PageRange& rows) {
+  std::uint32_t first;
+  if (std::sscanf(text, "%u-%u", &first, &rows.end) < 2) return Status::error("INVALID_ROW");
+  rows.start = std::max(first, 1U) - 1;
   return Status::good();
 }
 

@@ -13,7 +13,8 @@ using Numbers = std::vector<std::uint32_t>;
 constexpr auto kAll = Direction::kFirstSeen;
 
 /// The page of `rows` with `range`, only those below `below`, by the direction.
-std::string page_of(const Numbers& rows, RowRange range, std::uint32_t below, Direction direction) {
+std::string page_of(const Numbers& rows, PageRange range, std::uint32_t below,
+                    Direction direction) {
   MemoryPrinter out;
   RowOrder order(static_cast<std::uint32_t>(rows.size()));
   order.sort([&](std::uint32_t number) { return rows[number]; }, direction);
@@ -26,10 +27,11 @@ std::string page_of(const Numbers& rows, RowRange range, std::uint32_t below, Di
 TEST(RowPage, ShowsTheRowsOfItsRangeAndCountsAll) {
   const Numbers rows = {10, 30, 20};
   EXPECT_EQ(page_of(rows, {}, 0, kAll), R"({"data":[10,30,20],"of":3})");
-  EXPECT_EQ(page_of(rows, {1, 1}, 0, kAll), R"({"data":[10],"of":3})");
-  EXPECT_EQ(page_of(rows, {2, 9}, 0, kAll), R"({"data":[30,20],"of":3})");
+  EXPECT_EQ(page_of(rows, {0, 1}, 0, kAll), R"({"data":[10],"of":3})");
+  EXPECT_EQ(page_of(rows, {1, 9}, 0, kAll), R"({"data":[30,20],"of":3})");
   EXPECT_EQ(page_of(rows, {0, 2}, 0, Direction::kLargestFirst), R"({"data":[30,20],"of":3})");
-  EXPECT_EQ(page_of(rows, {4, 9}, 0, kAll), R"({"data":[],"of":3})");
+  EXPECT_EQ(page_of(rows, {3, 9}, 0, kAll), R"({"data":[],"of":3})");
+  EXPECT_EQ(page_of(rows, {1, 1}, 0, kAll), R"({"data":[],"of":3})");
   EXPECT_EQ(page_of(rows, {2, 1}, 0, kAll), R"({"data":[],"of":3})");
   EXPECT_EQ(page_of(rows, {0, 0}, 0, kAll), R"({"data":[],"of":3})");
   EXPECT_EQ(page_of({}, {}, 0, kAll), R"({"data":[],"of":0})");
@@ -38,9 +40,10 @@ TEST(RowPage, ShowsTheRowsOfItsRangeAndCountsAll) {
 TEST(RowPage, RowsThatDoNotPassTakeNoPlaceAndDoNotCount) {
   const Numbers rows = {10, 30, 20, 5};
   EXPECT_EQ(page_of(rows, {}, 25, kAll), R"({"data":[10,20,5],"of":3})");
-  EXPECT_EQ(page_of(rows, {2, 2}, 25, kAll), R"({"data":[20],"of":3})");
-  EXPECT_EQ(page_of(rows, {1, 1}, 25, Direction::kLargestFirst), R"({"data":[20],"of":3})");
-  EXPECT_EQ(page_of(rows, {4, 4}, 25, kAll), R"({"data":[],"of":3})");
+  EXPECT_EQ(page_of(rows, {1, 2}, 25, kAll), R"({"data":[20],"of":3})");
+  EXPECT_EQ(page_of(rows, {0, 1}, 25, Direction::kLargestFirst), R"({"data":[20],"of":3})");
+  EXPECT_EQ(page_of(rows, {3, 4}, 25, kAll), R"({"data":[],"of":3})");
+  EXPECT_EQ(page_of(rows, {2, 1}, 25, kAll), R"({"data":[],"of":3})");
   EXPECT_EQ(page_of(rows, {}, 1, kAll), R"({"data":[],"of":0})");
 }
 
@@ -53,7 +56,7 @@ TEST(RowPage, RowsOutsideThePageAreNotLookedAtWithoutAFilter) {
   const RowOrder order(1000000000);
   MemoryPrinter out;
   int printed = 0;
-  const RowPage page = {.rows = {.first = 500000001, .last = 500000002}, .total = "total"};
+  const RowPage page = {.rows = {.start = 500000000, .end = 500000002}, .total = "total"};
   print_page(out, rows, order, page, [&](std::uint32_t number) {
     ++printed;
     out.put(number);

@@ -21,8 +21,8 @@ DnsQuery dns_query(std::vector<const char*> words) {
 TEST(IpQuery, Defaults) {
   const IpQuery query = ip_query({});
   EXPECT_EQ(query.side, IpSide::kDst);
-  EXPECT_EQ(query.rows.first, 0u);
-  EXPECT_EQ(query.rows.last, 4294967295u);
+  EXPECT_EQ(query.rows.start, 0u);
+  EXPECT_EQ(query.rows.end, 4294967295u);
   EXPECT_EQ(query.filter, "");
   EXPECT_EQ(query.sorting(), Direction::kFirstSeen);
 }
@@ -38,18 +38,19 @@ TEST(IpQuery, TypeIsAWholeWordAndTheLastOneCounts) {
 struct RowCase {
   const char* word;
   bool good;
-  std::uint32_t first;
-  std::uint32_t last;
+  std::uint32_t start;
+  std::uint32_t end;
 };
 constexpr RowCase kRowCases[] = {
-    {"row=1-5", true, 1, 5},
+    {"row=1-5", true, 0, 5},
     {"row=0-0", true, 0, 0},
-    {"row=5-1", true, 5, 1},
-    {"row= 2- 3", true, 2, 3},   // blanks before a number pass
-    {"row=+2-+3", true, 2, 3},   // and so does a plus sign
-    {"row=2-3abc", true, 2, 3},  // and text behind
-    {"row=4294967295-4294967295", true, 4294967295u, 4294967295u},
-    {"row=-1-5", true, 4294967295u, 5},  // a minus sign wraps
+    {"row=0-2", true, 0, 2},
+    {"row=5-1", true, 4, 1},
+    {"row= 2- 3", true, 1, 3},   // blanks before a number pass
+    {"row=+2-+3", true, 1, 3},   // and so does a plus sign
+    {"row=2-3abc", true, 1, 3},  // and text behind
+    {"row=4294967295-4294967295", true, 4294967294u, 4294967295u},
+    {"row=-1-5", true, 4294967294u, 5},  // a minus sign wraps
     {"row=", false, 0, 0},
     {"row=3", false, 0, 0},
     {"row=3-", false, 0, 0},
@@ -70,10 +71,10 @@ TEST(StatQuery, Rows) {
     ASSERT_EQ(ip_status.ok(), c.good) << c.word;
     ASSERT_EQ(dns_status.ok(), c.good) << c.word;
     if (c.good) {
-      EXPECT_EQ(ip.rows.first, c.first) << c.word;
-      EXPECT_EQ(ip.rows.last, c.last) << c.word;
-      EXPECT_EQ(dns.rows.first, c.first) << c.word;
-      EXPECT_EQ(dns.rows.last, c.last) << c.word;
+      EXPECT_EQ(ip.rows.start, c.start) << c.word;
+      EXPECT_EQ(ip.rows.end, c.end) << c.word;
+      EXPECT_EQ(dns.rows.start, c.start) << c.word;
+      EXPECT_EQ(dns.rows.end, c.end) << c.word;
     } else {
       EXPECT_EQ(ip_status.line(), "INVALID_ROW");
       EXPECT_EQ(dns_status.line(), "INVALID_ROW");
@@ -94,8 +95,8 @@ TEST(StatQuery, ABadRowWordIsAnErrorWhereverItStands) {
 TEST(StatQuery, TheLastWordOfAKindCounts) {
   const IpQuery query = ip_query({"row=1-2", "filter=a", "sort=http", "order=desc", "row=3-4",
                                   "filter=b", "sort=https", "order=asc"});
-  EXPECT_EQ(query.rows.first, 3u);
-  EXPECT_EQ(query.rows.last, 4u);
+  EXPECT_EQ(query.rows.start, 2u);
+  EXPECT_EQ(query.rows.end, 4u);
   EXPECT_EQ(query.filter, "b");
   EXPECT_EQ(query.counter, &IpStat::https);
   EXPECT_EQ(query.direction, Direction::kLargestFirst);
