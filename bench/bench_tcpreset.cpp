@@ -151,9 +151,7 @@ void sort_rows(benchmark::State& state) {
   const std::unique_ptr<Fold> fold = new_fold<Fold>();
   fold->add(records_of(static_cast<Keys>(state.range(1)), state.range(0)));
   for (auto _ : state) {
-    RowOrder order(fold->size());
-    order.sort([&](std::uint32_t number) { return (*fold)[number].maxtime; },
-               Direction::kLargestFirst);
+    const RowOrder order(*fold, &FlowStat::maxtime, Direction::kLargestFirst);
     benchmark::DoNotOptimize(order[0]);
   }
   report(state, state.range(0));
@@ -166,9 +164,9 @@ void print_rows(benchmark::State& state) {
   const auto out = std::make_unique<CopyPrinter>();
   for (auto _ : state) {
     if constexpr (std::is_same_v<Fold, IpFold>) {
-      print_ip_page(*out, *fold, RowOrder(fold->size()), IpQuery());
+      print_ip_page(*out, *fold, sorted_rows(*fold, IpQuery()), IpQuery());
     } else {
-      print_dns_page(*out, *fold, RowOrder(fold->size()), DnsQuery());
+      print_dns_page(*out, *fold, sorted_rows(*fold, DnsQuery()), DnsQuery());
     }
   }
   benchmark::DoNotOptimize(out->bytes());

@@ -17,38 +17,27 @@ class RowOrder {
  public:
   static constexpr std::uint32_t kAllRows = 0xffffffff;
 
-  /// `count` rows as first seen; allocates nothing.
-  explicit RowOrder(std::uint32_t count, LargeMemory memory = {}) : count_(count), items_(memory) {}
-
-  /// `rows` by a counter of theirs, as `sort` does; it may be null where `direction` is kFirstSeen.
+  /// Sorts `rows` by a u32 counter of theirs, which is read once of each, as far as the first
+  /// `most` places; there are none behind them then. Time is linear in the rows. For kFirstSeen
+  /// `counter` may be null, and nothing is allocated; without memory the order is that, too.
   template <class Rows, class Stat>
   RowOrder(const Rows& rows, std::uint32_t Stat::*counter, Direction direction,
-           std::uint32_t most = kAllRows)
-      : RowOrder(rows.size()) {
-    sort([&](std::uint32_t number) { return rows[number].*counter; }, direction, most);
-  }
-
-  /// Sorts by `counter_of(number)`, a u32 that is asked once for each row, as far as the first
-  /// `most` places; there are none behind them then. Time is linear in the rows. Without
-  /// memory the order stays as it is.
-  template <class CounterOf>
-  void sort(CounterOf&& counter_of, Direction direction, std::uint32_t most = kAllRows) {
-    if (direction == Direction::kFirstSeen || count_ < 2) return;
+           std::uint32_t most = kAllRows, LargeMemory memory = {})
+      : count_(rows.size()), items_(memory) {
+    if (direction == Direction::kFirstSeen || count_ < 2 || most == 0) return;
     const std::uint32_t room = most <= kFewItems && count_ > kSome ? kSome : count_;
-    is_sorted_ = items_.reserve(room);
-    if (!is_sorted_) return;
+    if (!items_.reserve(room)) return;
     const std::uint32_t flip = direction == Direction::kLargestFirst ? 0xffffffff : 0;
     std::uint64_t last = ~std::uint64_t{0};  // no item behind this one is needed
     std::uint32_t used = 0;
     for (std::uint32_t number = 0; number < count_; ++number) {
-      const std::uint32_t counter = counter_of(number);
-      const std::uint64_t item = std::uint64_t{counter ^ flip} << 32 | number;
+      const std::uint64_t item = std::uint64_t{rows[number].*counter ^ flip} << 32 | number;
       if (item > last) continue;
       items_[used++] = item;
       if (used == room && room < count_) {
         items_.sort(used);
         used = most;
-        last = most == 0 ? 0 : items_[most - 1];
+        last = items_[most - 1];
       }
     }
     items_.sort(used);
@@ -57,7 +46,7 @@ class RowOrder {
   std::uint32_t size() const { return count_; }
   /// The number of the row at `place`, below size() and below the `most` that was sorted for.
   std::uint32_t operator[](std::uint32_t place) const {
-    return is_sorted_ ? static_cast<std::uint32_t>(items_[place]) : place;
+    return items_.room() != 0 ? static_cast<std::uint32_t>(items_[place]) : place;
   }
 
  private:
@@ -67,8 +56,7 @@ class RowOrder {
   static constexpr std::uint32_t kSome = 4096;
 
   std::uint32_t count_;
-  bool is_sorted_ = false;
-  SortItems items_;  ///< counter in the upper half, number in the lower
+  SortItems items_;  ///< counter in the upper half, number in the lower; no room where not sorted
 };
 
 }  // namespace qsvmon

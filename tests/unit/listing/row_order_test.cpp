@@ -11,10 +11,22 @@ namespace qsvmon {
 namespace {
 
 using Numbers = std::vector<std::uint32_t>;
+constexpr LargeMemory kScarce{ScarceMemory::allocate};
+
+struct Row {
+  std::uint32_t counter;
+};
+
+/// A fold whose rows have these counters.
+struct Rows {
+  const Numbers& counters;
+
+  std::uint32_t size() const { return static_cast<std::uint32_t>(counters.size()); }
+  Row operator[](std::uint32_t number) const { return {counters[number]}; }
+};
 
 Numbers order_of(const Numbers& counters, Direction direction, LargeMemory memory = {}) {
-  RowOrder order(static_cast<std::uint32_t>(counters.size()), memory);
-  order.sort([&](std::uint32_t number) { return counters[number]; }, direction);
+  const RowOrder order(Rows{counters}, &Row::counter, direction, RowOrder::kAllRows, memory);
   Numbers numbers;
   for (std::uint32_t i = 0; i < order.size(); ++i) numbers.push_back(order[i]);
   return numbers;
@@ -32,14 +44,14 @@ TEST(RowOrder, OfNoRowAndOfOne) {
   EXPECT_EQ(order_of({7}, Direction::kSmallestFirst), Numbers{0});
 }
 
-TEST(RowOrder, SortsAgainByAnotherCounter) {
-  constexpr std::uint32_t kFlows[] = {3, 1, 2};
-  constexpr std::uint32_t kTimes[] = {20, 30, 10};
-  RowOrder order(3);
-  order.sort([&](std::uint32_t number) { return kFlows[number]; }, Direction::kSmallestFirst);
-  order.sort([&](std::uint32_t number) { return kTimes[number]; }, Direction::kLargestFirst);
-  EXPECT_EQ(order[0], 1U);
-  EXPECT_EQ(order[1], 0U);
+TEST(RowOrder, NeedsNoCounterAndNoMemoryAsFirstSeen) {
+  constexpr std::uint32_t Row::*kNone = nullptr;
+  const Numbers counters = {3, 1, 2};
+  ScarceMemory::allow(1);
+  const RowOrder order(Rows{counters}, kNone, Direction::kFirstSeen, RowOrder::kAllRows, kScarce);
+  EXPECT_EQ(ScarceMemory::left(), 1);
+  EXPECT_EQ(order.size(), 3U);
+  EXPECT_EQ(order[0], 0U);
   EXPECT_EQ(order[2], 2U);
 }
 
@@ -82,8 +94,6 @@ TEST(RowOrder, OfManyRowsInEveryDigit) {
   }
 }
 
-constexpr LargeMemory kScarce{ScarceMemory::allocate};
-
 TEST(RowOrder, SortsInPlaceWhenASecondCopyDoesNotFit) {
   Numbers counters;
   for (std::uint32_t i = 0; i < 3000; ++i) counters.push_back(i * 7919 % 101);
@@ -120,9 +130,7 @@ TEST(RowOrder, TheFirstPlacesAreThoseOfTheWholeOrder) {
       std::stable_sort(model.begin(), model.end(),
                        [&](std::uint32_t a, std::uint32_t b) { return counters[a] > counters[b]; });
       for (const std::uint32_t most : {0u, 1u, 20u, 512u, 513u, count}) {
-        RowOrder order(count);
-        order.sort([&](std::uint32_t number) { return counters[number]; }, Direction::kLargestFirst,
-                   most);
+        const RowOrder order(Rows{counters}, &Row::counter, Direction::kLargestFirst, most);
         ASSERT_EQ(order.size(), count);
         for (std::uint32_t i = 0; i < most && i < count; ++i) {
           ASSERT_EQ(order[i], model[i]) << count << " " << most << " " << i;

@@ -8,24 +8,33 @@
 namespace qsvmon {
 namespace {
 
-using Numbers = std::vector<std::uint32_t>;
+struct Row {
+  std::uint32_t counter;
+};
+
+/// A fold whose rows have these counters.
+struct Rows {
+  std::vector<std::uint32_t> counters;
+
+  std::uint32_t size() const { return static_cast<std::uint32_t>(counters.size()); }
+  Row operator[](std::uint32_t number) const { return {counters[number]}; }
+};
 
 constexpr auto kAll = Direction::kFirstSeen;
 
 /// The page of `rows` with `range`, only those below `below`, by the direction.
-std::string page_of(const Numbers& rows, PageRange range, std::uint32_t below,
-                    Direction direction) {
+std::string page_of(const Rows& rows, PageRange range, std::uint32_t below, Direction direction) {
   MemoryPrinter out;
-  RowOrder order(static_cast<std::uint32_t>(rows.size()));
-  order.sort([&](std::uint32_t number) { return rows[number]; }, direction);
+  const RowOrder order(rows, &Row::counter, direction);
   print_page(
       out, rows, order, {.rows = range, .total = "of", .filtered = below != 0},
-      [&](std::uint32_t row) { out.put(row); }, [&](std::uint32_t row) { return row < below; });
+      [&](const Row& row) { out.put(row.counter); },
+      [&](const Row& row) { return row.counter < below; });
   return out.str();
 }
 
 TEST(RowPage, ShowsTheRowsOfItsRangeAndCountsAll) {
-  const Numbers rows = {10, 30, 20};
+  const Rows rows = {{10, 30, 20}};
   EXPECT_EQ(page_of(rows, {}, 0, kAll), R"({"data":[10,30,20],"of":3})");
   EXPECT_EQ(page_of(rows, {0, 1}, 0, kAll), R"({"data":[10],"of":3})");
   EXPECT_EQ(page_of(rows, {1, 9}, 0, kAll), R"({"data":[30,20],"of":3})");
@@ -34,11 +43,11 @@ TEST(RowPage, ShowsTheRowsOfItsRangeAndCountsAll) {
   EXPECT_EQ(page_of(rows, {1, 1}, 0, kAll), R"({"data":[],"of":3})");
   EXPECT_EQ(page_of(rows, {2, 1}, 0, kAll), R"({"data":[],"of":3})");
   EXPECT_EQ(page_of(rows, {0, 0}, 0, kAll), R"({"data":[],"of":3})");
-  EXPECT_EQ(page_of({}, {}, 0, kAll), R"({"data":[],"of":0})");
+  EXPECT_EQ(page_of(Rows(), {}, 0, kAll), R"({"data":[],"of":0})");
 }
 
 TEST(RowPage, RowsThatDoNotPassTakeNoPlaceAndDoNotCount) {
-  const Numbers rows = {10, 30, 20, 5};
+  const Rows rows = {{10, 30, 20, 5}};
   EXPECT_EQ(page_of(rows, {}, 25, kAll), R"({"data":[10,20,5],"of":3})");
   EXPECT_EQ(page_of(rows, {1, 2}, 25, kAll), R"({"data":[20],"of":3})");
   EXPECT_EQ(page_of(rows, {0, 1}, 25, Direction::kLargestFirst), R"({"data":[20],"of":3})");
@@ -49,43 +58,24 @@ TEST(RowPage, RowsThatDoNotPassTakeNoPlaceAndDoNotCount) {
 
 TEST(RowPage, RowsOutsideThePageAreNotLookedAtWithoutAFilter) {
   struct Endless {
-    const std::uint32_t& operator[](std::uint32_t number) const { return last = number; }
-    mutable std::uint32_t last;
+    std::uint32_t size() const { return 1000000000; }
+    const Row& operator[](std::uint32_t number) const {
+      last = {number};
+      return last;
+    }
+    mutable Row last;
   };
   const Endless rows{};
-  const RowOrder order(1000000000);
+  const RowOrder order(rows, &Row::counter, Direction::kFirstSeen);
   MemoryPrinter out;
   int printed = 0;
   const RowPage page = {.rows = {.start = 500000000, .end = 500000002}, .total = "total"};
-  print_page(out, rows, order, page, [&](std::uint32_t number) {
+  print_page(out, rows, order, page, [&](const Row& row) {
     ++printed;
-    out.put(number);
+    out.put(row.counter);
   });
   EXPECT_EQ(out.str(), R"({"data":[500000000,500000001],"total":1000000000})");
   EXPECT_EQ(printed, 2);
-}
-
-struct Flows {
-  std::uint32_t count;
-};
-
-/// A fold of two rows.
-struct TwoRows {
-  std::uint32_t size() const { return 2; }
-  Flows operator[](std::uint32_t number) const { return {number}; }
-};
-
-TEST(RowOrder, AreSortedByACounter) {
-  const RowOrder order(TwoRows(), &Flows::count, Direction::kLargestFirst);
-  EXPECT_EQ(order[0], 1U);
-  EXPECT_EQ(order[1], 0U);
-}
-
-TEST(RowOrder, NeedNoCounterAsFirstSeen) {
-  constexpr std::uint32_t Flows::*kNone = nullptr;
-  const RowOrder order(TwoRows(), kNone, Direction::kFirstSeen);
-  EXPECT_EQ(order.size(), 2U);
-  EXPECT_EQ(order[0], 0U);
 }
 
 }  // namespace
