@@ -11,7 +11,7 @@ namespace qsvmon {
 /// Keyed hashes: who chooses the keys cannot choose which of them meet in a table. The values
 /// differ from run to run and never show in output.
 struct KeySecret {
-  std::uint64_t word[4];
+  std::uint64_t word[3];
 };
 
 /// A new secret of random words, which are odd: an even factor would discard a bit.
@@ -41,8 +41,7 @@ inline std::uint32_t permute32(std::uint32_t value, const KeySecret& secret) {
   value *= static_cast<std::uint32_t>(secret.word[1]);  // odd factors can be undone
   value ^= value >> 15;
   value *= static_cast<std::uint32_t>(secret.word[2]);
-  value ^= value >> 16;
-  return value * static_cast<std::uint32_t>(secret.word[3]);
+  return value ^ value >> 16;
 }
 
 /// 32 well-mixed bits of `bytes`.
