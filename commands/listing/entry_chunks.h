@@ -51,8 +51,8 @@ class EntryChunks {
     return true;
   }
 
-  /// The next zeroed entry, or null when there is no memory for it; `size` then stays.
-  Entry* add() { return size_ < capacity_ || add_chunk() ? at(size_++) : nullptr; }
+  /// The next zeroed entry. REQUIRES: there is room for it.
+  Entry& add() { return *at(size_++); }
 
  private:
   /// A power of two: entry n lies at place n + kFirst, and the top bit of a place says which chunk

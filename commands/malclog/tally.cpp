@@ -23,13 +23,13 @@ void TallyBlocks::count_some(Tally& tally, std::uint64_t slots) {
 /// none.
 bool TallyBlocks::add_slots(Tally& tally, std::uint64_t all) {
   if (!tally.has_block()) {
-    Tally::Counts* const block = blocks_.add();
-    if (block == nullptr) return false;
+    if (!blocks_.reserve(1)) return false;
+    Tally::Counts& block = blocks_.add();
     int from = 0;
     for (std::uint64_t rest = tally.slots; rest != 0; rest &= rest - 1) {
-      (*block)[std::countr_zero(rest)] = tally.few[from++];
+      block[std::countr_zero(rest)] = tally.few[from++];
     }
-    tally.block = block;
+    tally.block = &block;
   }
   tally.slots = all;
   return true;
