@@ -105,7 +105,6 @@ class FoldTable {
       entries[i] = nullptr;
       if (uses[i] == KeyUse::kSkip) continue;
       entries[i] = entry_for(uses[i], keys[i], hashes[i]);
-      if (entries[i] != nullptr) prefetch_entry(*entries[i]);
     }
     for (std::size_t i = 0; i < group.size(); ++i) {
       if (entries[i] != nullptr) update(*entries[i], group[i], notes[i]);
@@ -123,8 +122,10 @@ class FoldTable {
 
   Entry* entry_for(KeyUse use, const Key& key, std::uint32_t hash) {
     Slot* const slot = probe(key, hash);
-    if (slot->number != 0 && use == KeyUse::kInsert) return &entries_[slot->number - 1];
-    return new_entry(slot, key, hash);
+    if (slot->number == 0 || use != KeyUse::kInsert) return new_entry(slot, key, hash);
+    Entry& entry = entries_[slot->number - 1];
+    prefetch_entry(entry);  // a new one lies behind the last, where the processor reads ahead
+    return &entry;
   }
 
   /// `slot` is the key's. Not inlined: the loop over known keys is shorter without it.
