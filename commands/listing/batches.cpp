@@ -26,7 +26,6 @@ Status RpcBatches::fetch() {
   if (rpc_call(daemon_path(plan_.daemon), request_) != 0)
     return Status::error(request_errtext(request_));
   bytes_ = rpc_reply_bytes(request_);
-  done_ = request_.islast != 0;
   // The first batch is the largest: the later ones lie where it was.
   const std::size_t used = std::min(bytes_.size(), claimed() * plan_.record_bytes);
   if (used > mapped_) memory_will_be_read(bytes_.data() + mapped_, used - mapped_);

@@ -33,9 +33,6 @@ struct BatchPlan {
 /// needs no daemon.
 class BatchSource {
  public:
-  BatchSource() = default;
-  BatchSource(const BatchSource&) = default;
-  BatchSource& operator=(const BatchSource&) = default;
   virtual ~BatchSource() = default;
 
   /// True after the batch that the daemon marked as the last.
@@ -66,7 +63,7 @@ class RpcBatches final : public BatchSource {
  public:
   RpcBatches(const BatchPlan& plan, Words words) : plan_(plan), words_(words) {}
 
-  bool done() const override { return done_; }
+  bool done() const override { return request_.islast != 0; }
   Status fetch() override;
   std::span<const char> bytes() const override { return bytes_; }
   std::uint32_t claimed() const override { return static_cast<std::uint32_t>(request_.result); }
@@ -80,7 +77,6 @@ class RpcBatches final : public BatchSource {
   std::span<const char> bytes_;
   std::size_t mapped_ = 0;  ///< bytes of the reply that were mapped so
   bool first_ = true;
-  bool done_ = false;
 };
 
 /// Feeds every record of `batches` to `fold.add(std::span<const Record>)`, batch by batch.
