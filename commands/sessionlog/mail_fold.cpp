@@ -47,18 +47,12 @@ bool contains(std::span<const char> text, std::string_view keyword) {
 
 /// The filters on texts; splits the Subject.
 bool texts_match(const MailParts& parts, const MailQuery& query) {
-  char subject[1024];
-  int subject_length = 0;
-  if (!parts.subject.empty()) {
-    subject_length = decode_header(parts.subject.data(), static_cast<int>(parts.subject.size()),
-                                   subject, sizeof subject);
-    if (subject_length < 1) return false;
-  }
+  DecodedHeader subject;
+  if (!parts.subject.empty() && !subject.decode(parts.subject)) return false;
   if (!query.keyword) return true;
   const std::string_view keyword = *query.keyword;
   return contains(parts.from, keyword) || contains(parts.to, keyword) ||
-         contains(parts.cc, keyword) ||
-         contains({subject, static_cast<std::size_t>(subject_length)}, keyword) ||
+         contains(parts.cc, keyword) || contains(subject.text(), keyword) ||
          contains(AttachmentText(parts).text(), keyword);
 }
 

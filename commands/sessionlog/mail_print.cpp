@@ -3,7 +3,6 @@
 #include <cstring>
 
 #include "commands/sessionlog/clean_text.h"
-#include "commands/sessionlog/codec/mail_header.h"
 #include "commands/sessionlog/session_print.h"
 #include "format/address.h"
 #include "format/time.h"
@@ -11,16 +10,9 @@
 
 namespace qsvmon {
 
-bool MailTexts::Text::decode(std::span<char> header) {
-  length = 0;
-  if (header.data() == nullptr) return true;
-  length = decode_header(header.data(), static_cast<int>(header.size()), bytes, kTextBytes);
-  return length >= 1;
-}
-
 bool MailTexts::decode(const MailParts& parts) {
-  return from_.decode(parts.from) && subject_.decode(parts.subject) && to_.decode(parts.to) &&
-         cc_.decode(parts.cc);
+  return from.decode(parts.from) && subject.decode(parts.subject) && to.decode(parts.to) &&
+         cc.decode(parts.cc);
 }
 
 bool is_hidden_mail(std::span<const char> elements) {
@@ -70,10 +62,10 @@ void MailRow::print(Printer& out) const {
     print_request_time(row, time_);
     print_labels(row, labels);
   }
-  out.put(",\"from\":\"", CleanMailText{texts_.from()}, "\",\"to\":\"", CleanMailText{texts_.to()},
-          "\",\"cc\":\"", CleanMailText{texts_.cc()}, "\",\"subject\":\"",
-          CleanMailText{texts_.subject()}, "\",\"tolen\":", tolen_, ",\"file\":\"",
-          CleanMailText{names()}, "\"}");
+  out.put(",\"from\":\"", CleanMailText{texts_.from.text()}, "\",\"to\":\"",
+          CleanMailText{texts_.to.text()}, "\",\"cc\":\"", CleanMailText{texts_.cc.text()},
+          "\",\"subject\":\"", CleanMailText{texts_.subject.text()}, "\",\"tolen\":", tolen_,
+          ",\"file\":\"", CleanMailText{names()}, "\"}");
 }
 
 void MailRow::write(CsvSheet& sheet) const {
@@ -83,10 +75,10 @@ void MailRow::write(CsvSheet& sheet) const {
   csv_text(sheet, LocalTimeText{time_});
   csv_text(sheet, dict_appcname(apid_));
   csv_text(sheet, MacText{endpoints_.mac});
-  csv_text(sheet, CleanMailText{texts_.from()});
-  csv_text(sheet, CleanMailText{texts_.to()});
-  csv_text(sheet, CleanMailText{texts_.cc()});
-  csv_text(sheet, CleanMailText{texts_.subject()});
+  csv_text(sheet, CleanMailText{texts_.from.text()});
+  csv_text(sheet, CleanMailText{texts_.to.text()});
+  csv_text(sheet, CleanMailText{texts_.cc.text()});
+  csv_text(sheet, CleanMailText{texts_.subject.text()});
   csv_text(sheet, CleanMailText{names()});
 }
 

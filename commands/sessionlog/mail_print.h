@@ -4,6 +4,7 @@
 #include <span>
 #include <string_view>
 
+#include "commands/sessionlog/codec/mail_header.h"
 #include "commands/sessionlog/csv_sheet.h"
 #include "commands/sessionlog/mail_parts.h"
 #include "format/printer.h"
@@ -11,32 +12,15 @@
 namespace qsvmon {
 
 /// The texts of a mail, decoded.
-class MailTexts {
- public:
+struct MailTexts {
   /// Decodes From, To, Cc and Subject. False when one is there and cannot be decoded (one of no
   /// bytes cannot). The texts that `parts` refers to are split.
   bool decode(const MailParts& parts);
 
-  std::string_view from() const { return from_.view(); }
-  std::string_view to() const { return to_.view(); }
-  std::string_view cc() const { return cc_.view(); }
-  std::string_view subject() const { return subject_.view(); }
-
- private:
-  static constexpr int kTextBytes = 1024;
-
-  struct Text {
-    bool decode(std::span<char> header);
-    std::string_view view() const { return {bytes, static_cast<std::size_t>(length)}; }
-
-    char bytes[kTextBytes];
-    int length = 0;
-  };
-
-  Text from_;
-  Text to_;
-  Text cc_;
-  Text subject_;
+  DecodedHeader from;
+  DecodedHeader to;
+  DecodedHeader cc;
+  DecodedHeader subject;
 };
 
 /// Whether a mail of these elements is left out of the page: one of its texts cannot be decoded.

@@ -223,6 +223,19 @@ TEST(DecodeWord, EncodedWords) {
   EXPECT_EQ(word("=?iso-8859-1-extra-long?Q?A?="), kFails);
 }
 
+TEST(DecodedHeader, AMissingHeaderIsEmptyAndOneOfNoBytesFails) {
+  DecodedHeader decoded;
+  EXPECT_EQ(decoded.text(), "");
+  char text[] = "=?gb2312?Q?A=42?= c";
+  EXPECT_TRUE(decoded.decode({text, sizeof text - 1}));
+  EXPECT_EQ(decoded.text(), "AB c");
+  EXPECT_TRUE(decoded.decode({}));  // nothing is left of the one before
+  EXPECT_EQ(decoded.text(), "");
+  EXPECT_FALSE(decoded.decode({text, 0}));
+  char blanks[] = "  ";
+  EXPECT_FALSE(decoded.decode({blanks, 2}));
+}
+
 TEST(DecodeWord, ResultsStayWithinTheCapacity) {
   EXPECT_EQ(word("=?gb2312?Q?abcdefgh?=", 4), "abc");
   EXPECT_EQ(word("=?utf-8?B?5L2g5aW9?=", 4), "\xC4\xE3");
