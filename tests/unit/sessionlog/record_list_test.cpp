@@ -131,6 +131,26 @@ TEST(RecordList, APageThatShowsNothingKeepsNothing) {
   }
 }
 
+// A list of 4096 is cut. From then on a key equal to that of the page's last record lies behind.
+TEST(RecordList, ASlightlyLargerKeyThanTheLastOfThePageIsNeeded) {
+  for (const std::uint32_t key : {0U, 10U, 0xFFFFFFFEU}) {
+    RecordList list({0, 2}, is_hidden);
+    for (std::uint32_t i = 0; i < 4096; ++i) append(list, {key, i});
+    append(list, {key, 4096});
+    EXPECT_EQ(list.size(), 2U);
+    append(list, {key + 1, 4097});
+    EXPECT_EQ(list.size(), 3U);
+    EXPECT_EQ(page_of(list), (Shown{{4097, 0}, 4098}));
+  }
+}
+
+TEST(RecordList, NoKeyIsLargerThanTheLargest) {
+  RecordList list({0, 2}, is_hidden);
+  for (std::uint32_t i = 0; i < 4098; ++i) append(list, {0xFFFFFFFF, i});
+  EXPECT_EQ(list.size(), 2U);
+  EXPECT_EQ(page_of(list), (Shown{{0, 1}, 4098}));
+}
+
 /// The orders in which keys may come.
 std::vector<Item> items_of(int kind, std::uint32_t count, std::mt19937& random) {
   std::vector<Item> items;
