@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -231,7 +232,7 @@ TEST(DecodedHeader, AMissingHeaderIsEmptyAndOneOfNoBytesFails) {
   EXPECT_EQ(decoded.text(), "AB c");
   EXPECT_TRUE(decoded.decode({}));  // nothing is left of the one before
   EXPECT_EQ(decoded.text(), "");
-  EXPECT_FALSE(decoded.decode({text, 0}));
+  EXPECT_FALSE(decoded.decode(std::span(text).first(0)));
   char blanks[] = "  ";
   EXPECT_FALSE(decoded.decode({blanks, 2}));
 }
