@@ -35,13 +35,16 @@ inline std::uint64_t multiply_mix(std::uint64_t a, std::uint64_t b) {
   return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
 }
 
-/// A keyed permutation of the 32-bit numbers: different numbers have different values.
+/// A keyed permutation of the 32-bit numbers: different numbers have different values. With these
+/// shifts none of 20,000 secrets gave more than 22 of 16,384 regular addresses the same lower 12
+/// bits; without the first, and 15 and 16 for the others, one in 200 did so with more than 60.
 inline std::uint32_t permute32(std::uint32_t value, const KeySecret& secret) {
   value ^= static_cast<std::uint32_t>(secret.word[0] >> 32);
+  value ^= value >> 17;
   value *= static_cast<std::uint32_t>(secret.word[1]);  // odd factors can be undone
-  value ^= value >> 15;
+  value ^= value >> 11;
   value *= static_cast<std::uint32_t>(secret.word[2]);
-  return value ^ value >> 16;
+  return value ^ value >> 15;
 }
 
 /// 32 well-mixed bits of `bytes`.

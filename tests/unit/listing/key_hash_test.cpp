@@ -29,13 +29,27 @@ std::uint32_t fullest(const std::vector<std::uint32_t>& hashes) {
 }
 
 // 16384 keys are 4 for each of 4096 values; 32 would be the odd one in 10^17.
-TEST(KeyHash, RegularAddressesScatter) {
-  const KeySecret secret = new_key_secret();
+void expect_scattered(const KeySecret& secret) {
   for (std::uint32_t step : {1u, 0x10001u, 0x10000u, 0x40000u, 0x1001000u, 0x01000100u}) {
     std::vector<std::uint32_t> hashes;
     for (std::uint32_t i = 0; i < 16384; ++i) hashes.push_back(permute32(i * step, secret));
     EXPECT_LT(fullest(hashes), 32u) << step;
   }
+}
+
+TEST(KeyHash, RegularAddressesScatter) {
+  expect_scattered(new_key_secret());
+}
+
+// Secrets with which weaker permutations crowded one value: other shifts (218 addresses), none in
+// front (135), none between the products (292), none at the end (256), no first product (143).
+TEST(KeyHash, RegularAddressesScatterWithWeakSecrets) {
+  constexpr KeySecret kWeak[] = {{{0x961079230c93fb5d, 0x605028f15e5c77a1, 0xf682953be1771249}},
+                                 {{0x728da1a7fcceb5bf, 0x8990ef575bca0c2f, 0xe365c1cc47c02147}},
+                                 {{0x656f77d0448b21db, 0x4805ca8e669c63ef, 0x67cb197079c75861}},
+                                 {{0xd4026444f2d6579b, 0x556ed58ae67f52ab, 0x3766b2b4b638269f}},
+                                 {{0xb9e3a160b358ed47, 0x8d79d0b41253a1e3, 0x511fb27f6e0e7fe3}}};
+  for (const KeySecret& secret : kWeak) expect_scattered(secret);
 }
 
 TEST(KeyHash, DifferentAddressesHaveDifferentHashes) {
