@@ -32,7 +32,7 @@ void read_config(std::FILE* file, std::span<const ConfigSection> sections);
 
 /// Where `text` goes on behind `word`, or null when it begins with something else. A loop, as a
 /// library call reads 16 bytes or more at once, and then waits for the NUL that was just stored
-/// among them: with strcmp full files take 0.2 of 3.6 ms more.
+/// among them: full files take 3.4 ms so, and 3.6 with strcmp.
 inline char* behind_word(char* text, const char* word) {
   while (*word != '\0' && *text == *word) ++text, ++word;
   return *word == '\0' ? text : nullptr;

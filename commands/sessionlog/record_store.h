@@ -9,7 +9,8 @@
 namespace qsvmon {
 
 /// Records of different lengths, one behind the other in chunks of memory, none across two of them.
-/// A record is found by its place, a number that grows with each record; up to 16 GiB of them.
+/// A record is found by its place, a number that grows with each record; up to 16 GiB of them. The
+/// object has 32 KiB itself.
 class RecordStore {
  public:
   static constexpr std::size_t kMaxRecordBytes = 0xFFFF;
