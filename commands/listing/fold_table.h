@@ -163,7 +163,7 @@ class FoldTable {
         Slot& slot = slots[std::countr_zero(same) / 2];
         if (Keys::same(entries_[slot.number - 1], key)) return &slot;
       }
-      const unsigned home = free & 2u << 2 * (hash % kLineSlots);
+      const unsigned home = free & (2u << 2 * (hash % kLineSlots));
       if (free != 0) return &slots[std::countr_zero(home != 0 ? home : free) / 2];
     }
   }
