@@ -30,10 +30,10 @@ constexpr std::uint32_t kFoldGroup = 64;
 /// Entries by key, numbered in the order they were first seen. `Keys` says how keys are hashed and
 /// kept (fold_keys.h). Open addressing: a slot is 8 bytes, a keyed hash and an entry's number. The
 /// hash names the key's home slot. The key lies there or elsewhere in that cache line of slots, or
-/// in the next line with a free one where all are taken. At most half of the slots are used, so
+/// in the next line with a free one where all are used. At most half of the slots are used, so
 /// that a look-up rarely needs a second line, whatever the keys are.
 ///
-/// Without memory for an entry a record is dropped and the table stays as it was. Where the slots
+/// Without memory for an entry a record is dropped, and all entries stay as they were. Where the slots
 /// cannot be doubled, the table accepts keys until three quarters are used, which keeps a look-up
 /// below two lines on average, and drops further ones; records of the keys that it has still find
 /// their entries. Entries never move.
@@ -203,16 +203,16 @@ class FoldTable {
     Slot* const old = std::exchange(slots_, static_cast<Slot*>(memory));
     last_slot_ = count - 1;
     grow_at_ = count / 2;
-    if (old != nullptr) spread(old, old_count);
+    if (old != nullptr) rehash(old, old_count);
     memory_.free(old, old_count * sizeof(Slot));
     return true;
   }
 
-  /// Copies the keys of `old`, of which a slot is free, into the slots, all of which are. A key in
-  /// its home line keeps its place there, where no other key comes; the line's others are put behind
-  /// them. Begins behind a line with a free slot, which no key went past: so none is put into a line
-  /// whose own keys are still to come.
-  void spread(const Slot* old, std::uint32_t old_count) {
+  /// Copies the keys of `old`, of which a slot is free, into the new slots, which all are. A key in
+  /// its home line keeps its place within the line, which is no other key's; the line's others are
+  /// put behind them. Begins behind a line with a free slot, which no key went past: the lines done
+  /// so far had slots for all their keys, so none goes into a line whose own are still to come.
+  void rehash(const Slot* old, std::uint32_t old_count) {
     std::uint32_t free = 0;
     while (old[free].number != 0) ++free;
     const std::uint32_t first_line = free / kLineSlots * kLineSlots + kLineSlots;
