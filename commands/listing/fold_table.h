@@ -33,10 +33,10 @@ constexpr std::uint32_t kFoldGroup = 64;
 /// in the next line with a free one where all are used. At most half of the slots are used, so
 /// that a look-up rarely needs a second line, whatever the keys are.
 ///
-/// Without memory for an entry a record is dropped, and all entries stay as they were. Where the slots
-/// cannot be doubled, the table accepts keys until three quarters are used, which keeps a look-up
-/// below two lines on average, and drops further ones; records of the keys that it has still find
-/// their entries. Entries never move.
+/// Without memory for an entry a record is dropped, and all entries stay as they were. Where the
+/// slots cannot be doubled, the table accepts keys until three quarters are used, which keeps a
+/// look-up below two lines on average, and drops further ones; records of the keys that it has
+/// still find their entries. Entries never move.
 template <class Keys>
 class FoldTable {
  public:
@@ -58,8 +58,8 @@ class FoldTable {
   /// is for, and may note what it read of the record for `update(Entry&, const Record&, Note)`,
   /// which counts it in: what lies in the shared area is read once. Works in groups, so that the
   /// cache lines of a group are fetched side by side: `key_of` is called for a whole group before
-  /// its first update. A listing of 4 M addresses takes 40 ns a record so, and 71 one by one; of 4 M
-  /// hosts 58 and 104.
+  /// its first update. A listing of 4 M addresses takes 40 ns a record so, and 71 one by one; of as
+  /// many hosts 58 and 104.
   template <class Note, class Record, class KeyOf, class Update>
   void fold(std::span<const Record> records, KeyOf&& key_of, Update&& update) {
     if (records.empty() || !begin()) return;
