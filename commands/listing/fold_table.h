@@ -208,10 +208,10 @@ class FoldTable {
     return true;
   }
 
-  /// Copies the keys of `old`, of which a slot is free, into the new slots, which all are. A key in
-  /// its home line keeps its place within the line, which is no other key's; the line's others are
-  /// put behind them. Begins behind a line with a free slot, which no key went past: the lines done
-  /// so far had slots for all their keys, so none goes into a line whose own are still to come.
+  /// Copies the keys of `old`, which has a free slot, into the new slots, all free. A key in its
+  /// home line keeps its place within the line, which is no other key's; the line's others are put
+  /// behind them. Begins behind a line with a free slot, which no key went past: the lines done so
+  /// far had slots for all their keys, so none goes into a line whose own are still to come.
   void rehash(const Slot* old, std::uint32_t old_count) {
     std::uint32_t free = 0;
     while (old[free].number != 0) ++free;

@@ -268,7 +268,7 @@ TEST(FoldTable, HashZeroIsAHashLikeAnyOther) {
   EXPECT_EQ(table.size(), 3u);
 }
 
-// Twenty in slots of lines of eight, from the last of 128 lines on.
+// Twenty keys fill two lines of eight slots and half of a third, from the last of 128 lines on.
 TEST(FoldTable, KeysOfOneHashLieInTheirLineAndTheNext) {
   ChosenTable table;
   for (std::uint32_t i = 0; i < 20; ++i) table.insert({1023, i});
